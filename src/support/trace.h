@@ -1,0 +1,31 @@
+// The ENTRY and EXIT lines that nearly every function writes around its body.
+//
+// LOG_EXIT stands at the normal end only: an exception that leaves the function leaves no EXIT line.
+#pragma once
+
+#include "support/logger.h"
+
+#include <string>
+
+// The name in a trace line: class and method of a function signature, and "()".
+std::string methodName(const std::string& signature);
+
+namespace stg {
+
+// Writes the line. `signature` is the compiler's text for the function, `label` stands right behind
+// the parentheses of the name, `event` is " ENTRY " or " EXIT ".
+void writeTrace(const char* signature, const char* label, const char* event);
+
+inline void trace(const char* signature, const char* label, const char* event) {
+    if (lout.isActive()) {
+        writeTrace(signature, label, event);
+    }
+}
+
+}  // namespace stg
+
+// Macros, since only they see the name of the function that they stand in.
+#define LOG_ENTRY ::stg::trace(__PRETTY_FUNCTION__, "", " ENTRY ")
+#define LOG_EXIT ::stg::trace(__PRETTY_FUNCTION__, "", " EXIT ")
+#define LOG_ENTRY_LABEL(label) ::stg::trace(__PRETTY_FUNCTION__, label, " ENTRY ")
+#define LOG_EXIT_LABEL(label) ::stg::trace(__PRETTY_FUNCTION__, label, " EXIT ")
