@@ -1,0 +1,33 @@
+#include "api/builder_type_factory.h"
+
+#include "api/command_ids.h"
+#include "api/error_state.h"
+#include "controller/controller_builder.h"
+#include "support/trace.h"
+
+#include <new>
+
+namespace {
+
+IBuilder* newBuilder(USHORT_INT commandId) {
+    switch (commandId) {
+    case ADAPTER_GET_INFO:
+        return new CControllerBuilder();
+    default:
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+IBuilder* BuilderTypeFactory::getBuilder(USHORT_INT commandId) {
+    LOG_ENTRY;
+    IBuilder* builder = nullptr;
+    try {
+        builder = newBuilder(commandId);
+    } catch (const std::bad_alloc& error) {
+        recordFailure(error.what(), ERR_FAIL);
+    }
+    LOG_EXIT;
+    return builder;
+}
