@@ -1,0 +1,127 @@
+#include "controller_model.h"
+
+#include "adapter_pages.h"
+#include "mix.h"
+#include "physical_disks.h"
+#include "reply.h"
+#include "smart_page.h"
+#include "virtual_disks.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vesksim {
+
+namespace {
+
+constexpr std::size_t kPageBytes = 4096;
+constexpr std::uint8_t kCnsController = 1;
+constexpr std::uint32_t kAdapterInfoTarget = 0xD;
+constexpr std::uint8_t kGetLogPage = 2;
+constexpr std::uint8_t kSmartLogPage = 2;
+constexpr std::uint32_t kAllNamespaces = 0xFFFFFFFF;
+
+Answer invalidOpcode() {
+    return {0x01, 0, {}};
+}
+Answer invalidField() {
+    return {0x02, 0, {}};
+}
+Answer invalidLogPage() {
+    return {0x09, 1, {}};
+}
+
+// The controller sends as many dwords as the command asks for, and never more than there are.
+Answer send(std::vector<std::uint8_t> data, std::uint64_t dwords) {
+    data.resize(static_cast<std::size_t>(std::min<std::uint64_t>(data.size(), dwords * 4)));
+    return {0, 0, std::move(data)};
+}
+
+}  // namespace
+
+ControllerModel::ControllerModel(const Adapter& adapter, std::uint64_t noiseSeed)
+    : m_noiseSeed(noiseSeed),
+      m_adapter(adapter),
+      m_events(adapter.events, adapter.cutEventLines, noiseSeed) {}
+
+void ControllerModel::update(const Adapter& adapter) {
+    m_adapter = adapter;
+    m_events = EventLog(adapter.events, adapter.cutEventLines, m_noiseSeed);
+}
+
+Answer ControllerModel::answer(const ReceivedCommand& command) {
+    // Equal commands get equal noise, different ones different noise.
+    std::uint64_t seed = mix(m_noiseSeed ^ command.opcode);
+    for (const std::uint32_t dword : {command.nsid, command.cdw10, command.cdw12, command.cdw14}) {
+        seed = mix(seed ^ dword);
+    }
+    if (command.opcode == kOpcodeIdentify) {
+        if ((command.cdw10 & 0xFFU) != kCnsController) {
+            return invalidField();
+        }
+        return send(identifyPage(m_adapter, seed), kPageBytes / 4);
+    }
+    if (m_adapter.pciIds.vendor != kControllerVendorId) {
+        return invalidOpcode();
+    }
+    switch (command.opcode) {
+    case kOpcodeVendor:
+        return answerVendor(command, seed);
+    case kOpcodeDiskPassThrough:
+        return readDiskLogPage(command, seed);
+    default:
+        return invalidOpcode();
+    }
+}
+
+// Low byte of cdw12: class of the request; second byte: function inside it.
+Answer ControllerModel::answerVendor(const ReceivedCommand& command, std::uint64_t seed) {
+    switch (command.cdw12) {
+    case 0x0E0:
+        if (command.cdw14 != kAdapterInfoTarget) {
+            return invalidField();
+        }
+        return send(adapterInfoPage(m_adapter, seed), command.cdw10);
+    case 0x0E1:
+        return send(physicalDiskReply(m_adapter, command.cdw14, seed), command.cdw10);
+    case 0x7E1:
+        return setLed(command.cdw14);
+    case 0x0E2:
+        return send(virtualDiskReply(m_adapter, command.cdw14, seed), command.cdw10);
+    case 0x0E4:
+        return send(noise(kPageBytes, seed), command.cdw10);
+    case 0x4FE:
+        // The length stands in cdw14; the dword count in cdw10 has no meaning for the log.
+        if (command.cdw14 == 0) {
+            return invalidField();
+        }
+        return {0, 0, m_events.read(command.cdw13, std::min(command.cdw14, command.dataLength))};
+    default:
+        return invalidField();
+    }
+}
+
+Answer ControllerModel::readDiskLogPage(const ReceivedCommand& command, std::uint64_t seed) const {
+    const Disk* disk = findDisk(m_adapter, command.nsid);
+    if (disk == nullptr || command.cdw14 != kGetLogPage || command.cdw15 != kAllNamespaces) {
+        return invalidField();
+    }
+    if ((command.cdw10 & 0xFFU) != kSmartLogPage) {
+        return invalidLogPage();
+    }
+    return send(smartPage(disk->smart, seed), std::uint64_t{command.cdw10 >> 16U} + 1);
+}
+
+Answer ControllerModel::setLed(std::uint32_t target) {
+    constexpr std::uint32_t kSlotBits = 0x00000003;
+    constexpr std::uint32_t kStart = 0x00020000;
+    const std::uint32_t slot = target & kSlotBits;
+    const std::uint32_t action = target & ~kSlotBits;
+    if ((action != 0 && action != kStart) || findDisk(m_adapter, slot) == nullptr) {
+        return invalidField();
+    }
+    m_leds.set(slot, action == kStart);
+    return {};
+}
+
+}  // namespace vesksim

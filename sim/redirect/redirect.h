@@ -1,0 +1,32 @@
+// Puts a private folder in the place of the host's folders, for every library of the process, and
+// hands sleep() to a handler. Linked into test programs and veskctl-sim only: its functions stand
+// before those of the C library because the executable comes first in symbol lookup.
+//
+// Redirected: paths that begin with /scratch/, /var/log/, /opt/orvo/ or /etc/cim/.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace vesksim {
+
+// The folder that holds scratch/, var/log/, opt/orvo/ and etc/cim/. Empty, as at the start: those
+// paths do not exist (ENOENT), so the machine's own folders are never touched.
+void setHostRoot(const std::string& root);
+std::string hostRoot();
+
+// The path that `path` leads to: under the root if it is one of the host's, itself otherwise.
+std::string hostPath(const std::string& path);
+
+// Called in the place of sleep(); its result is what sleep returns. nullptr: the real sleep.
+using SleepHandler = std::function<unsigned(unsigned seconds)>;
+void setSleepHandler(SleepHandler handler);
+
+// Asked before each call of fopen, fopen64, remove, rename, symlink, popen, write and writev, with
+// the path (before redirection; the first of two; for write and writev the path of the open file):
+// a value other than 0 makes the call fail with that errno. nullptr: nothing fails. Calls to files
+// outside the host's folders, and popen apart, are never asked about.
+using FailureHandler = std::function<int(const char* function, const std::string& path)>;
+void setFailureHandler(FailureHandler handler);
+
+}  // namespace vesksim
