@@ -1,0 +1,39 @@
+// The program behind its main functions: reads the command line, runs one command, writes the result.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace veskctl {
+
+// Thrown by CliHooks::prepare for an option that cannot be honoured.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// What a main function adds.
+struct CliHooks {
+    std::string programName = "veskctl";  // in the help text
+    // Called for the program and for each command, so that options may stand on either side of the
+    // command's name. They must write to the same variables each time.
+    std::function<void(CLI::App&)> addOptions = {};
+    std::function<void()> prepare = {};  // after the command line was read, before the command
+};
+
+struct CliOutcome {
+    int exitCode = 0;
+    std::string standardOutput;
+    std::string standardError;
+};
+
+// Everything but the writing.
+CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks, bool colour);
+
+// Writes and flushes everything; the exit code is for leaveProcess.
+int runCli(int argc, const char* const* argv, const CliHooks& hooks);
+
+}  // namespace veskctl

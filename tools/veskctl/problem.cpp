@@ -1,0 +1,107 @@
+#include "veskctl/problem.h"
+
+#include "VeskNvme.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace veskctl {
+
+namespace {
+
+const char* resultName(int resultCode) {
+    switch (resultCode) {
+    case ERR_NONE:
+        return "none";
+    case ERR_FAIL:
+        return "fail";
+    case ERR_REQ_OUT_OF_RANGE:
+        return "request_out_of_range";
+    case ERR_INVALID_REQUEST:
+        return "invalid_request";
+    case ERR_INVALID_ADAPTER_ID:
+        return "invalid_adapter_id";
+    case ERR_NOT_SUPPORTED:
+        return "not_supported";
+    case ERR_NULL_ARGUMENT:
+        return "null_argument";
+    case ERR_RESCANING:
+        return "rescanning";
+    default:
+        return "unknown";
+    }
+}
+
+bool contains(const std::vector<Problem>& problems, ProblemKind kind) {
+    return std::any_of(problems.begin(), problems.end(),
+                       [kind](const Problem& problem) { return problem.kind == kind; });
+}
+
+}  // namespace
+
+Problem libraryCallFailed(const std::string& function, int resultCode) {
+    Problem problem;
+    problem.kind = ProblemKind::LibraryCallFailed;
+    problem.message = fmt::format("the library's {} failed with result {} ({})", function,
+                                  resultCode, resultName(resultCode));
+    problem.function = function;
+    problem.resultCode = resultCode;
+    return problem;
+}
+
+const char* problemName(ProblemKind kind) {
+    switch (kind) {
+    case ProblemKind::Usage:
+        return "usage";
+    case ProblemKind::LibraryNotFound:
+        return "library_not_found";
+    case ProblemKind::LibraryDependencyMissing:
+        return "library_dependency_missing";
+    case ProblemKind::LibraryUnusable:
+        return "library_unusable";
+    case ProblemKind::LibrarySymbolMissing:
+        return "library_symbol_missing";
+    case ProblemKind::LibraryCallFailed:
+        return "library_call_failed";
+    case ProblemKind::NoController:
+        return "no_controller";
+    case ProblemKind::ControllerNotResponding:
+        return "controller_not_responding";
+    case ProblemKind::Internal:
+        break;
+    }
+    return "internal_error";
+}
+
+nlohmann::ordered_json problemToJson(const Problem& problem) {
+    nlohmann::ordered_json json;
+    json["code"] = problemName(problem.kind);
+    json["message"] = problem.message;
+    json["function"] = nullptr;
+    json["result"] = nullptr;
+    json["result_code"] = nullptr;
+    if (!problem.function.empty()) {
+        json["function"] = problem.function;
+    }
+    if (problem.resultCode) {
+        json["result"] = resultName(*problem.resultCode);
+        json["result_code"] = *problem.resultCode;
+    }
+    return json;
+}
+
+ExitCode exitCodeOf(const std::vector<Problem>& problems) {
+    if (problems.empty()) {
+        return ExitCode::Ok;
+    }
+    if (contains(problems, ProblemKind::Usage)) {
+        return ExitCode::Usage;
+    }
+    if (contains(problems, ProblemKind::NoController)) {
+        return ExitCode::NoController;
+    }
+    return ExitCode::Failed;
+}
+
+}  // namespace veskctl
