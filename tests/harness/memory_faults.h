@@ -1,0 +1,70 @@
+// Lets chosen allocations of the calling thread fail while the object lives. FailMalloc sees malloc
+// and calloc, FailNew sees operator new and new[]; neither sees what the other does, nor what other
+// threads do. realloc and the aligned forms of operator new are left alone.
+//
+// For programs that link vesk_memory_faults. Objects of one class nest; the inner one counts then.
+#pragma once
+
+#include "allocation_fault.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vesktest {
+
+// Which sizes count. For calloc the size is the number of elements times their size.
+struct AllocationSize {
+    std::size_t least = 0;
+    std::size_t most = SIZE_MAX;
+
+    static constexpr AllocationSize any() { return {0, SIZE_MAX}; }
+    static constexpr AllocationSize exactly(std::size_t size) { return {size, size}; }
+    static constexpr AllocationSize atLeast(std::size_t size) { return {size, SIZE_MAX}; }
+};
+
+enum class Repeat {
+    kOnce,      // that allocation only
+    kEachLater  // that one and all later ones of the size
+};
+
+// malloc and calloc return null.
+class FailMalloc {
+public:
+    // `nth` counts from 1; 0 lets nothing fail and only counts.
+    explicit FailMalloc(AllocationSize size = AllocationSize::any(), unsigned nth = 1,
+                        Repeat repeat = Repeat::kOnce);
+    ~FailMalloc();
+    FailMalloc(const FailMalloc&) = delete;
+    FailMalloc& operator=(const FailMalloc&) = delete;
+
+    bool triggered() const;
+    unsigned seen() const;  // allocations of the size so far
+
+private:
+    AllocationFault m_fault;
+    AllocationFault* m_outer;
+};
+
+// False in a clang build with the thread sanitizer, whose run-time library does not let a program
+// replace operator new. Tests that need FailNew skip themselves then; to make one throws
+// std::logic_error.
+constexpr bool kCanFailNew = VESK_CAN_FAIL_NEW != 0;
+
+// operator new throws std::bad_alloc, its nothrow form gives null.
+class FailNew {
+public:
+    explicit FailNew(AllocationSize size = AllocationSize::any(), unsigned nth = 1,
+                     Repeat repeat = Repeat::kOnce);
+    ~FailNew();
+    FailNew(const FailNew&) = delete;
+    FailNew& operator=(const FailNew&) = delete;
+
+    bool triggered() const;
+    unsigned seen() const;
+
+private:
+    AllocationFault m_fault;
+    AllocationFault* m_outer;
+};
+
+}  // namespace vesktest
