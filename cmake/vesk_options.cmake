@@ -1,0 +1,30 @@
+# Compiler and linker options that all of our targets share.
+
+set(VESK_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+
+# vesk_target_options(<target>): warnings, sanitizers, coverage, hardening.
+function(vesk_target_options target)
+  target_compile_options(${target} PRIVATE
+    ${VESK_WARNINGS}
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+    -fno-omit-frame-pointer)
+  if(VESK_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${VESK_SANITIZE} -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=${VESK_SANITIZE})
+  else()
+    target_compile_options(${target} PRIVATE
+      -fstack-protector-strong
+      $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE>
+      $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-D_FORTIFY_SOURCE=2>)
+    target_link_options(${target} PRIVATE LINKER:-z,relro,-z,now,-z,noexecstack,-z,defs)
+  endif()
+  if(VESK_COVERAGE)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+      target_compile_options(${target} PRIVATE -fprofile-instr-generate -fcoverage-mapping)
+      target_link_options(${target} PRIVATE -fprofile-instr-generate)
+    else()
+      target_compile_options(${target} PRIVATE --coverage)
+      target_link_options(${target} PRIVATE --coverage)
+    endif()
+  endif()
+endfunction()

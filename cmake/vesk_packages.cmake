@@ -1,0 +1,28 @@
+# Finds a package and, where it is missing, says what to install.
+function(vesk_require package debian_package)
+  find_package(${package} ${ARGN} QUIET)
+  if(NOT ${package}_FOUND)
+    message(FATAL_ERROR "${package} was not found. On Debian: apt-get install ${debian_package}, "
+                        "or run scripts/install-packages, which installs all that is needed.")
+  endif()
+endfunction()
+
+# A macro, so that what find_package sets stays visible to the caller.
+macro(vesk_find_all)
+  find_package(Threads REQUIRED)
+  if(VESK_BUILD_SIM OR VESK_BUILD_TOOLS)
+    vesk_require(nlohmann_json nlohmann-json3-dev)
+    find_package(nlohmann_json QUIET)
+    vesk_require(fmt libfmt-dev)
+    find_package(fmt QUIET)
+  endif()
+  if(VESK_BUILD_TOOLS)
+    vesk_require(CLI11 libcli11-dev)
+    find_package(CLI11 QUIET)
+  endif()
+  if(VESK_BUILD_TESTS)
+    vesk_require(GTest libgtest-dev)
+    find_package(GTest QUIET)
+  endif()
+endmacro()
+vesk_find_all()
