@@ -5,7 +5,7 @@
 
 #include <cstddef>
 #include <cstring>
-#include <string>
+#include <string_view>
 
 namespace stg {
 
@@ -39,7 +39,7 @@ inline void insertPiece(RawByte byte) {
 }
 
 inline void insertPiece(FieldText field) {
-    lout << std::string(field.text, strnlen(field.text, field.size));
+    lout << std::string_view(field.text, strnlen(field.text, field.size));
 }
 
 template <typename T>

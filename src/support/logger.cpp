@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <new>
 #include <unistd.h>
 
 namespace {
@@ -15,13 +16,14 @@ constexpr std::uint64_t kFileLimit = 0x6400000;   // 100 MiB; rotated above it
 constexpr std::streamoff kBufferLimit = 0xFFFFF;  // an unfinished line is flushed above it
 constexpr int kOldestRotatedFile = 8;
 
-// The time as ctime gives it, without its line end. ctime looks at the zone file each time, which
-// would cost more than all the rest of a line, so the text is kept for its second. Guarded by
+// The time as ctime gives it, without its line end. Looking at the time zone, as ctime does each
+// time, costs more than all the rest of a line, so the text is kept for its second. Guarded by
 // logMutex.
 const char* timeText(std::time_t now) {
     static std::time_t second = -1;
     static char text[64] = "";
     if (now != second) {
+        tzset();
         if (ctime_r(&now, text) == nullptr) {
             text[0] = '\0';
         }
@@ -57,8 +59,8 @@ VOID_ CLogger::startDebug() {
 
 VOID_ CLogger::stopDebug() {
     const std::lock_guard<std::mutex> lock(logMutex);
-    // ODDITY: the flag stays set, so statements go on being built and are dropped at the closed file.
-    // Hosts may rely on a later start picking up buffered text. Pinned by Logger.StopKeepsTheFlag.
+    // ODDITY: the flag stays set, so lines go on being built and are dropped at the closed file. Other
+    // threads may be in the middle of one. Pinned by Logger.StopKeepsTheFlag.
     if (m_logStream.is_open()) {
         m_logStream.close();
     }
@@ -77,12 +79,16 @@ CLogger& CLogger::operator<<(char character) {
     }
     const std::thread::id thread = std::this_thread::get_id();
     const std::lock_guard<std::mutex> lock(logMutex);
-    std::ostringstream& buffer = m_threadBuffers[thread];
-    buffer << character;
-    if (character == '\n') {
-        writeToLog(thread);
+    try {
+        std::ostringstream& buffer = m_threadBuffers[thread];
+        buffer << character;
+        if (character == '\n') {
+            writeToLog(thread);
+        }
+        flushLongBuffer(thread, buffer);
+    } catch (const std::bad_alloc&) {
+        // As in the template.
     }
-    flushLongBuffer(thread, buffer);
     return *this;
 }
 

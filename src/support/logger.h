@@ -10,6 +10,7 @@
 #include <fstream>
 #include <map>
 #include <mutex>
+#include <new>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -65,9 +66,13 @@ CLogger& CLogger::operator<<(const T& value) {
     }
     const std::thread::id thread = std::this_thread::get_id();
     const std::lock_guard<std::mutex> lock(logMutex);
-    std::ostringstream& buffer = m_threadBuffers[thread];
-    buffer << value;
-    flushLongBuffer(thread, buffer);
+    try {
+        std::ostringstream& buffer = m_threadBuffers[thread];
+        buffer << value;
+        flushLongBuffer(thread, buffer);
+    } catch (const std::bad_alloc&) {
+        // The text is dropped, as for a file that cannot be written: the log reports nothing.
+    }
     return *this;
 }
 
