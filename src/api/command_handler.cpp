@@ -9,6 +9,7 @@
 
 #include <cstring>
 #include <memory>
+#include <new>
 
 namespace {
 
@@ -113,7 +114,9 @@ void runDiskCommand(const ZTCommand& command) {
         if (command.commandId == PD_GetHDInfo_Ext) {
             // ODDITY: the wording is that of the neighbouring command, and the id one raw character;
             // log readers know the line so. Pinned by CommandHandler.DiskInfoLogsTheAdapterIdRaw.
-            logCommand("ZT_Adapter_GetInfo : AdapterID = ", stg::RawByte{byteAt(command.arg1)});
+            if (stg::lout.isActive()) {
+                logCommand("ZT_Adapter_GetInfo : AdapterID = ", stg::RawByte{byteAt(command.arg1)});
+            }
         }
         const std::unique_ptr<IBuilder> builder = builderFor(command);
         if (builder != nullptr) {
@@ -134,8 +137,8 @@ USHORT_INT CommandHandler::m_libraryFinalized = 0;
 
 CommandHandler* CommandHandler::getUniqueInstance() {
     LOG_ENTRY;
-    CommandHandler* const handler =
-        createOnce(m_pCommandHandlerInstance, "CommandHandler::getUniqueInstance(): ");
+    CommandHandler* const handler = createOnce<std::bad_alloc>(
+        m_pCommandHandlerInstance, "CommandHandler::getUniqueInstance(): ");
     LOG_EXIT;
     return handler;
 }

@@ -7,6 +7,7 @@
 #include "support/trace.h"
 
 #include <chrono>
+#include <new>
 #include <unistd.h>
 #include <utility>
 
@@ -46,8 +47,8 @@ CVeskNVMeMonitor::~CVeskNVMeMonitor() = default;
 
 CVeskNVMeMonitor* CVeskNVMeMonitor::getUniqueInstance() {
     LOG_ENTRY;
-    CVeskNVMeMonitor* const monitor =
-        createOnce(m_pNVMeMonitorInstance, "libVeskNVMe:CVeskNVMeMonitor::getUniqueInstance(): ");
+    CVeskNVMeMonitor* const monitor = createOnce<std::bad_alloc>(
+        m_pNVMeMonitorInstance, "libVeskNVMe:CVeskNVMeMonitor::getUniqueInstance(): ");
     LOG_EXIT;
     return monitor;
 }

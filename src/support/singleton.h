@@ -1,18 +1,19 @@
 // First use of a singleton: creates it, or says in the log that it could not.
+//
+// Takes no lock: creating one twice at the same time would leak an object, no more, and set-up runs
+// on one thread before any other comes.
 #pragma once
 
 #include "support/log_line.h"
 
-#include <exception>
-
-// Returns `instance`, created if it was null; null if that failed. Takes no lock: set-up runs first,
-// on one thread. `caller` begins the log line of a failure.
-template <typename T>
+// Returns `instance`, created if it was null; null if that failed with an exception of the kind that
+// is caught. `caller` begins the log line of a failure.
+template <typename Caught, typename T>
 T* createOnce(T*& instance, const char* caller) {
     if (instance == nullptr) {
         try {
             instance = new T;
-        } catch (const std::exception& error) {
+        } catch (const Caught& error) {
             stg::logLine(caller, "Failed to allocate Memory. ", error.what());
         }
     }

@@ -78,7 +78,7 @@ CVMWareZNVDeviceTalker::~CVMWareZNVDeviceTalker() {
 
 CVMWareZNVDeviceTalker* CVMWareZNVDeviceTalker::getUniqueInstance() {
     LOG_ENTRY;
-    CVMWareZNVDeviceTalker* const talker = createOnce(
+    CVMWareZNVDeviceTalker* const talker = createOnce<std::exception>(
         m_pVMWareZNVDeviceTalkerInstance, "CVMWareZNVDeviceTalker::getUniqueInstance(): ");
     markTalkerLive(talker);
     LOG_EXIT;
