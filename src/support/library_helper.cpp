@@ -76,8 +76,9 @@ VOID_ VeskNVMeLibrary_Helper::getLinuxINIPath() {
         // for in the working directory by name alone. Pinned by IniPath.FallsBackToTheWorkingFolder.
         std::FILE* const pipe = popen("pwd", "r");
         char line[512];
-        if (pipe != nullptr && std::fgets(line, sizeof(line), pipe) == nullptr) {
-            line[0] = '\0';
+        if (pipe != nullptr) {
+            const char* const unused = std::fgets(line, sizeof(line), pipe);
+            static_cast<void>(unused);
         }
     }
     LOG_EXIT;

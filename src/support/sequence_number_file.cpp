@@ -64,11 +64,11 @@ bool overwriteNumber(std::fstream& file, const STDSTR& number, std::int64_t equa
     stg::logLine("VeskNVMeLibrary_Helper::writePropertyToFile() : Write SEQ Number = ", number);
     file.write(number.data(), newLength);
     file.flush();
-    const bool flushed = file.good();
     file.close();
+    const bool written = file.good();
     // ODDITY: a file without any "=" offers no place; nothing is written then, and that counts as
     // done. Pinned by SequenceNumberFile.FileWithoutEqualsSignIsLeftAlone.
-    return flushed || !hadPlace;
+    return written || !hadPlace;
 }
 
 }  // namespace
@@ -84,12 +84,10 @@ USHORT_INT VeskNVMeLibrary_Helper::writeSEQNumberToFile(STDSTR path, STDSTR numb
         std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
         if (file.is_open()) {
             const std::int64_t equalsSign = findLastEqualsSign(file, last);
+            // A full disk must not look like a stored mark, or events would be lost with it.
             if (overwriteNumber(file, number, equalsSign, last)) {
                 stg::logLine("VeskNVMeLibrary_Helper::writePropertyToFile() : Write complete...");
                 result = 0;
-            } else {
-                // A full disk must not look like a stored mark, or events would be lost with it.
-                stg::logLine("VeskNVMeLibrary_Helper::writePropertyToFile() : Write failed");
             }
         }
     } catch (const std::exception& error) {
