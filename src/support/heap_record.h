@@ -12,10 +12,16 @@ struct FreeDeleter {
 template <typename Record>
 using HeapRecord = std::unique_ptr<Record, FreeDeleter>;
 
-// All bytes zero. Throws std::bad_alloc.
+// All bytes zero. Null without memory.
+template <typename Record>
+HeapRecord<Record> tryAllocateZeroed() {
+    return HeapRecord<Record>(static_cast<Record*>(std::calloc(1, sizeof(Record))));
+}
+
+// The same. Throws std::bad_alloc without memory.
 template <typename Record>
 HeapRecord<Record> allocateZeroed() {
-    HeapRecord<Record> record(static_cast<Record*>(std::calloc(1, sizeof(Record))));
+    HeapRecord<Record> record = tryAllocateZeroed<Record>();
     if (!record) {
         throw std::bad_alloc();
     }

@@ -1,12 +1,13 @@
 #include "transport/reply_buffer.h"
 
 #include "api/error_state.h"
+#include "support/log_line.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
-ReplyBuffer attachReply(CCommandDword& command, std::size_t size) {
+ReplyBuffer attachReply(CCommandDword& command, std::size_t size, const char* caller) {
     command.setcdw_6_7(nullptr);
     try {
         ReplyBuffer reply(std::malloc(size));
@@ -18,7 +19,8 @@ ReplyBuffer attachReply(CCommandDword& command, std::size_t size) {
         command.setcdw_6_7(reply.get());
         return reply;
     } catch (const std::bad_alloc& error) {
-        recordFailure(error.what(), ERR_FAIL);
+        stg::logLine(caller, error.what());
+        VeskNVMeLibrary_Error::setErrorCode(ERR_FAIL);
         return nullptr;
     }
 }

@@ -13,8 +13,8 @@ using ReplyBuffer = HeapRecord<void>;
 static_assert(sizeof(ReplyBuffer) == sizeof(void*), "a builder's member is one pointer");
 
 // Gets a zeroed buffer and stores its address in the command. Without memory: null, in the slot
-// too; the failure is logged and in the error state.
-ReplyBuffer attachReply(CCommandDword& command, std::size_t size);
+// too; the failure is logged, with `caller` in front, and in the error state.
+ReplyBuffer attachReply(CCommandDword& command, std::size_t size, const char* caller = "");
 
 // Fills the slots that all reads of a 4 KiB information page share, with the buffer. Null as above;
 // only the opcode is set then.
