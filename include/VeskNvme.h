@@ -17,8 +17,8 @@
  *  6. Calls block for the time of their NVMe commands. They may come from any thread, but the error
  *     state is one for the whole process: of two calls that overlap, each may return the other's
  *     code. Set-up and tear-down must not overlap anything else.
- *  7. Functions do not throw, save where their text says so, and save for what the standard library
- *     throws when memory for log text runs out.
+ *  7. Functions catch no exception that escapes from below: those that can be expected are named at
+ *     the function. Any call throws std::system_error if a mutex cannot be locked.
  *
  * Order of calls: set-up (ZT_API_Initialize or ZNV_Library_Initialize), then use, then tear-down
  * (ZT_API_Finalize twice or ZNV_Library_Finalize once). Finish the tear-down before unloading: the
@@ -487,23 +487,26 @@ extern "C" {
 #endif
 
 /* Sets the library up: reads the configuration, switches the trace log on if it says so, looks for
- * the controller and starts event collection if there is one. Works once per process: every later
- * call returns ERR_NONE and starts nothing, also after a tear-down. A missing controller is no
- * failure; ask ZT_Adapter_GetCount. */
+ * the controller and starts event collection if there is one. Works once per process, and only as
+ * the first set-up: after any other it returns ERR_NONE and does nothing, also behind a tear-down. A
+ * missing controller is no failure; ask ZT_Adapter_GetCount. Throws std::out_of_range for a
+ * configuration line "Debug" with nothing behind it, std::system_error if no thread can be started. */
 UCHAR_ ZT_API_Initialize(VOID_);
 
-/* Tears the library down at its second call; the first and all after the second only count. The
- * second call waits for the collecting thread, up to one polling interval (50 seconds or more).
- * Throws std::system_error if no controller was found at set-up: do not call it then. */
+/* Tears the library down at its second call; other calls only count. The second call waits for the
+ * collecting thread, up to one polling interval (50 seconds or more). Throws std::system_error if
+ * there is no such thread because set-up found no controller: do not call it then. */
 VOID_ ZT_API_Finalize(VOID_);
 
-/* Sets the library up without reading the configuration: no trace log, and the two INI files are
- * looked for in the working directory. Every call is a full start; a second start without a
- * tear-down in between ends the process when a controller is present. */
+/* Sets the library up without reading the configuration: unless ZT_API_Initialize ran before, there
+ * is no trace log, and the two INI files are looked for in the working directory. Every call is a
+ * full start; a second start without a tear-down in between ends the process when a controller is
+ * present. Throws std::system_error if no thread can be started. */
 VOID_ ZNV_Library_Initialize(VOID_);
 
-/* Tears the library down at once. Waits and throws as ZT_API_Finalize does; throws as well when
- * the library is not running. */
+/* Tears the library down at once. Waits as ZT_API_Finalize does. Throws std::system_error where there
+ * is no thread to wait for: without a controller, before set-up and behind a tear-down; and
+ * std::future_error when it is called again after that. */
 VOID_ ZNV_Library_Finalize(VOID_);
 
 /* Number of controllers, 0 or 1, as found at set-up; 0 before it. Not an error code. */
@@ -555,7 +558,8 @@ UCHAR_ ZT_LD_GetConfig(UCHAR_ adapterId, PInfo_Request pLdConfigReq);
 /* Delivers the events that are new since the last delivery, oldest first: their number (one byte at
  * pCount) and 64 bytes for each at pEvent, which must have room for 64 of them (4096 bytes). Moves
  * the mark of what was delivered in libVeskNVMeAlertMapping.ini; ERR_FAIL says that the mark could
- * not be stored, and that the same events will come again. The second argument is not used. */
+ * not be stored, and that the same events will come again. The second argument is not used. Throws
+ * std::out_of_range for a line of that file which ends with its key. */
 UCHAR_ ZT_EVT_GetEvent(UCHAR_ adapterId, UCHAR_ unused, UCHAR_* pCount, CEvent* pEvent);
 
 #ifdef __cplusplus

@@ -10,7 +10,7 @@ public:
     ~CLibInitializer();
 
     static VOID_ createOSdeviceTalkerInstance();
-    // The next three do nothing without a talker.
+    // Without a talker the next three do no more than log.
     static BOOL_TYPE checkControllerExistence();
     static UCHAR_ getControllerCount();
     static VOID_ deleteOSdeviceTalkerInstance();

@@ -85,7 +85,7 @@ UCHAR_ ZT_API_Initialize() {
     // ODDITY: nothing ever clears the flag, so this entry starts the library once in a process, also
     // after a tear-down. Pinned by LibraryStart.InitializeAfterTearDownStartsNothing.
     if (CommandHandler::m_libraryInitialized == 0) {
-        // First of all, so that the trace begins with this function.
+        // Ahead of the ENTRY line, which then stands in the log that the configuration asks for.
         VeskNVMeLibrary_Helper::setDebugLevel(2);
         LOG_ENTRY;
         dispatch(API_INITIALIZE);
@@ -97,7 +97,7 @@ UCHAR_ ZT_API_Initialize() {
 VOID_ ZT_API_Finalize() {
     LOG_ENTRY;
     ++CommandHandler::m_libraryFinalized;
-    // ODDITY: only the second call tears down; hosts call it once for each of their two components.
+    // ODDITY: only the second call tears down: the first one leaves the library to its other user.
     // Pinned by LibraryStop.OnlyTheSecondFinalizeTearsDown.
     if (CommandHandler::m_libraryFinalized == 2) {
         dispatch(API_FINALIZE);
@@ -139,7 +139,7 @@ UCHAR_ ZT_Adapter_GetInfo(UCHAR_ adapterId, UCHAR_* pCount, CController* pAdapte
     return errorState();
 }
 
-// ODDITY: a stub on purpose: hosts call it, and the controller has nothing to say here.
+// ODDITY: a stub on purpose: the record has no field that the library would know how to fill.
 // Pinned by AdapterCalls.GetConfigDoesNothing.
 UCHAR_ ZT_Adapter_GetConfig(UCHAR_ /*adapterId*/, UCHAR_* /*pCount*/, PAdapter_Config /*pConfig*/) {
     LOG_ENTRY;
