@@ -61,54 +61,54 @@ bool fails(const char* function, int descriptor) {
 extern "C" {
 
 FILE* fopen(const char* path, const char* mode) {
-    static auto* const s_real = realFunction(&__interceptor_fopen, "fopen");
+    static auto* const real = realFunction(&__interceptor_fopen, "fopen");
     if (fails("fopen", path, nullptr)) {
         return nullptr;
     }
     char room[vesksim::kPathRoom];
-    return s_real(vesksim::redirected(path, room), mode);
+    return real(vesksim::redirected(path, room), mode);
 }
 
 FILE* fopen64(const char* path, const char* mode) {
-    static auto* const s_real = realFunction(&__interceptor_fopen64, "fopen64");
+    static auto* const real = realFunction(&__interceptor_fopen64, "fopen64");
     if (fails("fopen64", path, nullptr)) {
         return nullptr;
     }
     char room[vesksim::kPathRoom];
-    return s_real(vesksim::redirected(path, room), mode);
+    return real(vesksim::redirected(path, room), mode);
 }
 
 int remove(const char* path) noexcept {
-    static auto* const s_real = realFunction(&__interceptor_remove, "remove");
+    static auto* const real = realFunction(&__interceptor_remove, "remove");
     if (fails("remove", path, nullptr)) {
         return -1;
     }
     char room[vesksim::kPathRoom];
-    return s_real(vesksim::redirected(path, room));
+    return real(vesksim::redirected(path, room));
 }
 
 int rename(const char* from, const char* to) noexcept {
-    static auto* const s_real = realFunction(&__interceptor_rename, "rename");
+    static auto* const real = realFunction(&__interceptor_rename, "rename");
     if (fails("rename", from, to)) {
         return -1;
     }
     char fromRoom[vesksim::kPathRoom];
     char toRoom[vesksim::kPathRoom];
-    return s_real(vesksim::redirected(from, fromRoom), vesksim::redirected(to, toRoom));
+    return real(vesksim::redirected(from, fromRoom), vesksim::redirected(to, toRoom));
 }
 
 int symlink(const char* target, const char* link) noexcept {
-    static auto* const s_real = realFunction(&__interceptor_symlink, "symlink");
+    static auto* const real = realFunction(&__interceptor_symlink, "symlink");
     if (fails("symlink", target, link)) {
         return -1;
     }
     char targetRoom[vesksim::kPathRoom];
     char linkRoom[vesksim::kPathRoom];
-    return s_real(vesksim::redirected(target, targetRoom), vesksim::redirected(link, linkRoom));
+    return real(vesksim::redirected(target, targetRoom), vesksim::redirected(link, linkRoom));
 }
 
 FILE* popen(const char* command, const char* mode) {
-    static auto* const s_real = realFunction(&__interceptor_popen, "popen");
+    static auto* const real = realFunction(&__interceptor_popen, "popen");
     if (vesksim::failuresWanted()) {
         const int error = vesksim::failureOfCommand("popen", command);
         if (error != 0) {
@@ -116,31 +116,31 @@ FILE* popen(const char* command, const char* mode) {
             return nullptr;
         }
     }
-    return s_real(command, mode);
+    return real(command, mode);
 }
 
 ssize_t write(int descriptor, const void* data, size_t size) {
-    static auto* const s_real = realFunction(&__interceptor_write, "write");
+    static auto* const real = realFunction(&__interceptor_write, "write");
     if (fails("write", descriptor)) {
         return -1;
     }
-    return s_real(descriptor, data, size);
+    return real(descriptor, data, size);
 }
 
 ssize_t writev(int descriptor, const iovec* pieces, int count) {
-    static auto* const s_real = realFunction(&__interceptor_writev, "writev");
+    static auto* const real = realFunction(&__interceptor_writev, "writev");
     if (fails("writev", descriptor)) {
         return -1;
     }
-    return s_real(descriptor, pieces, count);
+    return real(descriptor, pieces, count);
 }
 
 unsigned sleep(unsigned seconds) {
-    static auto* const s_real = realFunction(&__interceptor_sleep, "sleep");
+    static auto* const real = realFunction(&__interceptor_sleep, "sleep");
     unsigned left = 0;
     if (vesksim::sleepHandled(seconds, &left)) {
         return left;
     }
-    return s_real(seconds);
+    return real(seconds);
 }
 }

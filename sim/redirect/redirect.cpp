@@ -39,8 +39,8 @@ struct Settings {
 // Never destroyed: other threads and other libraries' destructors still open files at exit. Not from
 // the heap: the first use may be in a call whose allocations are counted.
 Settings& settings() {
-    alignas(Settings) static unsigned char s_place[sizeof(Settings)];
-    static Settings* const s_settings = new (s_place) Settings;
+    alignas(Settings) static unsigned char place[sizeof(Settings)];
+    static Settings* const s_settings = new (place) Settings;
     return *s_settings;
 }
 
