@@ -40,8 +40,8 @@ struct Settings {
 // the heap: the first use may be in a call whose allocations are counted.
 Settings& settings() {
     alignas(Settings) static unsigned char place[sizeof(Settings)];
-    static Settings* const s_settings = new (place) Settings;
-    return *s_settings;
+    static Settings* const instance = new (place) Settings;
+    return *instance;
 }
 
 // True while this thread is inside a failure handler, whose own calls are not asked about.
