@@ -1,0 +1,234 @@
+// The talker as an object: singleton, handle, address, and what its operations call.
+#include "connected_talker.h"
+#include "memory_faults.h"
+#include "traced_host.h"
+#include "virtual_slot.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <type_traits>
+
+namespace {
+
+using vesktest::AllocationSize;
+using vesktest::ConnectedTalker;
+using vesktest::FailNew;
+using vesktest::LogLines;
+using vesktest::makeHandle;
+using vesktest::PrivateHost;
+using vesktest::ScriptedDriver;
+using vesktest::TalkerInstance;
+using vesktest::TracedHost;
+using vesktest::virtualSlot;
+
+// Answers in the place of discovery and of the driver.
+class AnsweringTalker : public CVMWareZNVDeviceTalker {
+public:
+    UCHAR_ getControllerCount() override { return m_count; }
+    RESULT executeIOCTL(znvTalkerMulti* request) override {
+        m_request = *request;
+        m_uio = *request->uio;
+        return m_result;
+    }
+
+    UCHAR_ m_count = 0;
+    RESULT m_result = 0;
+    znvTalkerMulti m_request{};
+    nvme_uio m_uio{};
+};
+
+TEST(DeviceTalker, IsOneForTheProcess) {
+    const PrivateHost host;
+    ScriptedDriver driver;
+    const TalkerInstance instance(driver);
+    EXPECT_EQ(CVMWareZNVDeviceTalker::getUniqueInstance(),
+              CVMWareZNVDeviceTalker::m_pVMWareZNVDeviceTalkerInstance);
+    EXPECT_EQ(CVMWareZNVDeviceTalker::getUniqueInstance(), &instance.talker());
+    EXPECT_EQ(IZNVDeviceTalker::OS_OSTYPEPTR_PAIR.second, &instance.talker());
+    EXPECT_EQ(IZNVDeviceTalker::OS_OSTYPEPTR_PAIR.first, "Vmware");
+}
+
+TEST(DeviceTalker, StartsWithoutHandleAndWithAddressZero) {
+    const PrivateHost host;
+    CVMWareZNVDeviceTalker talker;
+    EXPECT_EQ(talker.getHandle(), nullptr);
+    EXPECT_EQ(talker.getBDF().function, 0);
+    EXPECT_EQ(talker.getBDF().device, 0);
+    EXPECT_EQ(talker.getBDF().bus, 0);
+}
+
+TEST(DeviceTalker, KeepsHandleAndTheThreeBytesOfTheAddress) {
+    const PrivateHost host;
+    CVMWareZNVDeviceTalker talker;
+    talker.setBDF(BDF{0x12, 0x34, 0x56});
+    EXPECT_EQ(talker.getBDF().function, 0x12);
+    EXPECT_EQ(talker.getBDF().device, 0x34);
+    EXPECT_EQ(talker.getBDF().bus, 0x56);
+    int anything = 0;
+    talker.setHandle(&anything);
+    EXPECT_EQ(talker.getHandle(), &anything);
+    talker.setHandle(nullptr);
+}
+
+TEST(DeviceTalker, ConstructionOnlyLogsItself) {
+    TracedHost host;
+    ScriptedDriver driver;
+    { const CVMWareZNVDeviceTalker talker; }
+    EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::CVMWareZNVDeviceTalker()"));
+    EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::~CVMWareZNVDeviceTalker()"));
+    EXPECT_EQ(host.messages(), LogLines{});
+    EXPECT_EQ(driver.callCount(), 0U);
+}
+
+TEST(DeviceTalker, DestructorClosesTheConnection) {
+    const PrivateHost host;
+    ScriptedDriver driver;
+    {
+        CVMWareZNVDeviceTalker talker;
+        talker.setHandle(makeHandle("vmhba2", 0xBEEF00000001));
+        driver.expectClose(0xBEEF00000001);
+    }
+    EXPECT_EQ(driver.callCount(), 1U);
+}
+
+TEST(DeviceTalker, AFailedCloseIsNoMatter) {
+    const PrivateHost host;
+    ScriptedDriver driver;
+    {
+        CVMWareZNVDeviceTalker talker;
+        talker.setHandle(makeHandle("vmhba2", 3));
+        driver.expectClose(3, 17);
+    }
+    EXPECT_EQ(driver.callCount(), 1U);
+}
+
+TEST(DeviceTalker, TearDownLeavesThePairAndWorksOnce) {
+    TracedHost host;
+    ScriptedDriver driver;
+    CLibInitializer::createOSdeviceTalkerInstance();
+    CVMWareZNVDeviceTalker* const talker = CVMWareZNVDeviceTalker::getUniqueInstance();
+    talker->setHandle(makeHandle("vmhba2", 9));
+    driver.expectClose(9);
+    host.forgetLines();
+    talker->destroyOSdeviceTalker();
+    EXPECT_EQ(CVMWareZNVDeviceTalker::m_pVMWareZNVDeviceTalkerInstance, nullptr);
+    EXPECT_EQ(IZNVDeviceTalker::OS_OSTYPEPTR_PAIR.second, talker);
+    EXPECT_EQ(driver.callCount(), 1U);
+    EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::destroyOSdeviceTalker()"));
+}
+
+TEST(DeviceTalker, ASecondDestroyDoesNothing) {
+    const PrivateHost host;
+    ScriptedDriver driver;
+    CVMWareZNVDeviceTalker caller;
+    CVMWareZNVDeviceTalker::getUniqueInstance()->setHandle(makeHandle("vmhba2", 9));
+    driver.expectClose(9);
+    caller.destroyOSdeviceTalker();
+    EXPECT_EQ(CVMWareZNVDeviceTalker::m_pVMWareZNVDeviceTalkerInstance, nullptr);
+    caller.destroyOSdeviceTalker();
+    EXPECT_EQ(CVMWareZNVDeviceTalker::m_pVMWareZNVDeviceTalkerInstance, nullptr);
+    EXPECT_EQ(driver.callCount(), 1U);
+}
+
+TEST(DeviceTalker, FailedCreationIsLoggedAndYieldsNull) {
+    if (!vesktest::kCanFailNew) {
+        GTEST_SKIP() << "this build cannot let operator new fail";
+    }
+    TracedHost host;
+    {
+        const FailNew fault(AllocationSize::exactly(sizeof(CVMWareZNVDeviceTalker)));
+        EXPECT_EQ(CVMWareZNVDeviceTalker::getUniqueInstance(), nullptr);
+        EXPECT_TRUE(fault.triggered());
+    }
+    EXPECT_EQ(CVMWareZNVDeviceTalker::m_pVMWareZNVDeviceTalkerInstance, nullptr);
+    EXPECT_EQ(host.messages(), LogLines{"CVMWareZNVDeviceTalker::getUniqueInstance(): Failed to "
+                                        "allocate Memory. std::bad_alloc"});
+}
+
+TEST(DeviceTalker, CopiesCarryNothing) {
+    TracedHost host;
+    ScriptedDriver driver;
+    CVMWareZNVDeviceTalker original;
+    original.setHandle(makeHandle("vmhba2", 4));
+    original.setBDF(BDF{1, 2, 3});
+
+    host.forgetLines();
+    CVMWareZNVDeviceTalker copy(original);
+    EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::CVMWareZNVDeviceTalker()"));
+    EXPECT_EQ(copy.getHandle(), nullptr);
+    EXPECT_EQ(copy.getBDF().bus, 0);
+    EXPECT_EQ(copy.getBDF().device, 0);
+    EXPECT_EQ(copy.getBDF().function, 0);
+
+    copy.setBDF(BDF{4, 5, 6});
+    host.forgetLines();
+    EXPECT_EQ(&(copy = original), &copy);
+    EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::operator=()"));
+    EXPECT_EQ(copy.getHandle(), nullptr);
+    EXPECT_EQ(copy.getBDF().bus, 6);
+    EXPECT_EQ(copy.getBDF().device, 5);
+    EXPECT_EQ(copy.getBDF().function, 4);
+
+    driver.expectClose(4);  // once
+}
+
+TEST(DeviceTalker, ExistenceIsTheCount) {
+    TracedHost host;
+    AnsweringTalker talker;
+    host.forgetLines();
+    EXPECT_FALSE(talker.checkControllerExistence());
+    EXPECT_EQ(host.messages(), LogLines{});
+    EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::checkControllerExistence()"));
+    talker.m_count = 1;
+    EXPECT_TRUE(talker.checkControllerExistence());
+    EXPECT_EQ(host.messages(), LogLines{"CVMWareZNVDeviceTalker::checkControllerExistence(): VESK "
+                                        "R7 controller exists on the system"});
+}
+
+TEST(DeviceTalker, CommandsGoThroughTheVirtualOperation) {
+    TracedHost host;
+    AnsweringTalker talker;
+    int connection = 0;
+    talker.setHandle(&connection);
+    talker.m_result = 5;
+    CCommandDword command;
+    command.setcdw0(0x1E2);
+    host.forgetLines();
+    EXPECT_EQ(talker.executeCMD(&command, 0xFEDCBA9876543210), 5);
+    EXPECT_EQ(talker.m_request.handle, static_cast<void*>(&connection));
+    EXPECT_EQ(talker.m_request.code, 0xFEDCBA9876543210);
+    EXPECT_EQ(talker.m_uio.opcode, 0xE2);
+    EXPECT_EQ(talker.m_uio.fuse, 1);
+    EXPECT_EQ(host.messages(), LogLines{"CVMWareZNVDeviceTalker::executeCMD: Return code: 5"});
+    talker.setHandle(nullptr);
+}
+
+TEST(DeviceTalker, IdentifyGoesThroughTheVirtualOperationWithTheGivenHandle) {
+    const PrivateHost host;
+    AnsweringTalker talker;
+    int held = 0;
+    talker.setHandle(&held);
+    nvme_handle given{};
+    std::array<std::uint8_t, 4096> buffer{};
+    talker.m_result = 5;
+    EXPECT_EQ(talker.getIdentifyData(&given, buffer.data()), 5);
+    EXPECT_EQ(talker.m_request.handle, &given);
+    EXPECT_EQ(talker.m_request.code, 1U);
+    EXPECT_EQ(talker.m_uio.dataAddress, buffer.data());
+    // That an adapter is not the controller, and how it is not, is one result.
+    EXPECT_EQ(talker.isZenthraNVMeVESKcontroller(&given), 5);
+    talker.setHandle(nullptr);
+}
+
+TEST(DeviceTalker, OperationsKeepTheirPlaces) {
+    EXPECT_TRUE(std::has_virtual_destructor_v<IZNVDeviceTalker>);
+    EXPECT_EQ(virtualSlot(&IZNVDeviceTalker::checkControllerExistence), 2);
+    EXPECT_EQ(virtualSlot(&IZNVDeviceTalker::getControllerCount), 3);
+    EXPECT_EQ(virtualSlot(&IZNVDeviceTalker::destroyOSdeviceTalker), 4);
+    EXPECT_EQ(virtualSlot(&IZNVDeviceTalker::executeCMD), 5);
+    EXPECT_EQ(virtualSlot(&IZNVDeviceTalker::executeIOCTL), 6);
+    EXPECT_EQ(sizeof(CVMWareZNVDeviceTalker), sizeof(IZNVDeviceTalker));
+}
+
+}  // namespace

@@ -1,0 +1,106 @@
+// A scan for the controller over a platform library that throws. A program of its own, as its three
+// functions stand in front of any library's.
+#include "traced_host.h"
+
+#include "transport/management.h"
+#include "transport/vmware_device_talker.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <new>
+#include <stdexcept>
+
+namespace {
+
+using vesktest::LogLines;
+using vesktest::TracedHost;
+
+enum class Call { kOpenGlobal, kList, kOpenAdapter };
+
+// What happens at each call of the platform.
+std::function<void(Call)>& platformHook() {
+    static std::function<void(Call)> s_hook;
+    return s_hook;
+}
+
+class ThrowingPlatform : public ::testing::Test {
+protected:
+    ~ThrowingPlatform() override { platformHook() = nullptr; }
+
+    template <typename Exception>
+    void throwAt(Call call, const Exception& exception) {
+        platformHook() = [call, exception](Call now) {
+            if (now == call) {
+                throw exception;
+            }
+        };
+        host.forgetLines();
+    }
+
+    TracedHost host;
+    CVMWareZNVDeviceTalker talker;
+};
+
+TEST_F(ThrowingPlatform, StandardExceptionGivesNoController) {
+    for (const Call call : {Call::kOpenGlobal, Call::kList, Call::kOpenAdapter}) {
+        SCOPED_TRACE(static_cast<int>(call));
+        throwAt(call, std::runtime_error("platform fault"));
+        EXPECT_EQ(talker.getControllerCount(), 0);
+        EXPECT_EQ(talker.getHandle(), nullptr);
+        EXPECT_EQ(host.messages(),
+                  LogLines{"CVMWareZNVDeviceTalker::getControllerCount: platform fault"});
+        EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::getControllerCount()"));
+    }
+}
+
+TEST_F(ThrowingPlatform, AllocationFailureGivesNoController) {
+    for (const Call call : {Call::kOpenGlobal, Call::kList, Call::kOpenAdapter}) {
+        SCOPED_TRACE(static_cast<int>(call));
+        throwAt(call, std::bad_alloc());
+        EXPECT_EQ(talker.getControllerCount(), 0);
+        EXPECT_EQ(host.messages(),
+                  LogLines{"CVMWareZNVDeviceTalker::getControllerCount: Memory Allocation failed: "
+                           "std::bad_alloc"});
+    }
+}
+
+TEST_F(ThrowingPlatform, ExistenceIsDenied) {
+    throwAt(Call::kList, std::runtime_error("platform fault"));
+    EXPECT_FALSE(talker.checkControllerExistence());
+}
+
+TEST_F(ThrowingPlatform, WhatIsNoStandardExceptionPasses) {
+    throwAt(Call::kOpenGlobal, 42);
+    EXPECT_THROW(talker.getControllerCount(), int);
+}
+
+}  // namespace
+
+extern "C" {
+
+int vmk_MgmtUserInit(const ManagementSignature* signature, ULONG_INT, ULONG_INT* handle) {
+    platformHook()(signature->numCallbacks == 1 ? Call::kOpenGlobal : Call::kOpenAdapter);
+    *handle = 1;
+    return 0;
+}
+
+// One adapter, whose fields are empty texts.
+int vmk_MgmtUserCallbackInvokeInt(ULONG_INT, ULONG_INT, ULONG_INT callbackId, UNSIGNED_INTEGER,
+                                  VOIDPTR parameter0, VOIDPTR parameter1) {
+    if (callbackId != kAdapterListCallback) {
+        return 1;
+    }
+    platformHook()(Call::kList);
+    const UNSIGNED_INTEGER count = 1;
+    std::memcpy(parameter0, &count, sizeof count);
+    std::fill_n(static_cast<char*>(parameter1), 80, '\0');
+    return 0;
+}
+
+int vmk_MgmtUserDestroy(ULONG_INT) {
+    return 0;
+}
+}

@@ -1,0 +1,58 @@
+// A private host with the trace log switched on, for tests that look at what is logged.
+#pragma once
+
+#include "log_file.h"
+#include "private_host.h"
+
+#include "support/logger.h"
+
+#include <cstddef>
+#include <string>
+
+namespace vesktest {
+
+class TracedHost {
+public:
+    TracedHost() { stg::lout.startDebug(); }
+    ~TracedHost() { stg::lout.stopDebug(); }
+    TracedHost(const TracedHost&) = delete;
+    TracedHost& operator=(const TracedHost&) = delete;
+
+    const PrivateHost& files() const { return m_files; }
+
+    // Leaves out of the lines below what was logged so far.
+    void forgetLines() { m_forgotten = LogFile(m_files).lines().size(); }
+
+    LogLines lines() const {
+        LogLines all = LogFile(m_files).lines();
+        all.erase(all.begin(), all.begin() + static_cast<LogLines::difference_type>(m_forgotten));
+        return all;
+    }
+
+    // The lines less the trace lines.
+    LogLines messages() const {
+        LogLines result;
+        for (const std::string& line : lines()) {
+            if (!endsWith(line, " ENTRY ") && !endsWith(line, " EXIT ")) {
+                result.push_back(line);
+            }
+        }
+        return result;
+    }
+
+    // Whether the function of this name, label included, traced its entry and then its exit.
+    ::testing::AssertionResult traced(const std::string& name) const {
+        return inOrder(lines(), {name + " ENTRY ", name + " EXIT "});
+    }
+
+private:
+    static bool endsWith(const std::string& line, const std::string& end) {
+        return line.size() >= end.size() &&
+               line.compare(line.size() - end.size(), end.size(), end) == 0;
+    }
+
+    PrivateHost m_files;
+    std::size_t m_forgotten = 0;
+};
+
+}  // namespace vesktest
