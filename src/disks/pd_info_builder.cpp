@@ -1,0 +1,56 @@
+#include "disks/pd_info_builder.h"
+
+#include "support/trace.h"
+#include "transport/command_creation.h"
+
+CPDInfoBuilder::CPDInfoBuilder() : CPDInfoBuilder(0xFF) {}
+
+CPDInfoBuilder::CPDInfoBuilder(unsigned char pdId) : m_pdId(pdId) {
+    LOG_ENTRY;
+    m_pCommand = createCommand();
+    LOG_EXIT;
+}
+
+CPDInfoBuilder::~CPDInfoBuilder() {
+    LOG_ENTRY;
+    m_pCommand.reset();
+    m_pReply.reset();
+    LOG_EXIT;
+}
+
+RESULT CPDInfoBuilder::buildCommand() {
+    LOG_ENTRY;
+    if (m_pCommand) {
+        m_pReply = buildInformationRead(*m_pCommand, 0x000000E1);
+    }
+    if (m_pReply) {
+        m_pCommand->setcdw14(m_pdId);
+    }
+    LOG_EXIT;
+    return m_pReply ? 0 : 1;
+}
+
+VOID_ CPDInfoBuilder::execute() {
+    LOG_ENTRY;
+    ICommandBuilder::execute();
+    if (m_pCommand) {
+        m_pCommand->execute(getdwIOCTLcode());
+    }
+    LOG_EXIT;
+}
+
+CCommandDword* CPDInfoBuilder::getCCommandDwordObject() {
+    return m_pCommand.get();
+}
+
+VOID_ CPDInfoBuilder::setPDId(unsigned char pdId) {
+    m_pdId = pdId;
+}
+
+unsigned char CPDInfoBuilder::getPDId() {
+    return m_pdId;
+}
+
+CCommandDword* CPDInfoBuilder::getPDInfoCommand() {
+    return m_pCommand.get();
+}
