@@ -1,0 +1,269 @@
+#include "disks/physical_disk.h"
+
+#include "disks/pd_info_data.h"
+#include "disks/text_field.h"
+#include "support/trace.h"
+
+#include <cstring>
+
+CPhysicalDisk::CPhysicalDisk()
+    : m_info(), m_raidStatus(), m_smartInfo(), m_config(), m_freeSpace() {
+    LOG_ENTRY;
+    LOG_EXIT;
+}
+
+// ODDITY: copying clears and assigning does nothing; the records leave as bytes only, and hosts know
+// the class so. Pinned by PhysicalDisk.CopyIsClearedAndAssignmentChangesNothing.
+CPhysicalDisk::CPhysicalDisk(const CPhysicalDisk& /*other*/)
+    : m_info(), m_raidStatus(), m_smartInfo(), m_config(), m_freeSpace() {
+    LOG_ENTRY;
+    LOG_EXIT;
+}
+
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): nothing is assigned
+CPhysicalDisk& CPhysicalDisk::operator=(CPhysicalDisk& /*other*/) {
+    LOG_ENTRY;
+    LOG_EXIT;
+    return *this;
+}
+
+VOID_ CPhysicalDisk::setDevID(unsigned int value) {
+    m_info.deviceId = static_cast<USHORT_INT>(value);
+}
+
+unsigned int CPhysicalDisk::getDevID() {
+    return m_info.deviceId;
+}
+
+VOID_ CPhysicalDisk::setSASAddress() {
+    std::memcpy(m_info.sasAddress, "0xfffff", 7);
+}
+
+char* CPhysicalDisk::getSASAddress() {
+    return m_info.sasAddress;
+}
+
+VOID_ CPhysicalDisk::setHDType(unsigned char value) {
+    m_info.hdType = value;
+}
+
+unsigned char CPhysicalDisk::getHDType() {
+    return m_info.hdType;
+}
+
+VOID_ CPhysicalDisk::setFeatureSupport(unsigned int value) {
+    m_info.featureSupport = value;
+}
+
+unsigned int CPhysicalDisk::getFeatureSupport() {
+    return m_info.featureSupport;
+}
+
+VOID_ CPhysicalDisk::setModelNum(unsigned char* text) {
+    copyText(m_info.modelNumber, text);
+}
+
+char* CPhysicalDisk::getModelNum() {
+    return m_info.modelNumber;
+}
+
+VOID_ CPhysicalDisk::setSerialNumber(unsigned char* text) {
+    copyText(m_info.serialNumber, text);
+}
+
+char* CPhysicalDisk::getSerialNumber() {
+    return m_info.serialNumber;
+}
+
+VOID_ CPhysicalDisk::setFWVersion(unsigned char* text) {
+    copyText(m_info.firmwareVersion, text);
+}
+
+char* CPhysicalDisk::getFWVersion() {
+    return m_info.firmwareVersion;
+}
+
+VOID_ CPhysicalDisk::setSize(unsigned long long value) {
+    m_info.size = value;
+}
+
+unsigned long long CPhysicalDisk::getSize() {
+    return m_info.size;
+}
+
+VOID_ CPhysicalDisk::setBlockSize(unsigned int value) {
+    m_info.blockSize = value;
+}
+
+unsigned int CPhysicalDisk::getBlockSize() {
+    return m_info.blockSize;
+}
+
+VOID_ CPhysicalDisk::setHD_SSD_Type(unsigned char value) {
+    m_info.hdSsdType = value;
+}
+
+unsigned char CPhysicalDisk::getHD_SSD_Type() {
+    return m_info.hdSsdType;
+}
+
+VOID_ CPhysicalDisk::setHDIdForRaidStatus(unsigned short value) {
+    m_raidStatus.hdId = value;
+}
+
+unsigned short CPhysicalDisk::getHDIdForRaidStatus() {
+    return m_raidStatus.hdId;
+}
+
+VOID_ CPhysicalDisk::setRaidStatus(unsigned char value) {
+    m_raidStatus.raidStatus = value;
+}
+
+unsigned char CPhysicalDisk::getRaidStatus() {
+    return m_raidStatus.raidStatus;
+}
+
+VOID_ CPhysicalDisk::setWriteCacheOn(unsigned char value) {
+    m_config.writeCacheOn = value;
+}
+
+unsigned char CPhysicalDisk::getWriteCacheOn() {
+    return m_config.writeCacheOn;
+}
+
+VOID_ CPhysicalDisk::setSmartOn(unsigned char value) {
+    m_config.smartOn = value;
+}
+
+unsigned char CPhysicalDisk::getSmartOn() {
+    return m_config.smartOn;
+}
+
+VOID_ CPhysicalDisk::setOnline(unsigned char value) {
+    m_config.online = value;
+}
+
+unsigned char CPhysicalDisk::getOnline() {
+    return m_config.online;
+}
+
+VOID_ CPhysicalDisk::setDriveSpeed(unsigned char value) {
+    m_config.driveSpeed = value;
+}
+
+unsigned char CPhysicalDisk::getDriveSpeed() {
+    return m_config.driveSpeed;
+}
+
+VOID_ CPhysicalDisk::setCrypto(unsigned char value) {
+    m_config.crypto = value;
+}
+
+unsigned char CPhysicalDisk::getCrypto() {
+    return m_config.crypto;
+}
+
+VOID_ CPhysicalDisk::setAESPercentage(unsigned char value) {
+    m_config.aesPercentage = value;
+}
+
+unsigned char CPhysicalDisk::getAESPercentage() {
+    return m_config.aesPercentage;
+}
+
+VOID_ CPhysicalDisk::setHDId(unsigned short value) {
+    m_config.hdId = value;
+}
+
+unsigned short CPhysicalDisk::getHDId() {
+    return m_config.hdId;
+}
+
+VOID_ CPhysicalDisk::setIdForFreeSpace(unsigned short value) {
+    m_freeSpace.deviceId = value;
+}
+
+unsigned short CPhysicalDisk::getIdForFreeSpace() {
+    return m_freeSpace.deviceId;
+}
+
+VOID_ CPhysicalDisk::setBlockSizeForFreeSpace(unsigned short value) {
+    m_freeSpace.blockSize = value;
+}
+
+unsigned short CPhysicalDisk::getBlockSizeForFreeSpace() {
+    return m_freeSpace.blockSize;
+}
+
+VOID_ CPhysicalDisk::setSizeForFreeSpace(unsigned long long value) {
+    m_freeSpace.size = value;
+}
+
+unsigned long long CPhysicalDisk::getSizeForFreeSpace() {
+    return m_freeSpace.size;
+}
+
+VOID_ CPhysicalDisk::setPDInfoAttributes(_PDInfoData* disk) {
+    LOG_ENTRY;
+    setDevID(disk->deviceId);
+    setHDType(0x40);
+    setModelNum(asBytes(disk->modelNumber));
+    setSerialNumber(asBytes(disk->serialNumber));
+    setFWVersion(asBytes(disk->fwVersion));
+    setSize(disk->size);
+    setBlockSize(disk->blockSize);
+    setHD_SSD_Type(1);
+    LOG_EXIT;
+}
+
+// ODDITY: this record and the configuration carry hdId where the information and the free space carry
+// deviceId; the two may differ. Pinned by PhysicalDisk.RecordsCarryTwoDifferentIds.
+VOID_ CPhysicalDisk::setRaidStatusAttributes(_PDInfoData* disk) {
+    LOG_ENTRY;
+    setHDIdForRaidStatus(disk->hdId);
+    setRaidStatus(disk->pdStatus);
+    LOG_EXIT;
+}
+
+VOID_ CPhysicalDisk::setPDConfigAttributes(_PDInfoData* disk) {
+    LOG_ENTRY;
+    setWriteCacheOn(1);
+    setSmartOn(1);
+    setOnline(disk->pdStatus & kDiskOnline);
+    setDriveSpeed(3);
+    setCrypto(0);
+    setAESPercentage(0);
+    setHDId(disk->hdId);
+    LOG_EXIT;
+}
+
+VOID_ CPhysicalDisk::setFreeSpaceAttributes(_PDInfoData* disk) {
+    LOG_ENTRY;
+    setIdForFreeSpace(disk->deviceId);
+    // ODDITY: cut to 16 bits, so a block size of 65536 reads as 0 here and in full in the information.
+    // Pinned by PhysicalDisk.BlockSizeIsCutForFreeSpaceOnly.
+    setBlockSizeForFreeSpace(static_cast<USHORT_INT>(disk->blockSize & 0xFFFF));
+    // All or nothing, by the disk's own status; what virtual disks use is another question.
+    setSizeForFreeSpace((disk->pdStatus & kDiskOnline) != 0 ? 0 : disk->size);
+    LOG_EXIT;
+}
+
+PPD_Info CPhysicalDisk::getPDInfoStruct() {
+    return &m_info;
+}
+
+PPD_RaidStatus CPhysicalDisk::getPDRaidStatusStruct() {
+    return &m_raidStatus;
+}
+
+PSMART_INFO_ARRAY CPhysicalDisk::getPDSmartInfoStruct() {
+    return &m_smartInfo;
+}
+
+PPD_Config CPhysicalDisk::getPDConfigStruct() {
+    return &m_config;
+}
+
+PPD_FreeSpaceInfo CPhysicalDisk::getFreeSpaceStruct() {
+    return &m_freeSpace;
+}
