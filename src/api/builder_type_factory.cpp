@@ -3,6 +3,8 @@
 #include "api/command_ids.h"
 #include "api/error_state.h"
 #include "controller/controller_builder.h"
+#include "disks/physical_disk_builder.h"
+#include "disks/virtual_disk_builder.h"
 #include "support/trace.h"
 
 #include <new>
@@ -13,6 +15,17 @@ IBuilder* newBuilder(USHORT_INT commandId) {
     switch (commandId) {
     case ADAPTER_GET_INFO:
         return new CControllerBuilder();
+    case PD_GetHDInfo_Ext:
+    case PD_GetConfig:
+        return new CPhysicalDiskBuilder();
+    case PD_GET_SMART_INFO:
+    case PD_GetHDRaidStatus:
+    case PD_GetFreeSpaceInfo:
+        return new CPhysicalDiskBuilder(commandId);
+    case LD_GetInfo:
+    case LD_GetConfig:
+    case GET_UsedRaidSpacePerPDInVD:
+        return new CVirtualDiskBuilder();
     default:
         return nullptr;
     }

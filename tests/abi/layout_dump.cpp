@@ -3,6 +3,9 @@
 
 #include "api/zt_command.h"
 #include "controller/adapter_data.h"
+#include "disks/pd_info_data.h"
+#include "disks/smart_log_entry.h"
+#include "disks/vd_info_data.h"
 #include "transport/management.h"
 #include "transport/nvme_handle.h"
 #include "transport/nvme_uio.h"
@@ -200,6 +203,34 @@ void printInternalRecords() {
     printField("maxBufSize", offsetof(_AdapaterData, maxBufSize));
     printField("bdf", offsetof(_AdapaterData, bdf));
     printField("firmwareVersion", offsetof(_AdapaterData, firmwareVersion));
+    printRecord("_PDInfoData", sizeof(_PDInfoData));
+    printField("pdAbsent", offsetof(_PDInfoData, pdAbsent));
+    printField("deviceId", offsetof(_PDInfoData, deviceId));
+    printField("pdStatus", offsetof(_PDInfoData, pdStatus));
+    printField("modelNumber", offsetof(_PDInfoData, modelNumber));
+    printField("serialNumber", offsetof(_PDInfoData, serialNumber));
+    printField("blockSize", offsetof(_PDInfoData, blockSize));
+    printField("fwVersion", offsetof(_PDInfoData, fwVersion));
+    printField("size", offsetof(_PDInfoData, size));
+    printField("hdId", offsetof(_PDInfoData, hdId));
+    printRecord("_vdInfoData", sizeof(_vdInfoData));
+    printField("vdAbsent", offsetof(_vdInfoData, vdAbsent));
+    printField("vdId", offsetof(_vdInfoData, vdId));
+    printField("vdStatus", offsetof(_vdInfoData, vdStatus));
+    printField("raidMode", offsetof(_vdInfoData, raidMode));
+    printField("memberCount", offsetof(_vdInfoData, memberCount));
+    printField("size", offsetof(_vdInfoData, size));
+    printField("memberIds", offsetof(_vdInfoData, memberIds));
+    printField("stripeBlockSize", offsetof(_vdInfoData, stripeBlockSize));
+    printField("blockSize", offsetof(_vdInfoData, blockSize));
+    printField("vdName", offsetof(_vdInfoData, vdName));
+    printRecord("_SMART_HEALTH_INFORMATION_LOG_ENTRY", sizeof(_SMART_HEALTH_INFORMATION_LOG_ENTRY));
+    printField("criticalWarning", offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, criticalWarning));
+    printField("temperature", offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, temperature));
+    printField("availableSpare", offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, availableSpare));
+    printField("availableSpareThreshold",
+               offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, availableSpareThreshold));
+    printField("percentageUsed", offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, percentageUsed));
 }
 
 }  // namespace
