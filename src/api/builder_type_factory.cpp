@@ -5,6 +5,7 @@
 #include "controller/controller_builder.h"
 #include "disks/physical_disk_builder.h"
 #include "disks/virtual_disk_builder.h"
+#include "events/event_builder.h"
 #include "support/trace.h"
 
 #include <new>
@@ -15,6 +16,9 @@ IBuilder* newBuilder(USHORT_INT commandId) {
     switch (commandId) {
     case ADAPTER_GET_INFO:
         return new CControllerBuilder();
+    case VeskNVMe_GetEvent:
+    case EVT_GETEVENT:
+        return new CEventBuilder();
     case PD_GetHDInfo_Ext:
     case PD_GetConfig:
         return new CPhysicalDiskBuilder();

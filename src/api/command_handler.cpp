@@ -8,9 +8,11 @@
 #include "support/singleton.h"
 #include "support/trace.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
+#include <vector>
 
 namespace {
 
@@ -109,9 +111,46 @@ void getUsedSpace(const ZTCommand& command) {
     logCommand("End of VeskNVMe_GetUsedRaidSpacePerPDInVD");
 }
 
-void deliverEvents(const ZTCommand& command) {
+void collectEvents(const ZTCommand& command) {
+    logCommand("Calling VeskNVMe_GetEvent");
+    const std::unique_ptr<IBuilder> builder = builderFor(command);
+    if (builder != nullptr) {
+        builder->buidInfo(VeskNVMe_GetEvent);
+    }
+}
+
+// Event records on their way to the caller, from calloc. Those that do not get there are released too.
+class PendingEvents {
+public:
+    explicit PendingEvents(std::vector<IObject*>& events) : m_events(events) {}
+    ~PendingEvents() {
+        for (IObject* event : m_events) {
+            std::free(event);
+        }
+        m_events.clear();
+    }
+    PendingEvents(const PendingEvents&) = delete;
+    PendingEvents& operator=(const PendingEvents&) = delete;
+
+private:
+    std::vector<IObject*>& m_events;
+};
+
+void deliverEvents(const ZTCommand& command, std::vector<IObject*>& events) {
     logCommand("Calling EVT_GETEVENT");
-    byteAt(command.arg3) = 0;
+    const PendingEvents pending(events);
+    const std::unique_ptr<IBuilder> builder = builderFor(command);
+    if (builder != nullptr) {
+        builder->getObjectVector(events);
+    }
+    const auto count = static_cast<UCHAR_>(events.size() & 0xFF);
+    stg::logLine("CommandHandler::navigator(): EVT_GETEVENT: Event Vector size",
+                 stg::RawByte{count});
+    byteAt(command.arg3) = count;
+    for (USHORT_INT index = 0; index < count; ++index) {
+        std::memcpy(static_cast<UCHAR_*>(command.arg4) + index * sizeof(CEvent), events[index],
+                    sizeof(CEvent));
+    }
 }
 
 void getAdapterOemData(const ZTCommand& command) {
@@ -183,6 +222,7 @@ VOID_ CommandHandler::destroyMe() {
 
 RESULT CommandHandler::navigator(ZTCommand command) {
     LOG_ENTRY;
+    std::vector<IObject*> objects;
     switch (command.commandId) {
     case API_INITIALIZE:
         initialize();
@@ -202,8 +242,11 @@ RESULT CommandHandler::navigator(ZTCommand command) {
     case GET_UsedRaidSpacePerPDInVD:
         getUsedSpace(command);
         break;
+    case VeskNVMe_GetEvent:
+        collectEvents(command);
+        break;
     case EVT_GETEVENT:
-        deliverEvents(command);
+        deliverEvents(command, objects);
         break;
     case ADAPTER_GET_OEM_DATA:
         getAdapterOemData(command);

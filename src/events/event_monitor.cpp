@@ -1,6 +1,7 @@
 #include "events/event_monitor.h"
 
 #include "api/command_handler.h"
+#include "events/event_builder.h"
 #include "support/library_helper.h"
 #include "support/log_line.h"
 #include "support/singleton.h"
@@ -75,6 +76,10 @@ VOID_ CVeskNVMeMonitor::stopMonitoring() {
     LOG_ENTRY;
     m_stopPromise.set_value();
     m_pollingThread.join();
+    // Without the lock: the only other user would be a delivery at this very moment, which tear-down
+    // must not overlap.
+    CEventBuilder::destroyEventsInEventsMap();
+    CEventBuilder::destroyEventsMap();
     LOG_EXIT;
 }
 

@@ -6,6 +6,7 @@
 #include "disks/pd_info_data.h"
 #include "disks/smart_log_entry.h"
 #include "disks/vd_info_data.h"
+#include "events/event_record.h"
 #include "transport/management.h"
 #include "transport/nvme_handle.h"
 #include "transport/nvme_uio.h"
@@ -231,6 +232,14 @@ void printInternalRecords() {
     printField("availableSpareThreshold",
                offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, availableSpareThreshold));
     printField("percentageUsed", offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, percentageUsed));
+    printRecord("_Event", sizeof(_Event));
+    printField("eventClass", offsetof(_Event, eventClass));
+    printField("eventCode", offsetof(_Event, eventCode));
+    printField("timeStamp", offsetof(_Event, timeStamp));
+    printField("deviceId", offsetof(_Event, deviceId));
+    printField("severity", offsetof(_Event, severity));
+    printField("sequenceNo", offsetof(_Event, sequenceNo));
+    printField("description", offsetof(_Event, description));
 }
 
 }  // namespace
