@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <iomanip>
 #include <memory>
 #include <regex>
 #include <sstream>
@@ -36,9 +37,7 @@ std::string inLspciForm(const std::string& hostDump) {
     std::getline(lines, line);
     form << "0000:3b:00.0 controller\n";
     for (int offset = 0; offset < 256 && std::getline(lines, line); offset += 16) {
-        char prefix[8];
-        std::snprintf(prefix, sizeof(prefix), "%02x: ", static_cast<unsigned>(offset));
-        form << prefix << line << '\n';
+        form << std::hex << std::setw(2) << std::setfill('0') << offset << ": " << line << '\n';
     }
     return form.str();
 }
