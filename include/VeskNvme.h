@@ -57,7 +57,7 @@ typedef std::string STDSTR;
 
 enum VeskNVMe_ResultCode {
     ERR_NONE = 0,
-    ERR_FAIL = 1,                /* out of memory, or a request type that the call does not know */
+    ERR_FAIL = 1,                /* no memory, bad request type, event mark not stored */
     ERR_REQ_OUT_OF_RANGE = 5,    /* not raised at present */
     ERR_INVALID_REQUEST = 6,     /* bad request type for raid status or free space */
     ERR_INVALID_ADAPTER_ID = 13, /* not raised at present */
@@ -185,7 +185,7 @@ typedef struct SMART_ATTRIBUTE {
 /* Health of one physical disk, 2404 bytes. Rows 0 ("Percent Drive Life Remaining") and 1
  * ("Available Spare") are used, the other 28 are zero. */
 typedef struct SMART_INFO_ARRAY {
-    UCHAR_ smartStatus;             /* 0  1 if the controller flags the disk, else 0x4F */
+    UCHAR_ smartStatus;             /* 0  1 if bit 5 of the disk's status byte is set, else 0x4F */
     UCHAR_ rsvd1[3];                /* 1 */
     SMART_ATTRIBUTE attributes[30]; /* 4 */
 } SMART_INFO_ARRAY, *PSMART_INFO_ARRAY;
@@ -488,9 +488,10 @@ extern "C" {
 
 /* Sets the library up: reads the configuration, switches the trace log on if it says so, looks for
  * the controller and starts event collection if there is one. Works once per process, and only as
- * the first set-up: after any other it returns ERR_NONE and does nothing, also behind a tear-down. A
- * missing controller is no failure; ask ZT_Adapter_GetCount. Throws std::out_of_range for a
- * configuration line "Debug" with nothing behind it, std::system_error if no thread can be started. */
+ * the first set-up: after any other it returns ERR_NONE and does nothing, also behind a tear-down.
+ * A missing controller is no failure; ask ZT_Adapter_GetCount. Throws std::out_of_range for a
+ * configuration line "Debug" with nothing behind it, std::system_error if no thread can be started.
+ */
 UCHAR_ ZT_API_Initialize(VOID_);
 
 /* Tears the library down at its second call; other calls only count. The second call waits for the
@@ -504,8 +505,8 @@ VOID_ ZT_API_Finalize(VOID_);
  * present. Throws std::system_error if no thread can be started. */
 VOID_ ZNV_Library_Initialize(VOID_);
 
-/* Tears the library down at once. Waits as ZT_API_Finalize does. Throws std::system_error where there
- * is no thread to wait for: without a controller, before set-up and behind a tear-down; and
+/* Tears the library down at once. Waits as ZT_API_Finalize does. Throws std::system_error where
+ * there is no thread to wait for: without a controller, before set-up and behind a tear-down; and
  * std::future_error when it is called again after that. */
 VOID_ ZNV_Library_Finalize(VOID_);
 
@@ -539,12 +540,14 @@ UCHAR_ ZT_PD_GetHDRaidStatus(UCHAR_ adapterId, PInfo_Request pHdRaidStatusReq);
  * ERR_INVALID_REQUEST and a count of 0. */
 UCHAR_ ZT_PD_GetFreeSpaceInfo(UCHAR_ adapterId, PInfo_Request pHdFreeSpaceReq);
 
-/* Delivers the health of the disk pdId: 2404 bytes. An absent disk leaves the record as it was, with
- * result ERR_NONE: clear smartStatus before the call to tell. The third argument is not used. */
+/* Delivers the health of the disk pdId: 2404 bytes. An absent disk leaves the record as it was,
+ * with result ERR_NONE: clear smartStatus before the call to tell. The third argument is not used.
+ */
 UCHAR_ ZT_PD_GET_SMART_INFO(UCHAR_ adapterId, UCHAR_ pdId, UCHAR_ unused,
                             PSMART_INFO_ARRAY pHdSmartReq);
 
-/* Starts or stops the locate blink of a disk's LED. Delivers no data. */
+/* Starts or stops the locate blink of a disk's LED. Delivers no data. Throws std::bad_alloc without
+ * memory for the command. */
 UCHAR_ ZT_PD_OEMData(UCHAR_ adapterId, PPD_OEM_Data p_pdOEMCommand);
 
 /* Delivers VD_Info of all virtual disks or of one: room for 16 + 2 * 312 bytes. A request type
@@ -557,9 +560,11 @@ UCHAR_ ZT_LD_GetConfig(UCHAR_ adapterId, PInfo_Request pLdConfigReq);
 
 /* Delivers the events that are new since the last delivery, oldest first: their number (one byte at
  * pCount) and 64 bytes for each at pEvent, which must have room for 64 of them (4096 bytes). Moves
- * the mark of what was delivered in libVeskNVMeAlertMapping.ini; ERR_FAIL says that the mark could
- * not be stored, and that the same events will come again. The second argument is not used. Throws
- * std::out_of_range for a line of that file which ends with its key. */
+ * the mark of what was delivered in libVeskNVMeAlertMapping.ini. Events without an external code in
+ * that file are not delivered. What does not fit comes with the polls that follow; before the next
+ * poll there is nothing more. ERR_FAIL may say that the mark could not be stored, and that the same
+ * events will come again. The second argument is not used. Throws std::out_of_range for a line of
+ * that file which ends with its key, std::bad_alloc without memory. */
 UCHAR_ ZT_EVT_GetEvent(UCHAR_ adapterId, UCHAR_ unused, UCHAR_* pCount, CEvent* pEvent);
 
 #ifdef __cplusplus

@@ -1,5 +1,5 @@
-// What the builders of physical and of virtual disks do alike: ask the controller for each disk, and
-// hand records out.
+// What the builders of physical and of virtual disks do alike: ask the controller for each disk,
+// and hand records out.
 #pragma once
 
 #include "VeskNvme.h"
@@ -18,9 +18,9 @@ inline void demandRequestType(bool known, const char* text) {
     }
 }
 
-// Asks for every disk, or for the one that is selected already, with a cleared record of the device's,
-// and takes each that exists. `absent` is the record's field that says so; it is set before asking, so
-// that a command that could not be built reads as an absent disk. Throws std::bad_alloc.
+// Asks for every disk, or for the one that is selected already, each time with a cleared
+// record, and takes each that exists. `absent` is the record's field that says so; it is set before
+// asking, so that a command that could not be built reads as an absent disk. Throws std::bad_alloc.
 template <typename Record, typename Select, typename Ask, typename Take>
 void walkDisks(bool all, UCHAR_ Record::*absent, Select select, Ask ask, Take take) {
     const HeapRecord<Record> record = allocateZeroed<Record>();
@@ -37,7 +37,8 @@ void walkDisks(bool all, UCHAR_ Record::*absent, Select select, Ask ask, Take ta
     }
 }
 
-// Writes the header of an answer. `sizeOfSeveral` is the record size that it shows for more than one.
+// Writes the header of an answer. `sizeOfSeveral` is the record size that it shows for more than
+// one.
 inline void deliverHeader(VOIDPTR out, UCHAR_ count, USHORT_INT sizeOfSeveral) {
     auto* const request = static_cast<PInfo_Request>(out);
     request->recordCount = count;

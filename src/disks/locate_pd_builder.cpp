@@ -14,7 +14,7 @@ CLocatePDBuilder::CLocatePDBuilder() : m_pdId(0), m_ledStatus(0) {
     LOG_EXIT;
 }
 
-CLocatePDBuilder::CLocatePDBuilder(void* oemData) : CLocatePDBuilder() {
+CLocatePDBuilder::CLocatePDBuilder(void* oemData) : m_pdId(0), m_ledStatus(0) {
     LOG_ENTRY;
     m_pCommand = std::make_unique<CCommandDword>();
     const auto* const request = static_cast<const PD_OEM_Data*>(oemData);
@@ -54,14 +54,12 @@ RESULT CLocatePDBuilder::buildCommand() {
 VOID_ CLocatePDBuilder::execute() {
     LOG_ENTRY;
     ICommandBuilder::execute();
-    if (m_pCommand) {
-        m_pCommand->execute(getdwIOCTLcode());
-    }
+    sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 
-// ODDITY: two bits and no more: disk 5 is disk 1, in the command and in the log. The controller has
-// two disks, and hosts get no range check. Pinned by LocateCommand.DiskFiveIsDiskOne.
+// ODDITY: two bits and no more, as the command has for it: disk 5 is disk 1, in the command and in
+// the log. Pinned by LocateCommand.DiskFiveIsDiskOne.
 VOID_ CLocatePDBuilder::setPDId(unsigned char pdId) {
     m_pdId = pdId & 0x03;
 }

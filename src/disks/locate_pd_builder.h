@@ -1,5 +1,5 @@
-// Starts or stops the locate blink of one physical disk's LED. Carries no data, although a buffer is
-// attached.
+// Starts or stops the locate blink of one physical disk's LED. Carries no data, although a buffer
+// is attached.
 #pragma once
 
 #include "transport/reply_buffer.h"

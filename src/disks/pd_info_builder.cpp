@@ -33,9 +33,7 @@ RESULT CPDInfoBuilder::buildCommand() {
 VOID_ CPDInfoBuilder::execute() {
     LOG_ENTRY;
     ICommandBuilder::execute();
-    if (m_pCommand) {
-        m_pCommand->execute(getdwIOCTLcode());
-    }
+    sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 

@@ -33,5 +33,5 @@ static_assert(offsetof(_PDInfoData, fwVersion) == 84, "layout");
 static_assert(offsetof(_PDInfoData, size) == 96, "layout");
 static_assert(offsetof(_PDInfoData, hdId) == 104, "layout");
 
-constexpr UCHAR_ kDiskOnline = 0x01;      // of pdStatus; such a disk has no free space
-constexpr UCHAR_ kDiskSmartAlert = 0x20;  // of pdStatus
+constexpr UCHAR_ kOnlineBit = 0x01;  // of pdStatus; such a disk has no free space
+constexpr UCHAR_ kSmartBit = 0x20;   // of pdStatus; selects the SMART status

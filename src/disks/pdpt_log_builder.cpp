@@ -44,9 +44,7 @@ RESULT CPDPTLogBuilder::buildCommand() {
 VOID_ CPDPTLogBuilder::execute() {
     LOG_ENTRY;
     setdwIOCTLcode(1);
-    if (m_pCommand) {
-        m_pCommand->execute(getdwIOCTLcode());
-    }
+    sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 

@@ -12,8 +12,8 @@ CPhysicalDisk::CPhysicalDisk()
     LOG_EXIT;
 }
 
-// ODDITY: copying clears and assigning does nothing; the records leave as bytes only, and hosts know
-// the class so. Pinned by PhysicalDisk.CopyIsClearedAndAssignmentChangesNothing.
+// ODDITY: copying clears and assigning does nothing: the records leave as bytes only, and nothing
+// here copies a disk. Pinned by PhysicalDisk.CopyIsClearedAndAssignmentChangesNothing.
 CPhysicalDisk::CPhysicalDisk(const CPhysicalDisk& /*other*/)
     : m_info(), m_raidStatus(), m_smartInfo(), m_config(), m_freeSpace() {
     LOG_ENTRY;
@@ -216,8 +216,8 @@ VOID_ CPhysicalDisk::setPDInfoAttributes(_PDInfoData* disk) {
     LOG_EXIT;
 }
 
-// ODDITY: this record and the configuration carry hdId where the information and the free space carry
-// deviceId; the two may differ. Pinned by PhysicalDisk.RecordsCarryTwoDifferentIds.
+// ODDITY: this record and the configuration carry hdId where the information and the free space
+// carry deviceId; the two may differ. Pinned by PhysicalDisk.RecordsCarryTwoDifferentIds.
 VOID_ CPhysicalDisk::setRaidStatusAttributes(_PDInfoData* disk) {
     LOG_ENTRY;
     setHDIdForRaidStatus(disk->hdId);
@@ -229,7 +229,7 @@ VOID_ CPhysicalDisk::setPDConfigAttributes(_PDInfoData* disk) {
     LOG_ENTRY;
     setWriteCacheOn(1);
     setSmartOn(1);
-    setOnline(disk->pdStatus & kDiskOnline);
+    setOnline(disk->pdStatus & kOnlineBit);
     setDriveSpeed(3);
     setCrypto(0);
     setAESPercentage(0);
@@ -240,11 +240,11 @@ VOID_ CPhysicalDisk::setPDConfigAttributes(_PDInfoData* disk) {
 VOID_ CPhysicalDisk::setFreeSpaceAttributes(_PDInfoData* disk) {
     LOG_ENTRY;
     setIdForFreeSpace(disk->deviceId);
-    // ODDITY: cut to 16 bits, so a block size of 65536 reads as 0 here and in full in the information.
-    // Pinned by PhysicalDisk.BlockSizeIsCutForFreeSpaceOnly.
+    // ODDITY: cut to 16 bits, so a block size of 65536 reads as 0 here and in full in the
+    // information. Pinned by PhysicalDisk.BlockSizeIsCutForFreeSpaceOnly.
     setBlockSizeForFreeSpace(static_cast<USHORT_INT>(disk->blockSize & 0xFFFF));
     // All or nothing, by the disk's own status; what virtual disks use is another question.
-    setSizeForFreeSpace((disk->pdStatus & kDiskOnline) != 0 ? 0 : disk->size);
+    setSizeForFreeSpace((disk->pdStatus & kOnlineBit) != 0 ? 0 : disk->size);
     LOG_EXIT;
 }
 

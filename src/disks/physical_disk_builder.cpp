@@ -8,7 +8,10 @@
 #include "support/log_line.h"
 #include "support/trace.h"
 
+#include <cstring>
+#include <exception>
 #include <new>
+#include <stdexcept>
 
 namespace {
 
@@ -68,9 +71,9 @@ VOID_ CPhysicalDiskBuilder::setSpecificParams(unsigned char commandId, void* par
     LOG_EXIT;
 }
 
-// ODDITY: the frame lines are uneven here and below: none for the free space, health that ends with a
-// second "Start", a configuration that never ends. Log readers know them so.
-// Pinned by PhysicalDiskBuilder.FrameLinesAreUneven.
+// ODDITY: the frame lines are uneven here and below: none for the free space, health that ends with
+// a second "Start", a configuration that never ends. The text of the log is fixed. Pinned by
+// PhysicalDiskBuilder.FrameLinesAreUneven.
 VOID_ CPhysicalDiskBuilder::buidInfo(int commandId) {
     LOG_ENTRY;
     switch (commandId) {
@@ -184,7 +187,8 @@ VOID_ CPhysicalDiskBuilder::getFreeSpaceInfo() {
 }
 
 // ODDITY: a bad request type is ERR_FAIL here and ERR_INVALID_REQUEST in the single-disk operations
-// below; hosts tell the calls apart by it. Pinned by PhysicalDiskCalls.BadRequestTypeHasTwoCodes.
+// below: two sets of handlers that stay different. Pinned by
+// PhysicalDiskCalls.BadRequestTypeHasTwoCodes.
 void CPhysicalDiskBuilder::gatherAllOrOne(const char* complaint, Setter setter) {
     try {
         demandRequestType(getRequestType() == REQUEST_ALL || getRequestType() == REQUEST_SINGLE,

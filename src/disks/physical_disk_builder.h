@@ -6,8 +6,9 @@
 
 #include <memory>
 
-// One object serves one command: setSpecificParams, buidInfo, getSpecificObject, in this order. What
-// fails is logged and in the error state; the answer then has what was gathered, mostly nothing.
+// One object serves one command: setSpecificParams, buidInfo, getSpecificObject, in this order.
+// What fails is logged and in the error state; the answer then has what was gathered, mostly
+// nothing.
 class CPhysicalDiskBuilder : public IBuilder {
 public:
     CPhysicalDiskBuilder();                                 // room for two disks
@@ -31,8 +32,8 @@ public:
     // The health page of the current disk, likewise.
     VOID_ getSmartAttributesForOnePD(_SMART_HEALTH_INFORMATION_LOG_ENTRY* out);
 
-    // Adds what virtual disks take of the current disk to the number behind `used`, in LBAs. 0, or 1
-    // if the disk is in none. Sends a command through the dispatcher.
+    // Adds what virtual disks take of the current disk to the number behind `used`, in LBAs. 0, or
+    // 1 if the disk is in none. Sends a command through the dispatcher.
     RESULT getUsedSpaceForPDinVD(unsigned long long* used);
 
     VOID_ setActivePDCount(unsigned char count);

@@ -10,12 +10,8 @@
 
 namespace {
 
-constexpr UCHAR_ kHealthy = 0x4F;
-constexpr UCHAR_ kAlert = 1;
-
-// As long as their field, since a name is copied as a whole block.
-unsigned char g_lifeName[64] = "Percent Drive Life Remaining";
-unsigned char g_spareName[64] = "Available Spare";
+constexpr UCHAR_ kStatusBitClear = 0x4F;
+constexpr UCHAR_ kStatusBitSet = 1;
 
 }  // namespace
 
@@ -64,15 +60,19 @@ unsigned char CPhysicalDisk::getSmartAttributeThresholdValue(unsigned short inde
 VOID_ CPhysicalDisk::setSmartInfoAttributes(_PDInfoData* disk,
                                             _SMART_HEALTH_INFORMATION_LOG_ENTRY* page) {
     LOG_ENTRY;
-    setSmartStatus((disk->pdStatus & kDiskSmartAlert) != 0 ? kAlert : kHealthy);
-    // ODDITY: named life remaining, and the raw percentage used: a new disk reads 0, a worn one 100.
-    // Hosts receive the drive's byte. Pinned by DriveHealth.LifeRemainingCarriesThePercentageUsed.
+    // As long as their field, since a name is copied as a whole block.
+    unsigned char lifeName[64] = "Percent Drive Life Remaining";
+    unsigned char spareName[64] = "Available Spare";
+    setSmartStatus((disk->pdStatus & kSmartBit) != 0 ? kStatusBitSet : kStatusBitClear);
+    // ODDITY: named life remaining, and the raw percentage used: a new disk reads 0, a worn one
+    // 100. Hosts receive the drive's byte. Pinned by
+    // DriveHealth.LifeRemainingCarriesThePercentageUsed.
     setSmartAttributeId(0);
-    setSmartAttributeName(0, g_lifeName);
+    setSmartAttributeName(0, lifeName);
     setSmartAttributeCurrentValue(0, page->percentageUsed);
     stg::logLine("PercentageUsed= ", page->percentageUsed);
     setSmartAttributeId(1);
-    setSmartAttributeName(1, g_spareName);
+    setSmartAttributeName(1, spareName);
     setSmartAttributeCurrentValue(1, page->availableSpare);
     setSmartAttributeThresholdValue(1, page->availableSpareThreshold);
     stg::logLine("AvailableSpare= ", page->availableSpare);

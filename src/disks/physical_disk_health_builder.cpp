@@ -61,12 +61,12 @@ VOID_ CPhysicalDiskBuilder::getSmartAttributesForOnePD(_SMART_HEALTH_INFORMATION
     LOG_ENTRY;
     try {
         CPDPTLogBuilder builder(getPDId(), kSmartHealthPage);
-        builder.buildCommand();
-        builder.execute();
-        const void* const reply = builder.getCCommandDwordObject()->getcdw_6_7();
-        // Without a buffer there is no reply; the record of zeros stays.
-        if (reply != nullptr) {
-            const auto page = readRecord<_SMART_HEALTH_INFORMATION_LOG_ENTRY>(reply);
+        // A command that could not be built names no operation for the disk: it is not sent, and
+        // the record of zeros stays.
+        if (builder.buildCommand() == 0) {
+            builder.execute();
+            const auto page = readRecord<_SMART_HEALTH_INFORMATION_LOG_ENTRY>(
+                builder.getCCommandDwordObject()->getcdw_6_7());
             logPage(page);
             *out = page;
         }

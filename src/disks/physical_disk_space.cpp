@@ -1,5 +1,5 @@
-// What virtual disks use of a physical disk. An upward call, on purpose: the virtual disks are asked
-// for by a command of the dispatcher like any other.
+// What virtual disks use of a physical disk. An upward call, on purpose: the virtual disks are
+// asked for by a command of the dispatcher like any other.
 #include "disks/physical_disk_builder.h"
 
 #include "api/command_handler.h"
@@ -20,8 +20,7 @@ RESULT CPhysicalDiskBuilder::getUsedSpaceForPDinVD(unsigned long long* used) {
         ZTCommand command = {};
         command.commandId = GET_UsedRaidSpacePerPDInVD;
         command.arg1 = disks.get();
-        CommandHandler::getUniqueInstance();
-        CommandHandler::navigator(command);
+        CommandHandler::dispatch(command);
         for (const UsedSpacePerPDInVD& disk : *disks) {
             stg::logLine("CPhysicalDiskBuilder::getUsedSpaceForPDinVD(): No of PDs in VD: ",
                          disk.pdIds.size());

@@ -4,7 +4,8 @@
 #include <cstddef>
 #include <cstring>
 
-// Copies up to a NUL in the source or to the last byte but one, zeroes the rest. Nothing is trimmed.
+// Copies up to a NUL in the source or to the last byte but one, zeroes the rest. Nothing is
+// trimmed.
 template <std::size_t N>
 void copyText(char (&field)[N], const unsigned char* text) {
     std::memset(field, 0, N);

@@ -33,9 +33,7 @@ RESULT CVDInfoBuilder::buildCommand() {
 VOID_ CVDInfoBuilder::execute() {
     LOG_ENTRY;
     ICommandBuilder::execute();
-    if (m_pCommand) {
-        m_pCommand->execute(getdwIOCTLcode());
-    }
+    sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 

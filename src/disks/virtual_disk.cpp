@@ -4,15 +4,13 @@
 #include "disks/vd_info_data.h"
 #include "support/trace.h"
 
-#include <cstring>
-
 CVirtualDisk::CVirtualDisk() : m_info(), m_config(), m_usedSpace() {
     LOG_ENTRY;
     LOG_EXIT;
 }
 
-// ODDITY: copying clears, assigning and the two operations behind it do nothing; the records leave as
-// bytes only. Pinned by VirtualDisk.CopyIsClearedAndAssignmentChangesNothing.
+// ODDITY: copying clears, assigning and the two operations behind it do nothing; the records leave
+// as bytes only. Pinned by VirtualDisk.CopyIsClearedAndAssignmentChangesNothing.
 CVirtualDisk::CVirtualDisk(const CVirtualDisk& /*other*/) : m_info(), m_config(), m_usedSpace() {
     LOG_ENTRY;
     LOG_EXIT;
@@ -25,15 +23,9 @@ CVirtualDisk& CVirtualDisk::operator=(CVirtualDisk& /*other*/) {
     return *this;
 }
 
-VOID_ CVirtualDisk::copyAttributes(const CVirtualDisk& /*other*/) {
-    LOG_ENTRY;
-    LOG_EXIT;
-}
+VOID_ CVirtualDisk::copyAttributes(const CVirtualDisk& /*other*/) {}
 
-VOID_ CVirtualDisk::logAttributes() {
-    LOG_ENTRY;
-    LOG_EXIT;
-}
+VOID_ CVirtualDisk::logAttributes() {}
 
 VOID_ CVirtualDisk::setID(unsigned short value) {
     m_info.id = value;
@@ -179,8 +171,8 @@ VOID_ CVirtualDisk::setVDInfoAttributes(_vdInfoData* disk) {
 
 VOID_ CVirtualDisk::setVDConfigAttributes(_vdInfoData* disk) {
     LOG_ENTRY;
-    // ODDITY: sets the cache mode of the other record, so that the configuration shows 0 where the
-    // information shows 1. Hosts know both. Pinned by VirtualDisk.ConfigurationShowsCacheModeZero.
+    // ODDITY: sets the cache mode of the other record, so the configuration that goes out shows 0
+    // where the information shows 1. Pinned by VirtualDisk.ConfigurationShowsCacheModeZero.
     setCacheMode(1);
     setHypperWaterMark(0);
     setAutoRebuildOn(1);

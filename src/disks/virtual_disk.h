@@ -62,8 +62,8 @@ public:
     VOID_ setUsedSizePerPD(unsigned long long size);
     unsigned long long getUsedSizePerPD();
 
-    // Fill one record from what the controller says about the virtual disk. For the space, a disk of
-    // mode 0 or 15 without members has no share to compute: ERR_FAIL, used size 0.
+    // Fill one record from what the controller says about the virtual disk. For the space, a disk
+    // of mode 0 or 15 without members has no share to compute: ERR_FAIL, the used size stays.
     VOID_ setVDInfoAttributes(_vdInfoData* disk);
     VOID_ setVDConfigAttributes(_vdInfoData* disk);
     VOID_ setAttributesForUsedSpacePerPDInVD(_vdInfoData* disk);

@@ -8,7 +8,9 @@
 #include "support/log_line.h"
 #include "support/trace.h"
 
+#include <exception>
 #include <new>
+#include <vector>
 
 namespace {
 
@@ -47,8 +49,8 @@ VOID_ CVirtualDiskBuilder::setSpecificParams(unsigned char commandId, void* para
     LOG_EXIT;
 }
 
-// ODDITY: both commands close with a second "Start" line and have no "End"; log readers know them so.
-// Pinned by VirtualDiskBuilder.CommandsCloseWithASecondStartLine.
+// ODDITY: both commands close with a second "Start" line and have no "End"; the text of the log is
+// fixed. Pinned by VirtualDiskBuilder.CommandsCloseWithASecondStartLine.
 VOID_ CVirtualDiskBuilder::buidInfo(int commandId) {
     LOG_ENTRY;
     switch (commandId) {

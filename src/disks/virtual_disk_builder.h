@@ -6,8 +6,8 @@
 
 #include <memory>
 
-// One object serves one command: setSpecificParams (not for 16), buidInfo, getSpecificObject, in this
-// order. What fails is logged and in the error state; the answer then has what was gathered.
+// One object serves one command: setSpecificParams (not for 16), buidInfo, getSpecificObject, in
+// this order. What fails is logged and in the error state; the answer then has what was gathered.
 class CVirtualDiskBuilder : public IBuilder {
 public:
     CVirtualDiskBuilder();

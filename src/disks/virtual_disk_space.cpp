@@ -12,9 +12,9 @@ namespace {
 
 const char* const kPrefix = "CVirtualDisk::setAttributesForUsedSpacePerPDInVD(): ";
 
-constexpr UCHAR_ kStriped = 0;
-constexpr UCHAR_ kMirrored = 1;
-constexpr UCHAR_ kStripedToo = 15;  // the controller's word for it is not known
+constexpr UCHAR_ kMode0 = 0;
+constexpr UCHAR_ kMode1 = 1;
+constexpr UCHAR_ kMode15 = 15;  // treated as mode 0
 
 }  // namespace
 
@@ -28,12 +28,17 @@ unsigned char CVirtualDisk::getVDIdForUsedSpacePerPDInVD() {
 
 VOID_ CVirtualDisk::setPDIdsOfContainingPDs(unsigned char count, unsigned short* ids) {
     LOG_ENTRY;
-    stg::lout << "CVirtualDisk::setPDIdsOfContainingPDs(): Containing PD IDs: ";
+    m_usedSpace.pdIds.reserve(m_usedSpace.pdIds.size() + count);
     for (unsigned char index = 0; index < count; ++index) {
-        stg::lout << ids[index] << " ";
         m_usedSpace.pdIds.push_back(static_cast<UCHAR_>(ids[index] & 0xFF));
     }
-    stg::lout << '\n';
+    if (stg::lout.isActive()) {
+        stg::lout << "CVirtualDisk::setPDIdsOfContainingPDs(): Containing PD IDs: ";
+        for (unsigned char index = 0; index < count; ++index) {
+            stg::lout << ids[index] << " ";
+        }
+        stg::lout << '\n';
+    }
     LOG_EXIT;
 }
 
@@ -53,7 +58,7 @@ VOID_ CVirtualDisk::setAttributesForUsedSpacePerPDInVD(_vdInfoData* disk) {
     LOG_ENTRY;
     setVDIdForUsedSpacePerPDInVD(static_cast<UCHAR_>(disk->vdId & 0xFF));
     stg::logLine(kPrefix, "Raid Mode: ", disk->raidMode);
-    if (disk->raidMode == kStriped || disk->raidMode == kStripedToo) {
+    if (disk->raidMode == kMode0 || disk->raidMode == kMode15) {
         if (disk->memberCount == 0) {
             // Also what the zeros of a failed command look like. Nothing to divide by: refused.
             stg::logLine(kPrefix, "No member disks, size not divided");
@@ -61,11 +66,11 @@ VOID_ CVirtualDisk::setAttributesForUsedSpacePerPDInVD(_vdInfoData* disk) {
         } else {
             // Unsigned division: the remainder is in no member's share.
             setUsedSizePerPD(disk->size / disk->memberCount);
-            // ODDITY: the line says 0 for mode 15 too; log readers know it so.
+            // ODDITY: the line says 0 for mode 15 too; the text of the log is fixed.
             // Pinned by SpacePerMember.ModeFifteenIsLoggedAsModeZero.
             stg::logLine(kPrefix, "Raid Mode is 0, Size: ", getUsedSizePerPD());
         }
-    } else if (disk->raidMode == kMirrored) {
+    } else if (disk->raidMode == kMode1) {
         setUsedSizePerPD(disk->size);
         stg::logLine(kPrefix, "Raid Mode is 1, Size: ", getUsedSizePerPD());
     } else {
