@@ -39,8 +39,8 @@ void initialize() {
     const BOOL_TYPE exists = CLibInitializer::checkControllerExistence();
     logCommand("Controller existance = ", exists);
     if (exists) {
-        // ODDITY: a fixed count; one controller is all that the library ever addresses, however many
-        // a scan might find. Pinned by CommandHandler.InitializeCountsOneController.
+        // ODDITY: a fixed count; one controller is all that the library ever addresses, however
+        // many a scan might find. Pinned by CommandHandler.InitializeCountsOneController.
         CommandHandler::m_ControllerCount = 1;
         CVeskNVMeMonitor* const monitor = CVeskNVMeMonitor::getUniqueInstance();
         if (monitor != nullptr) {
@@ -54,8 +54,8 @@ void initialize() {
 
 void finalize() {
     logCommand("Calling API_FINALIZE");
-    // The polling thread goes before the talker that it uses. Without a controller there is none, and
-    // joining it throws out of here.
+    // The polling thread goes before the talker that it uses. Without a controller there is none,
+    // and joining it throws out of here.
     CVeskNVMeMonitor* const monitor = CVeskNVMeMonitor::getUniqueInstance();
     if (monitor != nullptr) {
         monitor->stopMonitoring();
@@ -89,7 +89,7 @@ void locateDisk(const ZTCommand& command) {
 }
 
 void getHealth(const ZTCommand& command) {
-    // ODDITY: closes with its opening line; log readers know it so.
+    // ODDITY: closes with its opening line; the text of the log is fixed.
     // Pinned by CommandHandler.HealthClosesWithItsOpeningLine.
     logCommand("Start of PD_GET_SMART_INFO case");
     const std::unique_ptr<IBuilder> builder = builderFor(command);
@@ -119,7 +119,8 @@ void collectEvents(const ZTCommand& command) {
     }
 }
 
-// Event records on their way to the caller, from calloc. Those that do not get there are released too.
+// Event records on their way to the caller, from calloc. Those that do not get there are released
+// too.
 class PendingEvents {
 public:
     explicit PendingEvents(std::vector<IObject*>& events) : m_events(events) {}
@@ -138,8 +139,8 @@ private:
 
 void deliverEvents(const ZTCommand& command, std::vector<IObject*>& events) {
     logCommand("Calling EVT_GETEVENT");
-    const PendingEvents pending(events);
     const std::unique_ptr<IBuilder> builder = builderFor(command);
+    const PendingEvents pending(events);
     if (builder != nullptr) {
         builder->getObjectVector(events);
     }
@@ -183,8 +184,9 @@ void runDiskCommand(const ZTCommand& command) {
         }
         logCommand(row.openingLine);
         if (command.commandId == PD_GetHDInfo_Ext) {
-            // ODDITY: the wording is that of the neighbouring command, and the id one raw character;
-            // log readers know the line so. Pinned by CommandHandler.DiskInfoLogsTheAdapterIdRaw.
+            // ODDITY: the wording is that of the neighbouring command, and the id one raw
+            // character: id 0 is a NUL that cuts the line. Pinned by
+            // CommandHandler.DiskInfoLogsTheAdapterIdRaw.
             if (stg::lout.isActive()) {
                 logCommand("ZT_Adapter_GetInfo : AdapterID = ", stg::RawByte{byteAt(command.arg1)});
             }
@@ -218,6 +220,11 @@ VOID_ CommandHandler::destroyMe() {
     LOG_ENTRY_LABEL("libVeskNvme:CCommandHandler::destroyMe()");
     destroyOnce(m_pCommandHandlerInstance);
     LOG_EXIT_LABEL("libVeskNvme:CCommandHandler::destroyMe()");
+}
+
+void CommandHandler::dispatch(const ZTCommand& command) {
+    getUniqueInstance();
+    navigator(command);
 }
 
 RESULT CommandHandler::navigator(ZTCommand command) {

@@ -1,7 +1,7 @@
 // The dispatcher: the one point through which every operation of the library passes.
 //
-// No locks. Host threads and the polling thread (command 5 only) may be inside at the same time; what
-// they share is guarded where it lies.
+// No locks. Host threads and the polling thread (command 5 only) may be inside at the same time;
+// what they share is guarded where it lies.
 #pragma once
 
 #include "api/zt_command.h"
@@ -15,6 +15,9 @@ public:
     // Runs one command. Always 0: failures show in the error state and in the caller's memory.
     // Static, so that a command runs also where there was no memory for the instance: it uses none.
     static RESULT navigator(ZTCommand command);
+
+    // What every sender does: makes sure of the instance, then runs the command.
+    static void dispatch(const ZTCommand& command);
 
     static CommandHandler* m_pCommandHandlerInstance;
     static UCHAR_ m_ControllerCount;       // 0, or 1 once a controller was found; never cleared

@@ -5,8 +5,8 @@
 
 #include <vector>
 
-// What builders hand out. It has no operations and no definition: the receiver knows from the command
-// what is behind the pointer.
+// What builders hand out. It has no operations and no definition: the receiver knows from the
+// command what is behind the pointer.
 class IObject;
 
 class IBuilder {

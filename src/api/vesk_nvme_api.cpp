@@ -1,5 +1,5 @@
-// The exported functions: each turns its arguments into one command for the dispatcher. None of them
-// catches exceptions or takes a lock.
+// The exported functions: each turns its arguments into one command for the dispatcher. None of
+// them catches exceptions or takes a lock.
 #include "VeskNvme.h"
 
 #include "api/command_handler.h"
@@ -20,8 +20,7 @@ void dispatch(CommandId id, VOIDPTR arg1 = nullptr, VOIDPTR arg2 = nullptr, VOID
     command.arg2 = arg2;
     command.arg3 = arg3;
     command.arg4 = arg4;
-    CommandHandler::getUniqueInstance();
-    CommandHandler::navigator(command);
+    CommandHandler::dispatch(command);
 }
 
 // The start of a request: a null record is refused, for any other the error state of earlier calls
@@ -82,8 +81,8 @@ void logHealth(const SMART_INFO_ARRAY& health) {
 
 UCHAR_ ZT_API_Initialize() {
     VeskNVMeLibrary_Error::setErrorCode(ERR_NONE);
-    // ODDITY: nothing ever clears the flag, so this entry starts the library once in a process, also
-    // after a tear-down. Pinned by LibraryStart.InitializeAfterTearDownStartsNothing.
+    // ODDITY: nothing ever clears the flag, so this entry starts the library once in a process,
+    // also after a tear-down. Pinned by LibraryStart.InitializeAfterTearDownStartsNothing.
     if (CommandHandler::m_libraryInitialized == 0) {
         // Ahead of the ENTRY line, which then stands in the log that the configuration asks for.
         VeskNVMeLibrary_Helper::setDebugLevel(2);

@@ -28,7 +28,7 @@ RESULT CAdapterInfoBuilder::buildCommand() {
 VOID_ CAdapterInfoBuilder::execute() {
     LOG_ENTRY;
     ICommandBuilder::execute();
-    m_pCommand->execute(getdwIOCTLcode());
+    sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 
@@ -59,7 +59,7 @@ RESULT CAdapterConfigBuilder::buildCommand() {
 VOID_ CAdapterConfigBuilder::execute() {
     LOG_ENTRY;
     ICommandBuilder::execute();
-    m_pCommand->execute(getdwIOCTLcode());
+    sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 
@@ -90,7 +90,7 @@ RESULT CAdapterOEMDataBuilder::buildCommand() {
 VOID_ CAdapterOEMDataBuilder::execute() {
     LOG_ENTRY;
     ICommandBuilder::execute();
-    m_pCommand->execute(getdwIOCTLcode());
+    sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 

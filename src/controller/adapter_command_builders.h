@@ -1,5 +1,5 @@
-// The three reads of an adapter page. They differ in their sub-command; only the first is in use, the
-// replies of the other two have no reader.
+// The three reads of an adapter page. They differ in their sub-command; only the first is in use,
+// the replies of the other two have no reader.
 #pragma once
 
 #include "transport/reply_buffer.h"

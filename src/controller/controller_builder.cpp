@@ -12,8 +12,8 @@
 
 namespace {
 
-// Sends the command of a new Builder and hands the Record that comes back to the controller. A builder
-// with no buffer has no reply: nothing is read then.
+// Sends the command of a new Builder and hands the Record that comes back to the controller. A
+// builder with no buffer has no reply: nothing is read then.
 template <typename Builder, typename Record>
 void readInto(CController& controller, CCommandDword* (Builder::*command)()) {
     std::unique_ptr<ICommandBuilder> builder;

@@ -16,8 +16,8 @@ const char* const kIniFolders[] = {"/opt/orvo/kelpdesk/etc/kelpdesk-storage/",
                                    "/etc/cim/orvo/kelpdesk/kelpdesk-storage/"};
 constexpr INTEGER kDefaultPollingInterval = 50;
 
-// The number at the start of `text`; announces it in the log if there is an announcement. Where there
-// is no number it logs `complaint` and why, and yields `fallback`.
+// The number at the start of `text`; announces it in the log if there is an announcement. Where
+// there is no number it logs `complaint` and why, and yields `fallback`.
 INTEGER toNumber(const STDSTR& text, const char* announcement, const char* complaint,
                  INTEGER fallback) {
     try {
@@ -73,7 +73,8 @@ VOID_ VeskNVMeLibrary_Helper::getLinuxINIPath() {
     }
     if (!found) {
         // ODDITY: the line is read and not used, and the stream is left open: files are then looked
-        // for in the working directory by name alone. Pinned by IniPath.FallsBackToTheWorkingFolder.
+        // for in the working directory by name alone. Pinned by
+        // IniPath.FallsBackToTheWorkingFolder.
         std::FILE* const pipe = popen("pwd", "r");
         char line[512];
         if (pipe != nullptr) {

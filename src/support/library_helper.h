@@ -9,15 +9,15 @@
 
 class VeskNVMeLibrary_Helper {
 public:
-    // Finds the folder of the INI files and sets m_LibPath to it; leaves m_LibPath alone, and so the
-    // working directory in force, where neither folder holds a configuration file.
+    // Finds the folder of the INI files and sets m_LibPath to it; leaves m_LibPath alone, and so
+    // the working directory in force, where neither folder holds a configuration file.
     static VOID_ getLinuxINIPath();
 
     // 0 stops logging, 1 starts it, 2 starts it if the configuration says so.
     static VOID_ setDebugLevel(INTEGER level);
 
-    // The value of `key` in [`section`] of the file, or `defaultValue` where file, section or key is
-    // missing. Throws std::out_of_range for a line that holds the key and nothing behind it.
+    // The value of `key` in [`section`] of the file, or `defaultValue` where file, section or key
+    // is missing. Throws std::out_of_range for a line that holds the key and nothing behind it.
     static STDSTR readPropertyFromFile(STDSTR path, STDSTR section, STDSTR key,
                                        STDSTR defaultValue);
 

@@ -1,4 +1,5 @@
-// One log statement: all pieces and the line end, at the cost of one flag test while logging is off.
+// One log statement: all pieces and the line end, at the cost of one flag test while logging is
+// off.
 #pragma once
 
 #include "support/logger.h"
@@ -9,8 +10,8 @@
 
 namespace stg {
 
-// A byte that goes into the line as it stands, whatever character it is. A bare UCHAR_ is written as
-// a decimal number.
+// A byte that goes into the line as it stands, whatever character it is. A bare UCHAR_ is written
+// as a decimal number.
 struct RawByte {
     UCHAR_ value;
 };

@@ -59,8 +59,8 @@ VOID_ CLogger::startDebug() {
 
 VOID_ CLogger::stopDebug() {
     const std::lock_guard<std::mutex> lock(logMutex);
-    // ODDITY: the flag stays set, so lines go on being built and are dropped at the closed file. Other
-    // threads may be in the middle of one. Pinned by Logger.StopKeepsTheFlag.
+    // ODDITY: the flag stays set, so lines go on being built and are dropped at the closed file.
+    // Other threads may be in the middle of one. Pinned by Logger.StopKeepsTheFlag.
     if (m_logStream.is_open()) {
         m_logStream.close();
     }
@@ -110,8 +110,9 @@ VOID_ CLogger::writeToLogFile(char* text) {
     if (!m_logStream.is_open()) {
         return;
     }
-    // ODDITY: compared as unsigned, so the -1 of a failed stream is above the limit too. The rotation
-    // and reopening that follow are what heals the stream. Pinned by Logger.FailedStreamIsReopened.
+    // ODDITY: compared as unsigned, so the -1 of a failed stream is above the limit too. The
+    // rotation and reopening that follow are what heals the stream. Pinned by
+    // Logger.FailedStreamIsReopened.
     if (static_cast<std::uint64_t>(std::streamoff(m_logStream.tellp())) > kFileLimit) {
         m_logStream.close();
         rotateLog();

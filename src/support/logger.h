@@ -1,8 +1,8 @@
 // The trace log: one global logger, one buffer per thread, one file that is rotated by size.
 //
-// Any thread may log. A line is put together in the buffer of its thread, piece by piece, and goes to
-// the file when its line feed is inserted. The logger takes no other lock under its own, so it may be
-// used with any lock held.
+// Any thread may log. A line is put together in the buffer of its thread, piece by piece, and goes
+// to the file when its line feed is inserted. The logger takes no other lock under its own, so it
+// may be used with any lock held.
 #pragma once
 
 #include "VeskNvme.h"

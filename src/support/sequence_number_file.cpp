@@ -11,8 +11,8 @@
 
 namespace {
 
-// Steps backwards from `end` to the last "=" and returns where it stands; -1, with the stream failed,
-// if there is none.
+// Steps backwards from `end` to the last "=" and returns where it stands; -1, with the stream
+// failed, if there is none.
 std::int64_t findLastEqualsSign(std::fstream& file, std::int64_t end) {
     std::int64_t position = end;
     file.seekg(position);
@@ -43,8 +43,8 @@ std::int64_t positionOfLastByte(const STDSTR& path) {
     return last;
 }
 
-// Writes `number` over the old one, which runs from behind `equalsSign` to `last`. Returns whether it
-// is in the file, as far as the stream can tell.
+// Writes `number` over the old one, which runs from behind `equalsSign` to `last`. Returns whether
+// it is in the file, as far as the stream can tell.
 bool overwriteNumber(std::fstream& file, const STDSTR& number, std::int64_t equalsSign,
                      std::int64_t last) {
     file.seekp(equalsSign + 1);
@@ -79,8 +79,8 @@ USHORT_INT VeskNVMeLibrary_Helper::writeSEQNumberToFile(STDSTR path, STDSTR numb
     try {
         const std::int64_t last = positionOfLastByte(path);
         // ODDITY: the number is rewritten in place, behind the last "=" of the whole file, with no
-        // look at sections: every byte of the file's layout is fixed for its other readers.
-        // Pinned by SequenceNumberFile.RowBehindTheSequenceSectionIsOverwritten.
+        // look at sections, and nothing else of the file moves. Pinned by
+        // SequenceNumberFile.RowBehindTheSequenceSectionIsOverwritten.
         std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
         if (file.is_open()) {
             const std::int64_t equalsSign = findLastEqualsSign(file, last);

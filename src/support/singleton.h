@@ -6,8 +6,8 @@
 
 #include "support/log_line.h"
 
-// Returns `instance`, created if it was null; null if that failed with an exception of the kind that
-// is caught. `caller` begins the log line of a failure.
+// Returns `instance`, created if it was null; null if that failed with an exception of the kind
+// that is caught. `caller` begins the log line of a failure.
 template <typename Caught, typename T>
 T* createOnce(T*& instance, const char* caller) {
     if (instance == nullptr) {

@@ -1,6 +1,7 @@
 // The ENTRY and EXIT lines that nearly every function writes around its body.
 //
-// LOG_EXIT stands at the normal end only: an exception that leaves the function leaves no EXIT line.
+// LOG_EXIT stands at the normal end only: an exception that leaves the function leaves no EXIT
+// line.
 #pragma once
 
 #include "support/logger.h"
@@ -27,5 +28,7 @@ inline void trace(const char* signature, const char* label, const char* event) {
 // Macros, since only they see the name of the function that they stand in.
 #define LOG_ENTRY ::stg::trace(__PRETTY_FUNCTION__, "", " ENTRY ")
 #define LOG_EXIT ::stg::trace(__PRETTY_FUNCTION__, "", " EXIT ")
+#define LOG_ENTRY_AS(signature) ::stg::trace(signature, "", " ENTRY ")
+#define LOG_EXIT_AS(signature) ::stg::trace(signature, "", " EXIT ")
 #define LOG_ENTRY_LABEL(label) ::stg::trace(__PRETTY_FUNCTION__, label, " ENTRY ")
 #define LOG_EXIT_LABEL(label) ::stg::trace(__PRETTY_FUNCTION__, label, " EXIT ")

@@ -143,7 +143,8 @@ RESULT CCommandDword::execute(ULONG_INT code) {
     if (talker != nullptr) {
         result = talker->executeCMD(this, code);
     } else {
-        // Before set-up and after tear-down: the command fails as one that the driver refuses would.
+        // Before set-up and after tear-down: the command fails as one that the driver refuses
+        // would.
         stg::logLine("CCommandDword::execute: No device talker, command not sent");
     }
     LOG_EXIT;

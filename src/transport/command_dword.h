@@ -4,8 +4,8 @@
 #include "VeskNvme.h"
 
 // Departs from the NVMe layout where the driver's record does: the address slots carry pointers of
-// this process, dwords 8 and 9 carry the lengths of the two buffers, dwords 2 and 3 go nowhere. Owned
-// and used by the one command builder that made it; the buffers are the builder's too.
+// this process, dwords 8 and 9 carry the lengths of the two buffers, dwords 2 and 3 go nowhere.
+// Owned and used by the one command builder that made it; the buffers are the builder's too.
 class CCommandDword {
 public:
     CCommandDword();  // all slots zero

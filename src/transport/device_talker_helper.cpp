@@ -15,13 +15,13 @@ constexpr USHORT_INT kLinkCapabilities = 0x0C;  // low byte: speed in bits 0 to 
 constexpr USHORT_INT kLinkStatus = 0x12;        // the same
 constexpr int kMaxHops = 6;
 
-// Where the PCI Express capability lies, or std::out_of_range behind the end of the dump; false when
-// six hops did not lead there.
+// Where the PCI Express capability lies, or std::out_of_range behind the end of the dump; false
+// when six hops did not lead there.
 bool findPciExpress(const std::vector<USHORT_INT>& dump, std::size_t& capability) {
     std::size_t offset = dump.at(kCapabilitiesPointer);
     stg::logLine("IZNVDeviceTalker_Helper::parsePCIHexDump(): Initial Offset: ", offset);
-    // ODDITY: a next pointer of 0 does not end the walk: the header's first bytes are then read as a
-    // capability until the hops run out. Pinned by PciDump.NextPointerZeroIsFollowed.
+    // ODDITY: a next pointer of 0 does not end the walk: the header's first bytes are then read as
+    // a capability until the hops run out. Pinned by PciDump.NextPointerZeroIsFollowed.
     for (int hops = 0; hops < kMaxHops; ++hops) {
         const USHORT_INT id = dump.at(offset);
         stg::logLine("IZNVDeviceTalker_Helper::parsePCIHexDump(): Current Capability: ", id);
@@ -35,8 +35,8 @@ bool findPciExpress(const std::vector<USHORT_INT>& dump, std::size_t& capability
     return false;
 }
 
-// One configuration byte of the dump. Digits only in front: no sign and no blank, which the standard
-// conversion would take.
+// One configuration byte of the dump. Digits only in front: no sign and no blank, which the
+// standard conversion would take.
 USHORT_INT hexByte(const std::string& text) {
     if (text.empty() || std::isxdigit(static_cast<unsigned char>(text.front())) == 0) {
         throw std::invalid_argument("stoul");
@@ -63,7 +63,8 @@ RESULT IZNVDeviceTalker_Helper::fetchHexDumpLineIntoVector(STDSTR line,
                                                            USHORT_INT firstColumn) {
     LOG_ENTRY;
     RESULT result = 0;
-    // The length counts in 16 bits; the column must not, or it would wrap and never pass the length.
+    // The length counts in 16 bits; the column must not, or it would wrap and never pass the
+    // length.
     const auto length = static_cast<USHORT_INT>(line.size());
     for (std::size_t column = firstColumn; column < length; column += 3) {
         try {

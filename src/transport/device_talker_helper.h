@@ -16,7 +16,8 @@ public:
                                       USHORT_INT firstColumn);
 
     // Walks the capability list to the PCI Express capability and fills in link speeds and widths
-    // by name. 1, with nothing filled in, where six capabilities do not lead there or the dump ends.
+    // by name. 1, with nothing filled in, where six capabilities do not lead there or the dump
+    // ends.
     RESULT parsePCIHexDump(std::vector<USHORT_INT> dump, std::map<STDSTR, USHORT_INT>& values);
 };
 

@@ -1,7 +1,7 @@
 // The command builders: each owns one command record and one data buffer, and serves one command.
 //
-// Order of use: construct, set parameters, buildCommand(), execute(), fetch the record, read the reply
-// at getcdw_6_7(), destroy. The reply goes with the builder.
+// Order of use: construct, set parameters, buildCommand(), execute(), fetch the record, read the
+// reply at getcdw_6_7(), destroy. The reply goes with the builder.
 #pragma once
 
 #include "transport/command_dword.h"
@@ -11,15 +11,16 @@ public:
     ICommandBuilder();
     virtual ~ICommandBuilder();
 
-    // Fills the record and gets the zeroed buffer. 0, or 1 when there was no memory for it; the error
-    // state says so too.
+    // Fills the record and gets the zeroed buffer. 0, or 1 when there was no memory for it; the
+    // error state says so too.
     virtual RESULT buildCommand() = 0;
 
     // Sends the record. A failed command shows only in the log and in the zeros of the buffer.
     // The body, which builders of device commands call first, sets the request code to 1.
     virtual VOID_ execute() = 0;
 
-    // The record, which stays the builder's. Null in builders that have an accessor of their own only.
+    // The record, which stays the builder's. Null in builders that have an accessor of their own
+    // only.
     virtual CCommandDword* getCCommandDwordObject();
 
     VOID_ setdwIOCTLcode(ULONG_INT code);

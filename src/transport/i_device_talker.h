@@ -1,7 +1,7 @@
 // The route to the controller as the rest of the library sees it.
 //
-// No locks. Discovery changes handle and bdf and must not overlap commands; commands of several threads
-// may overlap, as they share only the read-only connection.
+// No locks. Discovery changes handle and bdf and must not overlap commands; commands of several
+// threads may overlap, as they share only the read-only connection.
 #pragma once
 
 #include "transport/command_dword.h"
@@ -27,8 +27,8 @@ public:
     BDF getBDF();
     VOID_ setBDF(BDF address);
 
-    // Name of the operating system and the talker for it. Written at set-up only; the pointer is not
-    // cleared when the talker goes.
+    // Name of the operating system and the talker for it. Written at set-up only; the pointer is
+    // not cleared when the talker goes.
     static std::pair<STDSTR, IZNVDeviceTalker*> OS_OSTYPEPTR_PAIR;
 
 private:

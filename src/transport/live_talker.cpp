@@ -2,7 +2,8 @@
 
 namespace {
 
-// The talker of the pair, if it was destroyed. Written at set-up and tear-down only, as the pair is.
+// The talker of the pair, if it was destroyed. Written at set-up and tear-down only, as the pair
+// is.
 const IZNVDeviceTalker* g_goneTalker = nullptr;
 
 }  // namespace

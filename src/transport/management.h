@@ -1,5 +1,5 @@
-// The boundary to libvmkmgmt, the hypervisor's user-space management library: its three functions and
-// the tables that say to it who calls and with what parameters.
+// The boundary to libvmkmgmt, the hypervisor's user-space management library: its three functions
+// and the tables that say to it who calls and with what parameters.
 #pragma once
 
 #include "VeskNvme.h"

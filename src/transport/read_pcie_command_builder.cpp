@@ -27,7 +27,7 @@ RESULT CReadPCIeCommandBuilder::buildCommand() {
 VOID_ CReadPCIeCommandBuilder::execute() {
     LOG_ENTRY;
     // Not the base's execute(): the code stays 0, which leads to the host's file.
-    m_pCommand->execute(getdwIOCTLcode());
+    sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 

@@ -25,6 +25,12 @@ ReplyBuffer attachReply(CCommandDword& command, std::size_t size, const char* ca
     }
 }
 
+void sendCommand(ICommandBuilder& builder, CCommandDword* command) {
+    if (command != nullptr) {
+        command->execute(builder.getdwIOCTLcode());
+    }
+}
+
 ReplyBuffer buildInformationRead(CCommandDword& command, UNSIGNED_INTEGER subCommand) {
     command.setcdw0(0xE2);
     ReplyBuffer reply = attachReply(command, 0x1000);

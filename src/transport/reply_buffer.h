@@ -20,6 +20,9 @@ ReplyBuffer attachReply(CCommandDword& command, std::size_t size, const char* ca
 // only the opcode is set then.
 ReplyBuffer buildInformationRead(CCommandDword& command, UNSIGNED_INTEGER subCommand);
 
+// Sends a builder's record with its request code; nothing where there was no memory for a record.
+void sendCommand(ICommandBuilder& builder, CCommandDword* command);
+
 // The record at the start of a reply. A copy, since the buffer has no type of its own.
 template <typename Record>
 Record readRecord(const void* reply) {

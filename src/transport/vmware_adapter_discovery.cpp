@@ -1,5 +1,5 @@
-// Finding the controller: each adapter that the driver lists is opened and asked who it is, until one
-// answers with the right PCI vendor.
+// Finding the controller: each adapter that the driver lists is opened and asked who it is, until
+// one answers with the right PCI vendor.
 #include "transport/vmware_device_talker.h"
 
 #include "support/heap_record.h"

@@ -14,7 +14,8 @@ public:
     // Opens a connection to the adapter and fills the handle record. 0, or the platform's code.
     INTEGER getDeviceHandle(nvme_handle* adapter, nvmeAdapterInfo info);
 
-    // Looks the adapter's PCI address up in the host's text file. 0, or 1 with the address in parts.
+    // Looks the adapter's PCI address up in the host's text file. 0, or 1 with the address in
+    // parts.
     RESULT findAndSetBDF(HANDLE adapter, BDF& address);
 };
 
