@@ -13,8 +13,8 @@ CEvent::~CEvent() {
     LOG_EXIT;
 }
 
-// ODDITY: copying copies no field: a record is moved as bytes, and the class only lends its getters to
-// such bytes. Pinned by EventRecord.CopiesCarryNothing.
+// ODDITY: copying copies no field: a record is moved as bytes, and the class only lends its getters
+// to such bytes. Pinned by EventRecord.CopiesCarryNothing.
 CEvent::CEvent(const CEvent& /*copyObject*/) {
     LOG_ENTRY_LABEL("libVeskNvme: CEvent::CEvent(copyObject)");
     LOG_EXIT_LABEL("libVeskNvme: CEvent::CEvent(copyObject)");

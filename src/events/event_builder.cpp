@@ -38,8 +38,8 @@ void logEvents(const EventMap& events) {
     if (!stg::lout.isActive()) {
         return;
     }
-    for (const auto& [sequenceNo, event] : events) {
-        static_cast<void>(sequenceNo);
+    for (const auto& entry : events) {
+        const _Event* const event = entry.second;
         stg::logLine("CEventBuilder::getEventInfo : Seq no: ", event->sequenceNo);
         stg::logLine("CEventBuilder::getEventInfo : Class: ", event->eventClass);
         stg::logLine("CEventBuilder::getEventInfo : Code: ", event->eventCode);
@@ -51,21 +51,17 @@ void logEvents(const EventMap& events) {
     }
 }
 
-// Reads one piece of the log area and parses it; a piece without a buffer is one without text.
+// Reads one piece of the log area and parses it; a page without a buffer is one without text.
 INTEGER collectPiece(CEventBuilder& builder, EventParser& parser, CZNVEventBuilder& reader,
                      UNSIGNED_INTEGER offset, UNSIGNED_INTEGER length) {
     builder.makeIOCTL(&reader, offset, length);
     auto* const text = static_cast<char*>(reader.getZNVEventCommand()->getcdw_6_7());
-    if (text == nullptr) {
-        parser.setRemainingEvent(STDSTR());
-        return 0;
-    }
-    return parser.parseEventBuffer(text, CEventBuilder::events);
+    return text == nullptr ? 0 : parser.parseEventBuffer(text, CEventBuilder::events);
 }
 
 }  // namespace
 
-std::map<unsigned int, _Event*>* CEventBuilder::events = nullptr;
+EventMap* CEventBuilder::events = nullptr;
 std::mutex CEventBuilder::mtx;
 
 CEventBuilder::CEventBuilder() {
@@ -106,9 +102,10 @@ VOID_ CEventBuilder::makeIOCTL(ICommandBuilder* builder, UNSIGNED_INTEGER offset
 
 VOID_ CEventBuilder::getEventInfo() {
     LOG_ENTRY;
-    const std::lock_guard<std::mutex> lock(mtx);
-    // ODDITY: what is thrown is logged and thrown anew, and nothing above catches it: on the polling
-    // thread that ends the process. Pinned by EventCollection.ExceptionsLeaveAfterTheErrorIsSet.
+    std::unique_lock<std::mutex> lock(mtx);
+    // ODDITY: what is thrown is logged and thrown anew, and nothing above catches it: on the
+    // polling thread that ends the process. Pinned by
+    // EventCollection.ExceptionsLeaveAfterTheErrorIsSet.
     try {
         const auto reader = std::make_unique<CZNVEventBuilder>();
         if (events == nullptr) {
@@ -133,19 +130,20 @@ VOID_ CEventBuilder::getEventInfo() {
         recordFailure(error.what(), ERR_FAIL);
         throw std::exception();
     }
+    lock.unlock();
     LOG_EXIT;
 }
 
 VOID_ CEventBuilder::getObjectVector(std::vector<IObject*>& objects) {
     LOG_ENTRY;
-    const std::lock_guard<std::mutex> lock(mtx);
+    std::unique_lock<std::mutex> lock(mtx);
     if (events != nullptr) {
         INTEGER last = VeskNVMeLibrary_Helper::readEventSeqNumberFromINIFile();
         stg::logLine("CEventBuilder::getObjectVector: Read Last processed SEQ number = ", last);
         stg::logLine("CEventBuilder::getObjectVector: Event map size: ", events->size());
         int budget = kMostEventsDelivered;
-        for (const auto& [key, event] : *events) {
-            static_cast<void>(key);
+        for (const auto& entry : *events) {
+            const _Event* const event = entry.second;
             // ODDITY: compared as signed, so numbers from 0x80000000 on are never above a mark.
             // Pinned by EventDelivery.NumbersAboveTheSignedRangeAreSkipped.
             const auto sequenceNo = static_cast<INTEGER>(event->sequenceNo);
@@ -174,11 +172,12 @@ VOID_ CEventBuilder::getObjectVector(std::vector<IObject*>& objects) {
             // The map stays, and the next delivery brings the same events: at least once.
             VeskNVMeLibrary_Error::setErrorCode(ERR_FAIL);
         } else {
-            // ODDITY: also what is beyond the 64th goes; the controller still has it, and the next poll
-            // brings it back. Pinned by EventDelivery.HundredEventsComeInTwoDeliveries.
+            // ODDITY: also what is beyond the 64th goes; the next poll brings it back for as long
+            // as the controller holds it. Pinned by EventDelivery.HundredEventsComeInTwoDeliveries.
             destroyEventsInEventsMap();
         }
     }
+    lock.unlock();
     LOG_EXIT;
 }
 
@@ -195,9 +194,8 @@ VOID_ CEventBuilder::mapEventInfo(PEvent event) {
 VOID_ CEventBuilder::destroyEventsInEventsMap() {
     LOG_ENTRY;
     if (events != nullptr) {
-        for (const auto& [sequenceNo, event] : *events) {
-            static_cast<void>(sequenceNo);
-            std::free(event);
+        for (const auto& entry : *events) {
+            std::free(entry.second);
         }
         events->clear();
     }

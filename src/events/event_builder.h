@@ -17,8 +17,8 @@ public:
 
     VOID_ buidInfo(int commandId) override;  // collects, whatever the command
     IObject* getObject() override;           // a CEvent of no content, which stays the builder's
-    // Appends up to 64 new events in rising order, records from calloc that are the caller's from then
-    // on; stores the mark and empties the map. Without a poll before it, it touches nothing.
+    // Appends up to 64 new events in rising order, records from calloc that are the caller's from
+    // then on; stores the mark and empties the map. Without a poll before it, it touches nothing.
     VOID_ getObjectVector(std::vector<IObject*>& objects) override;
 
     // Reads the whole log area into the map. Throws a new std::bad_alloc or std::exception for what
@@ -32,8 +32,8 @@ public:
     static VOID_ destroyEventsInEventsMap();
     static VOID_ destroyEventsMap();
 
-    static std::map<unsigned int, _Event*>* events;  // null until the first poll
-    static std::mutex mtx;  // guards events, and the stored sequence number
+    static EventMap* events;  // null until the first poll
+    static std::mutex mtx;    // guards events, and the stored sequence number
 
 private:
     std::unique_ptr<CEvent> m_pEvent;

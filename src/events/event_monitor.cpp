@@ -17,8 +17,8 @@ namespace {
 constexpr USHORT_INT kShortestInterval = 50;  // seconds
 
 USHORT_INT pollingInterval() {
-    // ODDITY: cut to 16 bits before the lower limit is applied, so 65536 polls each 50 seconds and -1
-    // each 65535. Pinned by EventMonitor.IntervalRules.
+    // ODDITY: cut to 16 bits before the lower limit is applied, so 65536 polls each 50 seconds and
+    // -1 each 65535. Pinned by EventMonitor.IntervalRules.
     const auto seconds =
         static_cast<USHORT_INT>(VeskNVMeLibrary_Helper::readPollingIntervalFromINIFile());
     return seconds < kShortestInterval ? kShortestInterval : seconds;
@@ -76,8 +76,8 @@ VOID_ CVeskNVMeMonitor::stopMonitoring() {
     LOG_ENTRY;
     m_stopPromise.set_value();
     m_pollingThread.join();
-    // Without the lock: the only other user would be a delivery at this very moment, which tear-down
-    // must not overlap.
+    // Without the lock: the only other user would be a delivery at this very moment, which
+    // tear-down must not overlap.
     CEventBuilder::destroyEventsInEventsMap();
     CEventBuilder::destroyEventsMap();
     LOG_EXIT;
@@ -90,10 +90,9 @@ VOID_ CVeskNVMeMonitor::polling(std::future<void> stop) {
     command.commandId = VeskNVMe_GetEvent;
     const USHORT_INT interval = pollingInterval();
     while (stop.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
-        CommandHandler::getUniqueInstance();
-        CommandHandler::navigator(command);
-        // ODDITY: plain sleep: a stop waits for the end of the interval. The timing is part of the
-        // behaviour that hosts know. Pinned by EventMonitor.StopWaitsForTheSleep.
+        CommandHandler::dispatch(command);
+        // ODDITY: plain sleep: a stop waits for the end of the interval, and nothing wakes it.
+        // Pinned by EventMonitor.StopWaitsForTheSleep.
         sleep(interval);
     }
     LOG_EXIT_LABEL("libVeskNVMe:CVeskNVMeMonitor::polling()");

@@ -1,5 +1,5 @@
-// The one background thread of the library: it asks the dispatcher every polling interval to collect
-// the controller's events. An upward call, on purpose: a poll is a command like any other.
+// The one background thread of the library: it asks the dispatcher every polling interval to
+// collect the controller's events. An upward call, on purpose: a poll is a command like any other.
 #pragma once
 
 #include "VeskNvme.h"
@@ -19,7 +19,7 @@ public:
     static CVeskNVMeMonitor* getUniqueInstance();  // null if it could not be created
     static VOID_ destroyMe();
 
-    // Starts the thread. On a monitor whose thread runs, this ends the process.
+    // Starts the thread. On a monitor that was started before, this ends the process.
     VOID_ startMonitoring();
 
     // Signals the thread and waits for it, up to a whole polling interval. Throws std::system_error

@@ -22,7 +22,7 @@ struct SeverityName {
     UCHAR_ value;
 };
 
-// ODDITY: "INFO" and "NOTIFY" are one severity; hosts know no other for a notification.
+// ODDITY: "INFO" and "NOTIFY" are one severity: records have no other value for a notification.
 // Pinned by EventNames.InfoAndNotifyAreOneSeverity.
 constexpr SeverityName kSeverities[] = {
     {"UNKNOWN", 0}, {"OTHER", 1}, {"INFO", 2},     {"NOTIFY", 2}, {"WARNING", 3},
@@ -53,14 +53,120 @@ void logEventLine(std::string_view line) {
     stg::lout << '\n';
 }
 
-// A value that holds no number costs its field, not its line.
-ULONG_INT numberOrZero(std::string_view value, int base, const char* complaint) {
-    const NumberText number = readNumber(value, base);
-    if (!number.valid) {
-        stg::logLine(complaint, "stoul");
-        return 0;
+// What the standard conversions say of a text that they do not take, and so does the log.
+const char* const kBadNumber = "stoul";
+const char* const kBadSequenceNumber = "stoull";
+const char* const kSequenceOutOfRange =
+    "Sequence is a negative number or greater than max expected sequence number";
+
+// Signatures of the operations that the functions below do the work of, and trace as.
+const char* const kParseEvent = "RESULT EventParser::parseEvent(std::string, PEvent)";
+const char* const kAddToEventStruct =
+    "RESULT EventParser::addToEventStruct(PEvent, std::string, std::string)";
+const char* const kParseMsg = "VOID_ EventParser::parseMSG(PEvent, std::string, std::string)";
+const char* const kMapSeverity = "UCHAR_ EventParser::mapSeverity(std::string)";
+const char* const kMapClassName = "USHORT_INT EventParser::mapClassName(std::string)";
+
+UCHAR_ severityOf(std::string_view name) {
+    LOG_ENTRY_AS(kMapSeverity);
+    const auto* const row =
+        std::find_if(std::begin(kSeverities), std::end(kSeverities),
+                     [name](const SeverityName& severity) { return severity.name == name; });
+    LOG_EXIT_AS(kMapSeverity);
+    return row == std::end(kSeverities) ? kUnknownName : row->value;
+}
+
+USHORT_INT classOf(std::string_view name) {
+    LOG_ENTRY_AS(kMapClassName);
+    const auto* const row =
+        std::find_if(std::begin(kClasses), std::end(kClasses), [name](const ClassName& known) {
+            return name.find(known.part) != std::string_view::npos;
+        });
+    LOG_EXIT_AS(kMapClassName);
+    return row == std::end(kClasses) ? kUnknownName : row->value;
+}
+
+void readMessage(_Event& event, std::string_view value) {
+    LOG_ENTRY_AS(kParseMsg);
+    const std::size_t first = value.find('_');
+    if (first != std::string_view::npos) {
+        const std::size_t last = value.rfind('_');
+        // ODDITY: with one underscore the description is the same text as the severity name; what
+        // stands between the two is then what stands behind both.
+        // Pinned by EventMessage.OneUnderscoreMakesTheSeverityNameTheDescription.
+        const std::string_view description =
+            first == last ? value.substr(first + 1) : value.substr(first + 1, last - first - 1);
+        event.eventClass = classOf(value.substr(0, first));
+        event.severity = severityOf(value.substr(last + 1));
+        const std::size_t length = std::min(description.size(), sizeof(event.description) - 1);
+        std::memcpy(event.description, description.data(), length);
+        event.description[length] = '\0';
     }
-    return number.value;
+    LOG_EXIT_AS(kParseMsg);
+}
+
+// A value that holds no number leaves its field as it was, and costs no more.
+template <typename Field>
+void readField(Field& field, std::string_view value, int base, const char* complaint) {
+    const NumberText number = readNumber(value, base);
+    if (number.valid) {
+        field = static_cast<Field>(number.value);
+    } else {
+        stg::logLine(complaint, kBadNumber);
+    }
+}
+
+RESULT readTag(_Event& event, std::string_view key, std::string_view value) {
+    LOG_ENTRY_AS(kAddToEventStruct);
+    RESULT result = 0;
+    if (key == "SEQ") {
+        const NumberText number = readNumber(value, 10);
+        const bool inRange =
+            number.value <= 0xFFFFFFFF && value.find('-') == std::string_view::npos;
+        if (number.valid && inRange) {
+            event.sequenceNo = static_cast<UNSIGNED_INTEGER>(number.value);
+        } else {
+            stg::logLine("EventParser::addToEventStruct() : Error parsing SEQ = ",
+                         number.valid ? kSequenceOutOfRange : kBadSequenceNumber);
+            result = 1;
+        }
+    } else if (key == "EVT_ID") {
+        readField(event.eventCode, value, 16,
+                  "EventParser::addToEventStruct(): Error parsing EVT_ID = ");
+    } else if (key == "TIME") {
+        readField(event.timeStamp, value, 10,
+                  "EventParser::addToEventStruct(): Error parsing TIMESTAMP = ");
+    } else if (key == "DEV_ID") {
+        readField(event.deviceId, value, 10,
+                  "EventParser::addToEventStruct(): Error parsing DEV_ID = ");
+    } else if (key == "MSG") {
+        readMessage(event, value);
+    }
+    LOG_EXIT_AS(kAddToEventStruct);
+    return result;
+}
+
+RESULT readLine(_Event& event, std::string_view line) {
+    LOG_ENTRY_AS(kParseEvent);
+    // ODDITY: 1 until a tag was read, so a first tag without key or value ends the line as bad, and
+    // the same tag further behind is skipped. Pinned by EventLine.FirstTagWithoutValueFailsTheLine.
+    RESULT result = 1;
+    std::size_t bracket = line.find('[');
+    while (bracket != std::string_view::npos) {
+        const std::size_t keyEnd = std::min(line.find(']', bracket + 1), line.size());
+        const std::string_view key = line.substr(bracket + 1, keyEnd - bracket - 1);
+        const std::size_t valueBegin = std::min(keyEnd + 1, line.size());
+        bracket = line.find('[', valueBegin);
+        const std::string_view value = line.substr(valueBegin, bracket - valueBegin);
+        if (!key.empty() && !value.empty()) {
+            result = readTag(event, key, value);
+        }
+        if (result != 0) {
+            break;
+        }
+    }
+    LOG_EXIT_AS(kParseEvent);
+    return result;
 }
 
 }  // namespace
@@ -77,7 +183,7 @@ EventParser& EventParser::getInstance() {
     return parser;
 }
 
-INTEGER EventParser::parseEventBuffer(char* page, std::map<unsigned int, _Event*>* events) {
+INTEGER EventParser::parseEventBuffer(char* page, EventMap* events) {
     LOG_ENTRY;
     INTEGER added = 0;
     const bool carried = !m_remaining.empty();
@@ -102,9 +208,9 @@ INTEGER EventParser::parseEventBuffer(char* page, std::map<unsigned int, _Event*
         if (!open && !line.empty()) {
             added += addLine(line, *events) ? 1 : 0;
         }
-        // ODDITY: a line cut by the page is kept, one that the carry read does not complete is dropped
-        // without a word: what follows it is read from the next page's own text.
-        // Pinned by EventParser.TailOfNineBytesIsLostSilently.
+        // ODDITY: a line cut by the page is kept, one that the carry read does not complete is
+        // dropped without a word: the rest of it lies where no page is scanned. Pinned by
+        // EventParser.TailOfNineBytesIsLostSilently.
         if (open && !carried) {
             m_remaining = line;
         }
@@ -119,7 +225,7 @@ bool EventParser::addLine(std::string_view line, EventMap& events) {
     logEventLine(line);
     // Parsed in place first: most lines of a poll are known already, and cost no allocation so.
     _Event event = {};
-    if (parseEvent(line, event) != 0) {
+    if (readLine(event, line) != 0) {
         return false;
     }
     const auto place = events.lower_bound(event.sequenceNo);
@@ -151,115 +257,21 @@ VOID_ EventParser::setRemainingEvent(STDSTR text) {
 }
 
 RESULT EventParser::parseEvent(std::string line, PEvent event) {
-    return parseEvent(std::string_view(line), *event);
-}
-
-RESULT EventParser::parseEvent(std::string_view line, _Event& event) {
-    LOG_ENTRY;
-    // ODDITY: 1 until a tag was read, so a first tag without key or value ends the line as bad, and the
-    // same tag further behind is skipped. Pinned by EventLine.FirstTagWithoutValueFailsTheLine.
-    RESULT result = 1;
-    std::size_t bracket = line.find('[');
-    while (bracket != std::string_view::npos) {
-        const std::size_t keyEnd = std::min(line.find(']', bracket + 1), line.size());
-        const std::string_view key = line.substr(bracket + 1, keyEnd - bracket - 1);
-        const std::size_t valueBegin = std::min(keyEnd + 1, line.size());
-        bracket = line.find('[', valueBegin);
-        const std::string_view value = line.substr(valueBegin, bracket - valueBegin);
-        if (!key.empty() && !value.empty()) {
-            result = addToEventStruct(event, key, value);
-        }
-        if (result != 0) {
-            break;
-        }
-    }
-    LOG_EXIT;
-    return result;
+    return readLine(*event, line);
 }
 
 RESULT EventParser::addToEventStruct(PEvent event, std::string key, std::string value) {
-    return addToEventStruct(*event, std::string_view(key), std::string_view(value));
-}
-
-RESULT EventParser::addToEventStruct(_Event& event, std::string_view key, std::string_view value) {
-    LOG_ENTRY;
-    RESULT result = 0;
-    if (key == "SEQ") {
-        const NumberText number = readNumber(value, 10);
-        const bool inRange =
-            number.value <= 0xFFFFFFFF && value.find('-') == std::string_view::npos;
-        if (number.valid && inRange) {
-            event.sequenceNo = static_cast<UNSIGNED_INTEGER>(number.value);
-        } else {
-            stg::logLine("EventParser::addToEventStruct() : Error parsing SEQ = ",
-                         number.valid
-                             ? "Sequence is a negative number or greater than max expected "
-                               "sequence number"
-                             : "stoull");
-            result = 1;
-        }
-    } else if (key == "EVT_ID") {
-        event.eventCode = static_cast<USHORT_INT>(
-            numberOrZero(value, 16, "EventParser::addToEventStruct(): Error parsing EVT_ID = "));
-    } else if (key == "TIME") {
-        event.timeStamp = static_cast<UNSIGNED_INTEGER>(
-            numberOrZero(value, 10, "EventParser::addToEventStruct(): Error parsing TIMESTAMP = "));
-    } else if (key == "DEV_ID") {
-        event.deviceId = static_cast<USHORT_INT>(
-            numberOrZero(value, 10, "EventParser::addToEventStruct(): Error parsing DEV_ID = "));
-    } else if (key == "MSG") {
-        parseMSG(event, value);
-    }
-    LOG_EXIT;
-    return result;
+    return readTag(*event, key, value);
 }
 
 VOID_ EventParser::parseMSG(PEvent event, std::string /*key*/, std::string value) {
-    parseMSG(*event, std::string_view(value));
-}
-
-VOID_ EventParser::parseMSG(_Event& event, std::string_view value) {
-    LOG_ENTRY;
-    const std::size_t first = value.find('_');
-    if (first != std::string_view::npos) {
-        const std::size_t last = value.rfind('_');
-        // ODDITY: with one underscore the description is the same text as the severity name; what
-        // stands between the two is then what stands behind both.
-        // Pinned by EventMessage.OneUnderscoreMakesTheSeverityNameTheDescription.
-        const std::string_view description =
-            first == last ? value.substr(first + 1) : value.substr(first + 1, last - first - 1);
-        event.eventClass = mapClassName(value.substr(0, first));
-        event.severity = mapSeverity(value.substr(last + 1));
-        const std::size_t length = std::min(description.size(), sizeof(event.description) - 1);
-        std::memcpy(event.description, description.data(), length);
-        event.description[length] = '\0';
-    }
-    LOG_EXIT;
+    readMessage(*event, value);
 }
 
 UCHAR_ EventParser::mapSeverity(std::string name) {
-    return mapSeverity(std::string_view(name));
-}
-
-UCHAR_ EventParser::mapSeverity(std::string_view name) {
-    LOG_ENTRY;
-    const auto* const row =
-        std::find_if(std::begin(kSeverities), std::end(kSeverities),
-                     [name](const SeverityName& severity) { return severity.name == name; });
-    LOG_EXIT;
-    return row == std::end(kSeverities) ? kUnknownName : row->value;
+    return severityOf(name);
 }
 
 USHORT_INT EventParser::mapClassName(std::string name) {
-    return mapClassName(std::string_view(name));
-}
-
-USHORT_INT EventParser::mapClassName(std::string_view name) {
-    LOG_ENTRY;
-    const auto* const row =
-        std::find_if(std::begin(kClasses), std::end(kClasses), [name](const ClassName& known) {
-            return name.find(known.part) != std::string_view::npos;
-        });
-    LOG_EXIT;
-    return row == std::end(kClasses) ? kUnknownName : row->value;
+    return classOf(name);
 }

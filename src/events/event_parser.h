@@ -1,7 +1,8 @@
 // Turns the controller's event log, a text, into event records.
 //
-// The log comes in pages of 4096 bytes: 40 bytes that are no text, then lines that end in a line feed,
-// then NUL bytes. A line is a row of tags, "[KEY]value", in any order. No locks: a parser belongs to
+// The log comes in pages of 4096 bytes: 40 bytes that are not scanned (the first 8 may hold the end
+// of a cut line), then lines that end in a line feed, then NUL bytes. A line is a row of tags,
+// "[KEY]value", in any order. No locks: a parser belongs to
 // the thread that uses it, the map to whoever holds its lock.
 #pragma once
 
@@ -19,16 +20,17 @@ public:
 
     // Adds the records of one page to the map and returns how many were new; a sequence number that
     // is there already keeps its record. A line that the page's end cuts is kept as remaining text;
-    // the next call then takes `page` as a carry read of 16 bytes, whose last 8 may complete the line,
-    // and drops it if they do not.
-    INTEGER parseEventBuffer(char* page, std::map<unsigned int, _Event*>* events);
+    // the next call then takes `page` as a carry read of 16 bytes, whose last 8 may complete the
+    // line, and drops it if they do not.
+    INTEGER parseEventBuffer(char* page, EventMap* events);
 
     STDSTR getRemainingEvent();
     VOID_ setRemainingEvent(STDSTR text);
 
     // Fills the zeroed record from one line. 0 good, 1 bad.
     RESULT parseEvent(std::string line, PEvent event);
-    // Fills in one tag. 1 for a sequence number that is none, 0 for all else, unknown keys included.
+    // Fills in one tag. 1 for a sequence number that is none, 0 for all else, unknown keys
+    // included.
     RESULT addToEventStruct(PEvent event, std::string key, std::string value);
     // Class, severity and description out of the value of "MSG".
     VOID_ parseMSG(PEvent event, std::string key, std::string value);
@@ -36,13 +38,6 @@ public:
     USHORT_INT mapClassName(std::string name);
 
 private:
-    // The work, on ranges of the caller's text; each traces under the name of its public form.
-    RESULT parseEvent(std::string_view line, _Event& event);
-    RESULT addToEventStruct(_Event& event, std::string_view key, std::string_view value);
-    VOID_ parseMSG(_Event& event, std::string_view value);
-    UCHAR_ mapSeverity(std::string_view name);
-    USHORT_INT mapClassName(std::string_view name);
-
     bool addLine(std::string_view line, EventMap& events);
 
     std::string m_remaining;

@@ -1,5 +1,6 @@
 // Reads a number at the start of a text as strtoul does, without a copy of the text and without an
-// exception: blanks, a sign that wraps, a "0x" before hexadecimal digits; what follows is ignored.
+// exception, from any thread: blanks, a sign that wraps, a "0x" before hexadecimal digits; what
+// follows is ignored.
 #pragma once
 
 #include "VeskNvme.h"

@@ -30,12 +30,13 @@ RESULT CZNVEventBuilder::buildCommand() {
     if (m_pReply) {
         // A read that fails must not show the text of the one before it.
         std::memset(m_pReply.get(), 0, kBufferSize);
+        m_pCommand->setcdw_6_7(m_pReply.get());
     } else {
         m_pReply = attachReply(*m_pCommand, kBufferSize, "CZNVEventBuilder::buildCommand(): ");
     }
     if (m_pReply) {
-        // ODDITY: length and size are those of a whole page, also for a read of 16 bytes; the length
-        // that counts is in cdw14. Pinned by EventCommand.CarryReadDiffersInOffsetAndLengthOnly.
+        // ODDITY: length and size are those of a whole page, also for a read of 16 bytes; what is
+        // wanted goes into cdw14. Pinned by EventCommand.CarryReadDiffersInOffsetAndLengthOnly.
         m_pCommand->setcdw9(0x1000);
         m_pCommand->setcdw10(0x3FF);
         m_pCommand->setcdw12(0x4FE);
@@ -50,7 +51,7 @@ RESULT CZNVEventBuilder::buildCommand() {
 VOID_ CZNVEventBuilder::execute() {
     LOG_ENTRY;
     ICommandBuilder::execute();
-    m_pCommand->execute(getdwIOCTLcode());
+    sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 
