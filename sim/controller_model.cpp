@@ -39,17 +39,39 @@ Answer send(std::vector<std::uint8_t> data, std::uint64_t dwords) {
 
 }  // namespace
 
-ControllerModel::ControllerModel(const Adapter& adapter, std::uint64_t noiseSeed)
+ControllerModel::ControllerModel(const Adapter& adapter, std::uint64_t noiseSeed, double now)
     : m_noiseSeed(noiseSeed),
       m_adapter(adapter),
-      m_events(adapter.events, adapter.cutEventLines, noiseSeed) {}
+      m_events(adapter, noiseSeed),
+      m_eventsBegan(now) {}
 
-void ControllerModel::update(const Adapter& adapter) {
+void ControllerModel::update(const Adapter& adapter, double now) {
+    if (eventSource(adapter) != eventSource(m_adapter)) {
+        m_events = EventLog(adapter, m_noiseSeed);
+        m_eventsBegan = now;
+    }
     m_adapter = adapter;
-    m_events = EventLog(adapter.events, adapter.cutEventLines, m_noiseSeed);
 }
 
-Answer ControllerModel::answer(const ReceivedCommand& command) {
+ControllerState ControllerModel::state(double now) {
+    m_events.advance(now - m_eventsBegan);
+    return {m_leds.blinking(), m_events.state()};
+}
+
+void ControllerModel::restore(const ControllerState& state, double now) {
+    m_leds = LocateLeds();
+    for (const unsigned slot : state.locatingDisks) {
+        if (slot < LocateLeds::kSlots && findDisk(m_adapter, slot) != nullptr) {
+            m_leds.set(slot, true);
+        }
+    }
+    if (state.events.source == eventSource(m_adapter)) {
+        m_events.restore(state.events);
+        m_eventsBegan = now - state.events.seconds;
+    }
+}
+
+Answer ControllerModel::answer(const ReceivedCommand& command, double now) {
     // Equal commands get equal noise, different ones different noise.
     std::uint64_t seed = mix(m_noiseSeed ^ command.opcode);
     for (const std::uint32_t dword : {command.nsid, command.cdw10, command.cdw12, command.cdw14}) {
@@ -66,7 +88,7 @@ Answer ControllerModel::answer(const ReceivedCommand& command) {
     }
     switch (command.opcode) {
     case kOpcodeVendor:
-        return answerVendor(command, seed);
+        return answerVendor(command, seed, now);
     case kOpcodeDiskPassThrough:
         return readDiskLogPage(command, seed);
     default:
@@ -75,7 +97,8 @@ Answer ControllerModel::answer(const ReceivedCommand& command) {
 }
 
 // Low byte of cdw12: class of the request; second byte: function inside it.
-Answer ControllerModel::answerVendor(const ReceivedCommand& command, std::uint64_t seed) {
+Answer ControllerModel::answerVendor(const ReceivedCommand& command, std::uint64_t seed,
+                                     double now) {
     switch (command.cdw12) {
     case 0x0E0:
         if (command.cdw14 != kAdapterInfoTarget) {
@@ -91,14 +114,21 @@ Answer ControllerModel::answerVendor(const ReceivedCommand& command, std::uint64
     case 0x0E4:
         return send(noise(kPageBytes, seed), command.cdw10);
     case 0x4FE:
-        // The length stands in cdw14; the dword count in cdw10 has no meaning for the log.
-        if (command.cdw14 == 0) {
-            return invalidField();
-        }
-        return {0, 0, m_events.read(command.cdw13, std::min(command.cdw14, command.dataLength))};
+        return readEvents(command, now);
     default:
         return invalidField();
     }
+}
+
+Answer ControllerModel::readEvents(const ReceivedCommand& command, double now) {
+    // The length stands in cdw14; the dword count in cdw10 has no meaning for the log.
+    if (command.cdw14 == 0) {
+        return invalidField();
+    }
+    if (command.cdw13 == 0) {
+        m_events.advance(now - m_eventsBegan);
+    }
+    return {0, 0, m_events.read(command.cdw13, std::min(command.cdw14, command.dataLength))};
 }
 
 Answer ControllerModel::readDiskLogPage(const ReceivedCommand& command, std::uint64_t seed) const {

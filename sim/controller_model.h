@@ -1,6 +1,7 @@
 // One NVMe adapter: answers commands from its state. Not synchronised.
 #pragma once
 
+#include "controller_state.h"
 #include "event_log.h"
 #include "locate_leds.h"
 #include "received_command.h"
@@ -21,23 +22,34 @@ struct Answer {
 
 class ControllerModel {
 public:
-    ControllerModel(const Adapter& adapter, std::uint64_t noiseSeed);
+    // Every `now` is the host's time in seconds.
+    ControllerModel(const Adapter& adapter, std::uint64_t noiseSeed, double now);
 
-    // Takes over another state of the same adapter; the lights stay as they are.
-    void update(const Adapter& adapter);
+    // Takes over another state of the same adapter. The lights stay as they are, and so does the
+    // event log if nothing has changed in what the scenario says of it; else it begins anew.
+    void update(const Adapter& adapter, double now);
 
-    Answer answer(const ReceivedCommand& command);
+    // A look at the event log begins with its first byte: that is when the log takes up what has
+    // happened since, so that all pages of one look belong together.
+    Answer answer(const ReceivedCommand& command, double now);
     const Adapter& adapter() const { return m_adapter; }
     std::vector<unsigned> locatingDisks() const { return m_leds.blinking(); }
 
+    ControllerState state(double now);
+    // Lights of disks that are not there stay dark; a log that came from other settings of the
+    // scenario is left out.
+    void restore(const ControllerState& state, double now);
+
 private:
-    Answer answerVendor(const ReceivedCommand& command, std::uint64_t seed);
+    Answer answerVendor(const ReceivedCommand& command, std::uint64_t seed, double now);
+    Answer readEvents(const ReceivedCommand& command, double now);
     Answer readDiskLogPage(const ReceivedCommand& command, std::uint64_t seed) const;
     Answer setLed(std::uint32_t target);
 
     std::uint64_t m_noiseSeed;
     Adapter m_adapter;
     EventLog m_events;
+    double m_eventsBegan;  // host time at which the log's own time was 0
     LocateLeds m_leds;
 };
 

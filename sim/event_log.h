@@ -1,5 +1,9 @@
-// The controller's event log: 16 pages of text, each behind a header of its own. Not synchronised.
+// The controller's event log: its text, and what is added to it as time goes by. Not synchronised.
 #pragma once
+
+#include "controller_state.h"
+#include "event_area.h"
+#include "scenario.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -8,26 +12,42 @@
 
 namespace vesksim {
 
+// Equal for adapters whose logs begin and grow in the same way.
+std::string eventSource(const Adapter& adapter);
+
 class EventLog {
 public:
-    static constexpr std::size_t kPageBytes = 4096;
-    static constexpr std::size_t kHeaderBytes = 40;
-    static constexpr std::size_t kAreaBytes = 16 * kPageBytes;
-    static constexpr std::size_t kMaxLineBytes = kPageBytes - kHeaderBytes - 1;  // and a line feed
+    // Made-up events of a longer gap are left out, so that a long break costs no time.
+    static constexpr double kLongestGapSeconds = 3600;
 
-    // Lines come without their line feed. A line that does not fit in what is left of its page
-    // starts on the next one, or, with `cut`, runs on at byte 0 of the next page, over the header:
-    // a reader who joins 8 bytes of each side gets it back if not more than that is behind the cut.
-    EventLog(const std::vector<std::string>& lines, bool cut, std::uint64_t noiseSeed);
+    // The log with the events that are there from the beginning.
+    EventLog(const Adapter& adapter, std::uint64_t noiseSeed);
 
-    // Bytes of the log that the lines take, headers included; more than kAreaBytes: too many.
-    static std::size_t room(const std::vector<std::string>& lines, bool cut);
+    // Adds what has happened up to this time, in seconds since the log began. Time that goes back
+    // takes nothing away.
+    void advance(double seconds);
 
-    // What lies behind the end of the log reads as zeros.
-    std::vector<std::uint8_t> read(std::uint32_t offset, std::size_t length) const;
+    std::vector<std::uint8_t> read(std::uint32_t offset, std::size_t length) const {
+        return m_area.read(offset, length);
+    }
+
+    // True once old text had to go.
+    bool wrapped() const { return m_area.wrapped(); }
+
+    EventLogState state() const;
+    void restore(const EventLogState& state);
 
 private:
-    std::vector<std::uint8_t> m_area;
+    void append(const EventEntry& entry, double seconds);
+
+    Adapter m_adapter;
+    std::vector<ScheduledEvent> m_schedule;  // by rising time
+    EventArea m_area;
+    double m_seconds = 0;
+    std::uint32_t m_nextSequence = 1;
+    std::size_t m_scheduledDone = 0;
+    std::uint64_t m_randomMade = 0;
+    double m_nextRandomAt = 0;
 };
 
 }  // namespace vesksim

@@ -93,11 +93,14 @@ std::string alertMappingIniText() {
 ; An event without a row is not reported, nor is one with the code 65535.
 ; A code that is the beginning of another one (1 of 10) stands before it.
 
-; Events of the adapter. 1: controller started, 2: firmware updated, 3: temperature too high.
+; Events of the adapter. 1: controller started, 2: firmware updated, 3: temperature too high,
+; 10: link slowed down, 11: link restored.
 [Adapter]
 1=2001
 2=2002
 3=2003
+10=2010
+11=2011
 
 ; Events of virtual disks. 201: optimal, 202: degraded, 203: rebuild done, 204: failed.
 [VirtualDevice]
@@ -120,12 +123,16 @@ SequenceNumber=0
 )";
 }
 
-void writeHostFiles(const std::string& root, const Scenario& scenario) {
+fs::path hostFolder(const std::string& root) {
     if (root.empty() || fs::path(root).lexically_normal() == "/") {
         throw std::invalid_argument("host folder: \"" + root +
                                     "\" would be the machine's own root");
     }
-    const fs::path folder(root);
+    return root;
+}
+
+void writeHostFiles(const std::string& root, const Scenario& scenario) {
+    const fs::path folder = hostFolder(root);
     const fs::path pci = folder / "opt/orvo/pciconfig";
     const fs::path ini = folder / "opt/orvo/kelpdesk/etc/kelpdesk-storage";
     for (const fs::path& needed : {folder / "scratch/log", folder / "var/log", pci, ini}) {

@@ -3,6 +3,7 @@
 
 #include "scenario.h"
 
+#include <filesystem>
 #include <string>
 
 namespace vesksim {
@@ -12,6 +13,9 @@ namespace vesksim {
 // its mark and its edits. Throws std::invalid_argument for an empty root or "/", which would be the
 // machine's own, and std::system_error when a file cannot be written.
 void writeHostFiles(const std::string& root, const Scenario& scenario);
+
+// The folder as a path. Throws std::invalid_argument for an empty root or "/".
+std::filesystem::path hostFolder(const std::string& root);
 
 // The usual texts.
 std::string pciAddressText(const Scenario& scenario);

@@ -81,7 +81,7 @@ std::vector<Disk> defaultDisks() {
     return {Disk(), second};
 }
 
-std::vector<std::string> defaultEvents() {
+std::vector<EventEntry> defaultEvents() {
     return {
         "[SEQ]1[TIME]1790000000[EVT_ID]0x1[DEV_ID]0[MSG]NVMe_Controller started_INFO",
         "[SEQ]2[TIME]1790000002[EVT_ID]0x65[DEV_ID]0[MSG]PD_Drive online_INFO",

@@ -4,6 +4,7 @@
 
 #include "command_class.h"
 #include "command_override.h"
+#include "event_settings.h"
 
 #include <cstdint>
 #include <map>
@@ -71,7 +72,7 @@ struct Disk {
     std::uint16_t deviceId = 0;             // in disk information and free-space records
     std::uint16_t hdId = 0x100;             // in configuration and raid status records
     std::uint8_t status = 0x01;             // bit 0 online, bit 5 health alert
-    std::string model = "VESK M2 480G";     // 40 bytes
+    std::string model = "VESK M2 480G";     // 40 bytes, any
     std::string serial = "VD00480A000170";  // 20 bytes
     std::string firmware = "E8FK11.3";      // 8 bytes
     std::uint32_t blockSize = 512;
@@ -92,7 +93,7 @@ struct Volume {
 };
 
 std::vector<Disk> defaultDisks();
-std::vector<std::string> defaultEvents();
+std::vector<EventEntry> defaultEvents();
 
 struct Adapter {
     std::string name = "vmhba2";                // 1 to 31 characters
@@ -112,7 +113,10 @@ struct Adapter {
     std::optional<std::uint8_t> reportedVolumeCount;  // else the number of volumes
     std::vector<Disk> disks = defaultDisks();
     std::vector<Volume> volumes = {Volume()};
-    std::vector<std::string> events = defaultEvents();  // lines of the event log, oldest first
+    std::vector<EventEntry> events = defaultEvents();  // there from the beginning, oldest first
+    std::vector<ScheduledEvent> eventSchedule;
+    std::optional<RandomEvents> randomEvents;
+    std::uint32_t eventStartTime = 1790000100;  // seconds since 1970 at which the log begins
     bool cutEventLines = false;  // lines run on across page ends instead of starting anew
     std::map<CommandClass, CommandOverride> failures;
 };

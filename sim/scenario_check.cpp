@@ -1,10 +1,13 @@
+#include "event_area.h"
 #include "event_log.h"
+#include "event_text.h"
 #include "scenario.h"
 #include "wire.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <limits>
 #include <set>
 
 namespace vesksim {
@@ -15,6 +18,10 @@ constexpr std::size_t kNameBytes = 31;      // 32 with the NUL
 constexpr std::size_t kMaxMembers = 33;     // places in the volume record
 constexpr std::uint8_t kMaxSpeedCode = 15;  // 4 bits of the link registers
 constexpr std::uint8_t kMaxWidthCode = 63;  // 6 bits of the link registers
+constexpr double kShortestInterval = 0.01;  // seconds; an hour of it is still made up at once
+constexpr double kLongestInterval = 1e6;
+constexpr double kLastSecond = 1e9;
+constexpr std::uint32_t kMaxInitialEvents = 100000;
 
 class Checker {
 public:
@@ -81,19 +88,56 @@ void checkVolumes(const Checker& check, const std::string& place, const Adapter&
     }
 }
 
+void checkEvent(const Checker& check, const std::string& place, const EventEntry& entry) {
+    constexpr std::uint32_t kLongest = std::numeric_limits<std::uint32_t>::max();
+    const std::string line = eventLine(entry, kLongest, kLongest);
+    if (line.find('\n') != std::string::npos) {
+        check.fail(place, "a line feed inside a line", "Make two lines of it");
+    }
+    check.width(place, line, EventArea::kMaxLineBytes);
+}
+
+void checkRandomEvents(const Checker& check, const std::string& place, const RandomEvents& random) {
+    const double mean = random.meanIntervalSeconds;
+    if (mean != 0 && !(mean >= kShortestInterval && mean <= kLongestInterval)) {
+        check.fail(place + "/mean_interval_seconds",
+                   fmt::format("{} is not an interval for events", mean),
+                   fmt::format("Write a number from {} to {}, or 0 for none", kShortestInterval,
+                               kLongestInterval));
+    }
+    if (random.initialCount > kMaxInitialEvents) {
+        check.fail(place + "/initial_count", fmt::format("{} are too many", random.initialCount),
+                   fmt::format("Write at most {}", kMaxInitialEvents));
+    }
+    if (random.unmappedPercent > 100) {
+        check.fail(place + "/unmapped_percent",
+                   fmt::format("{} is no percentage", random.unmappedPercent),
+                   "Write a number from 0 to 100");
+    }
+}
+
 void checkEvents(const Checker& check, const std::string& place, const Adapter& adapter) {
     for (std::size_t i = 0; i < adapter.events.size(); ++i) {
-        const std::string& line = adapter.events[i];
-        const std::string here = fmt::format("{}/events/{}", place, i);
-        if (line.find('\n') != std::string::npos) {
-            check.fail(here, "a line feed inside a line", "Make two lines of it");
-        }
-        check.width(here, line, EventLog::kMaxLineBytes);
+        checkEvent(check, fmt::format("{}/events/{}", place, i), adapter.events[i]);
     }
-    if (EventLog::room(adapter.events, adapter.cutEventLines) > EventLog::kAreaBytes) {
+    for (std::size_t i = 0; i < adapter.eventSchedule.size(); ++i) {
+        const ScheduledEvent& scheduled = adapter.eventSchedule[i];
+        const std::string here = fmt::format("{}/event_schedule/{}", place, i);
+        checkEvent(check, here + "/event", scheduled.event);
+        if (!(scheduled.at >= 0 && scheduled.at <= kLastSecond)) {
+            check.fail(here + "/at", fmt::format("{} is not a time of the log", scheduled.at),
+                       fmt::format("Write seconds from 0 to {}", kLastSecond));
+        }
+    }
+    if (adapter.randomEvents) {
+        checkRandomEvents(check, place + "/random_events", *adapter.randomEvents);
+    }
+    Adapter ownEventsOnly = adapter;
+    ownEventsOnly.randomEvents.reset();
+    if (EventLog(ownEventsOnly, 0).wrapped()) {
         check.fail(place + "/events",
                    fmt::format("the {} lines do not fit in the {} bytes of the event log",
-                               adapter.events.size(), EventLog::kAreaBytes),
+                               adapter.events.size(), EventArea::kAreaBytes),
                    "Take some out");
     }
 }

@@ -1,5 +1,6 @@
 // The keys of a scenario file. scenarios/README.md tells what each one means.
 #include "scenario.h"
+#include "scenario_events_json.h"
 #include "strict_json.h"
 
 #include <fmt/format.h>
@@ -160,9 +161,9 @@ Disk readDisk(const JsonPlace& place) {
     reader.number("device_id", disk.deviceId);
     reader.number("hd_id", disk.hdId);
     reader.number("status", disk.status);
-    reader.text("model", disk.model);
-    reader.text("serial", disk.serial);
-    reader.text("firmware", disk.firmware);
+    reader.bytes("model", disk.model);
+    reader.bytes("serial", disk.serial);
+    reader.bytes("firmware", disk.firmware);
     reader.number("block_size", disk.blockSize);
     reader.number("size", disk.size);
     if (const auto smart = reader.find("smart")) {
@@ -189,7 +190,7 @@ Volume readVolume(const JsonPlace& place) {
     reader.number("size", volume.size);
     reader.number("stripe_block_size", volume.stripeBlockSize);
     reader.number("block_size", volume.blockSize);
-    reader.text("name", volume.name);
+    reader.bytes("name", volume.name);
     reader.finish();
     return volume;
 }
@@ -242,16 +243,6 @@ void readCount(ObjectReader& reader, const std::string& key, std::optional<std::
     }
 }
 
-template <typename Item, typename Read>
-void readList(ObjectReader& reader, const std::string& key, std::vector<Item>& target, Read read) {
-    if (const auto place = reader.find(key)) {
-        target.clear();
-        for (const JsonPlace& item : place->items()) {
-            target.push_back(read(item));
-        }
-    }
-}
-
 Adapter readAdapter(const JsonPlace& place) {
     Adapter adapter;
     ObjectReader reader(place);
@@ -281,10 +272,9 @@ Adapter readAdapter(const JsonPlace& place) {
     reader.number("max_buffer_size", adapter.maxBufferSize);
     readCount(reader, "reported_disk_count", adapter.reportedDiskCount);
     readCount(reader, "reported_volume_count", adapter.reportedVolumeCount);
-    readList(reader, "disks", adapter.disks, readDisk);
-    readList(reader, "volumes", adapter.volumes, readVolume);
-    readList(reader, "events", adapter.events, [](const JsonPlace& line) { return line.text(); });
-    reader.flag("cut_event_lines", adapter.cutEventLines);
+    reader.list("disks", adapter.disks, readDisk);
+    reader.list("volumes", adapter.volumes, readVolume);
+    readEventSettings(reader, adapter);
     if (const auto failures = reader.find("failures")) {
         adapter.failures = readFailures(*failures);
     }
@@ -333,7 +323,7 @@ Scenario parseScenario(const std::string& text, const std::string& source) {
     if (const auto list = reader.find("adapter_list")) {
         readAdapterList(*list, scenario);
     }
-    readList(reader, "adapters", scenario.adapters, readAdapter);
+    reader.list("adapters", scenario.adapters, readAdapter);
     if (const auto files = reader.find("host_files")) {
         readHostFiles(*files, scenario);
     }

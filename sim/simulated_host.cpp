@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -99,22 +100,24 @@ struct SimulatedHost::State {
     HandleTable handles;
     CommandScript script;
     DelayHandler delay;
+    Clock clock;
+    std::chrono::steady_clock::time_point loadedAt;  // for the time without a clock
     std::map<std::string, int> openFailures;
     std::deque<ReceivedCommand> commands;
     std::vector<std::string> refusals;
     std::uint16_t queueHead = 0;
 
-    void takeOver(const Scenario& next) {
+    void takeOver(const Scenario& next, double time) {
         std::map<std::string, ControllerModel> models;
         for (std::size_t i = 0; i < next.adapters.size(); ++i) {
             const Adapter& adapter = next.adapters[i];
             const auto old = controllers.find(adapter.name);
             if (old != controllers.end()) {
-                old->second.update(adapter);
+                old->second.update(adapter, time);
                 models.insert(*old);
             } else {
                 models.emplace(adapter.name,
-                               ControllerModel(adapter, mix(next.noiseSeed ^ mix(i))));
+                               ControllerModel(adapter, mix(next.noiseSeed ^ mix(i)), time));
             }
         }
         controllers = std::move(models);
@@ -172,7 +175,9 @@ void SimulatedHost::load(const Scenario& scenario) {
     checkScenario(scenario, "scenario");
     const std::lock_guard<std::mutex> lock(m_state->mutex);
     m_state->controllers.clear();
-    m_state->takeOver(scenario);
+    m_state->takeOver(scenario, 0);
+    m_state->clock = nullptr;
+    m_state->loadedAt = std::chrono::steady_clock::now();
     m_state->handles.clear();
     m_state->script = nullptr;
     m_state->delay = nullptr;
@@ -183,8 +188,9 @@ void SimulatedHost::load(const Scenario& scenario) {
 
 void SimulatedHost::update(const Scenario& scenario) {
     checkScenario(scenario, "scenario");
+    const double time = now();
     const std::lock_guard<std::mutex> lock(m_state->mutex);
-    m_state->takeOver(scenario);
+    m_state->takeOver(scenario, time);
 }
 
 Scenario SimulatedHost::scenario() const {
@@ -200,6 +206,23 @@ void SimulatedHost::setCommandScript(CommandScript script) {
 void SimulatedHost::setDelayHandler(DelayHandler handler) {
     const std::lock_guard<std::mutex> lock(m_state->mutex);
     m_state->delay = std::move(handler);
+}
+
+void SimulatedHost::setClock(Clock clock) {
+    const std::lock_guard<std::mutex> lock(m_state->mutex);
+    m_state->clock = std::move(clock);
+}
+
+// Without the lock, which the clock may not be called under.
+double SimulatedHost::now() const {
+    std::unique_lock<std::mutex> lock(m_state->mutex);
+    const Clock clock = m_state->clock;
+    const auto loadedAt = m_state->loadedAt;
+    lock.unlock();
+    if (clock) {
+        return clock();
+    }
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - loadedAt).count();
 }
 
 void SimulatedHost::failOpen(const std::string& signatureName, int platformCode) {
@@ -237,6 +260,27 @@ std::vector<unsigned> SimulatedHost::locatingDisks(const std::string& adapter) c
     const auto found = m_state->controllers.find(adapter);
     return found == m_state->controllers.end() ? std::vector<unsigned>()
                                                : found->second.locatingDisks();
+}
+
+ControllerStates SimulatedHost::controllerStates() {
+    const double time = now();
+    const std::lock_guard<std::mutex> lock(m_state->mutex);
+    ControllerStates states;
+    for (auto& [name, controller] : m_state->controllers) {
+        states.emplace(name, controller.state(time));
+    }
+    return states;
+}
+
+void SimulatedHost::restoreControllers(const ControllerStates& states, double secondsSince) {
+    const double time = now();
+    const std::lock_guard<std::mutex> lock(m_state->mutex);
+    for (const auto& [name, state] : states) {
+        const auto found = m_state->controllers.find(name);
+        if (found != m_state->controllers.end()) {
+            found->second.restore(state, m_state->clock ? time : time - secondsSince);
+        }
+    }
 }
 
 int SimulatedHost::open(const void* signature, std::uint64_t cookie, std::uint64_t* handle) {
@@ -387,6 +431,7 @@ int SimulatedHost::passThrough(const std::string& adapter, const void* code, voi
         return instead.platformCode;
     }
 
+    const double time = now();
     lock.lock();
     // Looked up again: the host may have changed while nobody held the lock.
     model = m_state->controllers.find(adapter);
@@ -400,7 +445,7 @@ int SimulatedHost::passThrough(const std::string& adapter, const void* code, voi
         if (instead.zeroReply) {
             writeZeros(uio);
         } else {
-            answer = model->second.answer(command);
+            answer = model->second.answer(command, time);
             writeData(uio, answer.data);
         }
     }

@@ -71,6 +71,10 @@ private:
     std::vector<Frame> m_frames;
 };
 
+bool isHex(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
 }  // namespace
 
 json parseStrictJson(const std::string& text, const std::string& source) {
@@ -119,12 +123,44 @@ std::uint64_t JsonPlace::wholeNumber(std::uint64_t min, std::uint64_t max) const
     return value.get<std::uint64_t>();
 }
 
+double JsonPlace::decimal(double min, double max) const {
+    const std::string advice = fmt::format("Write a number from {} to {}", min, max);
+    if (!value.is_number()) {
+        fail(fmt::format("a number is wanted, and here is {}", value.type_name()), advice);
+    }
+    const auto number = value.get<double>();
+    if (number < min || number > max) {
+        fail(fmt::format("{} is not in the range of this number", value.dump()), advice);
+    }
+    return number;
+}
+
 std::string JsonPlace::text() const {
     if (!value.is_string()) {
         fail(fmt::format("a text is wanted, and here is {}", value.type_name()),
              "Write a text in double quotes");
     }
     return value.get<std::string>();
+}
+
+std::string JsonPlace::bytes() const {
+    if (!value.is_object()) {
+        return text();
+    }
+    ObjectReader reader(*this);
+    const JsonPlace place = reader.require("hex");
+    reader.finish();
+    std::string digits = place.text();
+    digits.erase(std::remove(digits.begin(), digits.end(), ' '), digits.end());
+    const bool good = digits.size() % 2 == 0 && std::all_of(digits.begin(), digits.end(), isHex);
+    if (!good) {
+        place.fail("these are no bytes", "Write two hexadecimal digits for each byte");
+    }
+    std::string bytes;
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+    }
+    return bytes;
 }
 
 bool JsonPlace::flag() const {
@@ -174,6 +210,12 @@ JsonPlace ObjectReader::require(const std::string& key) {
 void ObjectReader::text(const std::string& key, std::string& target) {
     if (const auto place = find(key)) {
         target = place->text();
+    }
+}
+
+void ObjectReader::bytes(const std::string& key, std::string& target) {
+    if (const auto place = find(key)) {
+        target = place->bytes();
     }
 }
 

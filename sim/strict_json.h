@@ -28,7 +28,10 @@ struct JsonPlace {
 
     [[noreturn]] void fail(const std::string& reason, const std::string& advice) const;
     std::uint64_t wholeNumber(std::uint64_t min, std::uint64_t max) const;
+    double decimal(double min, double max) const;
     std::string text() const;
+    // A text, or {"hex": "..."} for bytes that no JSON text can hold.
+    std::string bytes() const;
     bool flag() const;
     std::vector<JsonPlace> items() const;
 };
@@ -50,7 +53,17 @@ public:
         }
     }
     void text(const std::string& key, std::string& target);
+    void bytes(const std::string& key, std::string& target);
     void flag(const std::string& key, bool& target);
+    template <typename Item, typename Read>
+    void list(const std::string& key, std::vector<Item>& target, Read read) {
+        if (const auto place = find(key)) {
+            target.clear();
+            for (const JsonPlace& item : place->items()) {
+                target.push_back(read(item));
+            }
+        }
+    }
 
     // To be called last: fails on a key that nobody asked for.
     void finish() const;
