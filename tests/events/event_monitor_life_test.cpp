@@ -12,6 +12,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <type_traits>
 #include <unistd.h>
 
 namespace {
@@ -44,6 +45,12 @@ TEST(EventMonitor, IsOneForTheProcessUntilItIsDestroyed) {
     EXPECT_EQ(CVeskNVMeMonitor::m_pNVMeMonitorInstance, nullptr);
     CVeskNVMeMonitor::destroyMe();
     EXPECT_EQ(CVeskNVMeMonitor::m_pNVMeMonitorInstance, nullptr);
+}
+
+TEST(EventMonitor, IsThreadPromiseAndFutureAndNothingElse) {
+    EXPECT_EQ(sizeof(CVeskNVMeMonitor),
+              sizeof(std::thread) + sizeof(std::promise<void>) + sizeof(std::future<void>));
+    EXPECT_FALSE(std::is_polymorphic_v<CVeskNVMeMonitor>);
 }
 
 TEST(EventMonitor, FailedCreationIsLoggedAndYieldsNull) {
