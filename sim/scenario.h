@@ -74,7 +74,7 @@ struct Disk {
     std::uint8_t status = 0x01;             // bit 0 online, bit 5 health alert
     std::string model = "VESK M2 480G";     // 40 bytes, any
     std::string serial = "VD00480A000170";  // 20 bytes
-    std::string firmware = "E8FK11.3";      // 8 bytes
+    std::string firmware = "E8FK113";       // 8 bytes
     std::uint32_t blockSize = 512;
     std::uint64_t size = 937703088;  // in the controller's unit
     Smart smart;

@@ -1,7 +1,7 @@
-// The functions of the C library that this process sees in the place of the real ones. Built without
-// sanitizers: their run-time libraries put functions of the same names before the C library's, under
-// a second name (__interceptor_...), and these here have to stand before those and lead on to them.
-// Called from any thread.
+// The functions of the C library that this process sees in the place of the real ones. Built
+// without sanitizers: their run-time libraries put functions of the same names before the C
+// library's, under a second name (__interceptor_...), and these here have to stand before those and
+// lead on to them. Called from any thread.
 #include "call_policy.h"
 
 #include <cerrno>

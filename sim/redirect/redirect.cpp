@@ -36,8 +36,8 @@ struct Settings {
     std::atomic<bool> failureHandlerSet{false};
 };
 
-// Never destroyed: other threads and other libraries' destructors still open files at exit. Not from
-// the heap: the first use may be in a call whose allocations are counted.
+// Never destroyed: other threads and other libraries' destructors still open files at exit. Not
+// from the heap: the first use may be in a call whose allocations are counted.
 Settings& settings() {
     alignas(Settings) static unsigned char place[sizeof(Settings)];
     static Settings* const instance = new (place) Settings;

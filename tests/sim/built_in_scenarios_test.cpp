@@ -62,7 +62,7 @@ TEST(BuiltInScenarios, HealthyIsTheDefault) {
     EXPECT_EQ(connection.area(), log);
     EXPECT_EQ(text(disk, 20, 40), "VESK M2 480G                            ");
     EXPECT_EQ(text(disk, 60, 20), "VD00480A000171      ");
-    EXPECT_EQ(text(disk, 84, 8), "E8FK11.3");
+    EXPECT_EQ(text(disk, 84, 7), "E8FK113");
 }
 
 TEST(BuiltInScenarios, DegradedHasOneDisk) {
