@@ -41,7 +41,25 @@ TEST(Cli, UsageErrors) {
                                                  {"controller", "extra"},
                                                  {"controller", "--library"},
                                                  {"controller", "--library", ""},
-                                                 {"controller", "version"}};
+                                                 {"controller", "version"},
+                                                 {"disks", "0"},
+                                                 {"disks", "show"},
+                                                 {"disks", "show", "2"},
+                                                 {"disks", "show", "-1"},
+                                                 {"disks", "show", "00"},
+                                                 {"disks", "show", "0", "1"},
+                                                 {"health", "2"},
+                                                 {"volumes", "show", "x"},
+                                                 {"locate"},
+                                                 {"locate", "on"},
+                                                 {"locate", "blink", "0"},
+                                                 {"locate", "on", "2"},
+                                                 {"events", "--wait", "601"},
+                                                 {"events", "--wait", "-1"},
+                                                 {"events", "--interval", "2"},
+                                                 {"events", "--follow", "--interval", "0"},
+                                                 {"events", "--follow", "--wait", "1"},
+                                                 {"sim", "leds"}};
     for (const Arguments& arguments : commandLines) {
         const CliOutcome outcome = evaluate(arguments);
         EXPECT_EQ(outcome.exitCode, 2);
@@ -55,6 +73,92 @@ TEST(Cli, SaysWhatIsUnknown) {
     EXPECT_EQ(evaluate({}).standardError, "veskctl: no command was given\n" + hint);
     EXPECT_EQ(evaluate({"frob"}).standardError, "veskctl: unknown command 'frob'\n" + hint);
     EXPECT_EQ(evaluate({"--frob"}).standardError, "veskctl: unknown option '--frob'\n" + hint);
+}
+
+TEST(Cli, SaysWhatIsUnknownBehindAFirstWord) {
+    const std::string hint = "veskctl: try 'veskctl --help' for more information\n";
+    EXPECT_EQ(evaluate({"locate"}).standardError,
+              "veskctl: no command was given behind 'locate'\n" + hint);
+    EXPECT_EQ(evaluate({"locate", "blink"}).standardError,
+              "veskctl: unknown command 'blink' behind 'locate'\n" + hint);
+    EXPECT_EQ(evaluate({"disks", "show", "7"}).standardError,
+              "veskctl: ID: there is no disk '7', the ids are 0 and 1\n" + hint);
+}
+
+// Each list is there, empty, before anything can fail.
+TEST(Cli, EveryCommandWritesItsDocumentWithoutLibrary) {
+    struct Expected {
+        Arguments arguments;
+        const char* command;
+        const char* field;
+        ordered_json value;
+    };
+    const ordered_json none = ordered_json::array();
+    const std::vector<Expected> all = {{{"disks"}, "disks", "disks", none},
+                                       {{"disks", "show", "1"}, "disks show", "disks", none},
+                                       {{"health"}, "health", "health", none},
+                                       {{"health", "0"}, "health", "health", none},
+                                       {{"volumes"}, "volumes", "volumes", none},
+                                       {{"volumes", "show", "0"}, "volumes show", "volumes", none},
+                                       {{"events"}, "events", "events", none},
+                                       {{"events"}, "events", "more_may_follow", false},
+                                       {{"locate", "on", "1"}, "locate on", "requested", false},
+                                       {{"locate", "off", "1"}, "locate off", "locate", "off"}};
+    for (const Expected& expected : all) {
+        Arguments arguments = expected.arguments;
+        arguments.insert(arguments.end(), {"--json", "--library", kNoLibrary});
+        const CliOutcome outcome = evaluate(arguments);
+        EXPECT_EQ(outcome.exitCode, 1);
+        const ordered_json document = ordered_json::parse(outcome.standardOutput);
+        EXPECT_EQ(document["schema_version"], 1);
+        EXPECT_EQ(document["command"], expected.command);
+        EXPECT_EQ(document[expected.field], expected.value) << expected.command;
+        EXPECT_EQ(document["errors"][0]["code"], "library_not_found");
+    }
+}
+
+TEST(Cli, OptionsMayStandBetweenTheWordsOfACommand) {
+    const CliOutcome outcome = evaluate({"disks", "--json", "show", "--library", kNoLibrary, "0"});
+    EXPECT_EQ(ordered_json::parse(outcome.standardOutput)["command"], "disks show");
+}
+
+TEST(Cli, FormsOfEventsThatExcludeEachOther) {
+    for (const char* option : {"--ndjson", "--follow"}) {
+        const CliOutcome outcome = evaluate({"events", "--json", option});
+        EXPECT_EQ(outcome.exitCode, 2);
+        const ordered_json document = ordered_json::parse(outcome.standardOutput);
+        EXPECT_EQ(document["errors"][0]["code"], "usage");
+        EXPECT_FALSE(document.contains("events"));
+    }
+}
+
+TEST(Cli, HelpOfEventsSaysThatTheMarkMoves) {
+    const CliOutcome outcome = evaluate({"events", "--help"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_NE(outcome.standardOutput.find("Taking events moves the mark"), std::string::npos);
+    EXPECT_NE(outcome.standardOutput.find("Exit codes:"), std::string::npos);
+}
+
+TEST(Cli, HooksAddCommands) {
+    CliHooks hooks;
+    hooks.commands = {
+        {"extra", "More", nullptr, {{"word", "A word", [](CLI::App&) {
+                                         return veskctl::CommandRunner(
+                                             [](const veskctl::CommandContext& context,
+                                                veskctl::Report& report) {
+                                                 report.fields["coloured"] = context.colour;
+                                                 report.text = context.json ? "json\n" : "text\n";
+                                                 report.notes.emplace_back("a note");
+                                             });
+                                     }}}}};
+    const CliOutcome text = evaluate({"extra", "word"}, hooks);
+    EXPECT_EQ(text.exitCode, 0);
+    EXPECT_EQ(text.standardOutput, "text\n");
+    EXPECT_EQ(text.standardError, "veskctl: note: a note\n");
+    const CliOutcome json = evaluate({"extra", "--json", "word"}, hooks);
+    EXPECT_EQ(ordered_json::parse(json.standardOutput), ordered_json::parse(R"({
+        "schema_version": 1, "command": "extra word", "coloured": false, "errors": []})"));
+    EXPECT_EQ(json.standardError, "");
 }
 
 TEST(Cli, UsageErrorAsADocument) {

@@ -46,6 +46,13 @@ TEST(Problem, JsonOfAFailedCall) {
         "message": "the library's ZT_LD_GetInfo failed with result 1 (fail)",
         "function": "ZT_LD_GetInfo", "result": "fail", "result_code": 1})j"));
     EXPECT_EQ(problemToJson(libraryCallFailed("f", 77))["result"], "unknown");
+    EXPECT_EQ(libraryCallFailed("f", 1, "disk 1").message,
+              "the library's f failed for disk 1 with result 1 (fail)");
+}
+
+TEST(Problem, NamesOfSilentParts) {
+    EXPECT_EQ(problemToJson(of(ProblemKind::DiskNotResponding))["code"], "disk_not_responding");
+    EXPECT_EQ(problemToJson(of(ProblemKind::VolumeNotResponding))["code"], "volume_not_responding");
 }
 
 }  // namespace

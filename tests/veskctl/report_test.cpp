@@ -41,4 +41,9 @@ TEST(Report, BytesThatAreNoUtf8StillMakeADocument) {
     EXPECT_EQ(document["library_path"], "/a\xEF\xBF\xBD.so");
 }
 
+TEST(Report, NotesAreToldApartFromProblems) {
+    EXPECT_EQ(veskctl::renderNotes({"first", "second"}),
+              "veskctl: note: first\nveskctl: note: second\n");
+}
+
 }  // namespace

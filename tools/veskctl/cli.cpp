@@ -14,7 +14,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -37,6 +36,12 @@ struct Options {
     bool json = false;
 };
 
+struct Runnable {
+    CLI::App* app;
+    std::string path;  // all words of the command
+    CommandRunner run;
+};
+
 struct CommandLine {
     explicit CommandLine(const CliHooks& hooks)
         : app("Shows the NVMe RAID controller of this host.", hooks.programName) {
@@ -44,11 +49,23 @@ struct CommandLine {
         app.require_subcommand(1);
         app.footer(kFooter);
         addOptions(app, hooks);
-        for (const Command& command : commandTable()) {
-            CLI::App* subcommand = app.add_subcommand(command.name, command.summary);
+        addCommands(app, "", commandTable(), hooks);
+        addCommands(app, "", hooks.commands, hooks);
+    }
+
+    void addCommands(CLI::App& parent, const std::string& prefix,
+                     const std::vector<Command>& commands, const CliHooks& hooks) {
+        for (const Command& command : commands) {
+            CLI::App* subcommand = parent.add_subcommand(command.name, command.summary);
             subcommand->footer(kFooter);
             addOptions(*subcommand, hooks);
-            runners.emplace_back(subcommand, command.declare(*subcommand));
+            const std::string path = prefix + command.name;
+            if (command.declare != nullptr) {
+                runnable.push_back({subcommand, path, command.declare(*subcommand)});
+            } else {
+                subcommand->require_subcommand(1);
+            }
+            addCommands(*subcommand, path + ' ', command.subcommands, hooks);
         }
     }
 
@@ -64,14 +81,15 @@ struct CommandLine {
         }
     }
 
-    const std::pair<CLI::App*, CommandRunner>& chosen() const {
-        return *std::find_if(runners.begin(), runners.end(),
-                             [](const auto& runner) { return runner.first->parsed(); });
+    // Subcommands stand behind the command that they belong to, and were parsed with it.
+    const Runnable& chosen() const {
+        return *std::find_if(runnable.rbegin(), runnable.rend(),
+                             [](const Runnable& candidate) { return candidate.app->parsed(); });
     }
 
     Options options;
     CLI::App app;
-    std::vector<std::pair<CLI::App*, CommandRunner>> runners;
+    std::vector<Runnable> runnable;
 };
 
 // A command line that cannot be read may still ask for a document.
@@ -83,8 +101,12 @@ bool asksForJson(int argc, const char* const* argv) {
 CliOutcome outcomeOf(const std::string& command, const Report& report, bool json, bool colour) {
     CliOutcome outcome;
     outcome.exitCode = static_cast<int>(exitCodeOf(report.problems));
-    outcome.standardOutput = json ? renderJson(command, report) : report.table.render(colour);
+    outcome.standardOutput =
+        json ? renderJson(command, report) : report.table.render(colour) + report.text;
     outcome.standardError = renderProblems(report.problems);
+    if (!json) {
+        outcome.standardError += renderNotes(report.notes);
+    }
     return outcome;
 }
 
@@ -93,15 +115,25 @@ std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
     const int code = error.get_exit_code();
     const bool aboutWords = code == static_cast<int>(CLI::ExitCodes::RequiredError) ||
                             code == static_cast<int>(CLI::ExitCodes::ExtrasError);
-    if (!aboutWords || !app.get_subcommands().empty()) {
+    const CLI::App* level = &app;
+    std::string behind;
+    while (!level->get_subcommands().empty()) {
+        level = level->get_subcommands().front();
+        behind += (behind.empty() ? "" : " ") + level->get_name();
+    }
+    if (!aboutWords || level->get_require_subcommand_min() == 0) {
         return error.what();
     }
-    const std::vector<std::string> unknown = app.remaining();
+    if (!behind.empty()) {
+        behind = fmt::format(" behind '{}'", behind);
+    }
+    const std::vector<std::string> unknown = app.remaining(true);
     if (unknown.empty()) {
-        return "no command was given";
+        return fmt::format("no command was given{}", behind);
     }
     const bool isOption = unknown.front().rfind('-', 0) == 0;
-    return fmt::format("unknown {} '{}'", isOption ? "option" : "command", unknown.front());
+    return fmt::format("unknown {} '{}'{}", isOption ? "option" : "command", unknown.front(),
+                       behind);
 }
 
 CliOutcome usageFailure(const CliHooks& hooks, const std::string& message, bool json) {
@@ -148,12 +180,14 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
         return usageFailure(hooks, usageMessage(line.app, error), asksForJson(argc, argv));
     }
 
-    const auto& [app, runner] = line.chosen();
+    const Runnable& command = line.chosen();
     CommandContext context;
     context.libraryName = line.options.library;
+    context.json = line.options.json;
+    context.colour = colour;
     Report report;
-    runCommand(runner, context, hooks, report);
-    return outcomeOf(app->get_name(), report, line.options.json, colour);
+    runCommand(command.run, context, hooks, report);
+    return outcomeOf(command.path, report, context.json, colour);
 }
 
 int runCli(int argc, const char* const* argv, const CliHooks& hooks) {

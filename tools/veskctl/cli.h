@@ -1,19 +1,17 @@
-// The program behind its main functions: reads the command line, runs one command, writes the result.
+// The program behind its main functions: reads the command line, runs one command, writes the
+// result.
 #pragma once
+
+#include "veskctl/command.h"
+#include "veskctl/usage_error.h"
 
 #include <CLI/CLI.hpp>
 
 #include <functional>
-#include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace veskctl {
-
-// Thrown by CliHooks::prepare for an option that cannot be honoured.
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 // What a main function adds.
 struct CliHooks {
@@ -22,6 +20,7 @@ struct CliHooks {
     // command's name. They must write to the same variables each time.
     std::function<void(CLI::App&)> addOptions = {};
     std::function<void()> prepare = {};  // after the command line was read, before the command
+    std::vector<Command> commands = {};  // behind those of the program itself
 };
 
 struct CliOutcome {

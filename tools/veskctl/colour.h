@@ -3,8 +3,8 @@
 
 namespace veskctl {
 
-// noColor and term are the values of NO_COLOR and TERM, null where not set. An empty NO_COLOR counts
-// as not set, as its convention has it.
+// noColor and term are the values of NO_COLOR and TERM, null where not set. An empty NO_COLOR
+// counts as not set, as its convention has it.
 bool colourWanted(bool isTerminal, const char* noColor, const char* term);
 
 }  // namespace veskctl

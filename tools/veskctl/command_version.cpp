@@ -9,8 +9,8 @@ namespace veskctl {
 
 namespace {
 
-// Loads the library and does not set it up: no device is touched. A library that cannot be loaded is
-// an answer here, not a failure.
+// Loads the library and does not set it up: no device is touched. A library that cannot be loaded
+// is an answer here, not a failure.
 void runVersion(const CommandContext& context, Report& report) {
     report.fields["program_version"] = kProgramVersion;
     report.fields["library_path"] = nullptr;

@@ -1,24 +1,10 @@
 #include "veskctl/controller_record.h"
 
+#include "veskctl/little_endian.h"
+
 #include <fmt/format.h>
 
 namespace veskctl {
-
-namespace {
-
-std::uint8_t read8(const ControllerRecord& record, std::size_t offset) {
-    return record.bytes[offset];
-}
-
-std::uint16_t read16(const ControllerRecord& record, std::size_t offset) {
-    return static_cast<std::uint16_t>(record.bytes[offset] | (record.bytes[offset + 1] << 8U));
-}
-
-std::uint32_t read32(const ControllerRecord& record, std::size_t offset) {
-    return read16(record, offset) | (static_cast<std::uint32_t>(read16(record, offset + 2)) << 16U);
-}
-
-}  // namespace
 
 std::optional<std::string> PciIdentity::address() const {
     if (addressRaw == 0) {
@@ -40,23 +26,24 @@ bool Controller::responding() const {
 }
 
 Controller decodeController(const ControllerRecord& record) {
+    const std::uint8_t* const bytes = record.bytes.data();
     Controller controller;
-    controller.pci.vendorId = read16(record, CCONTROLLER_VENDOR_ID);
-    controller.pci.deviceId = read16(record, CCONTROLLER_DEVICE_ID);
-    controller.pci.subsystemVendorId = read16(record, CCONTROLLER_SUB_VENDOR_ID);
-    controller.pci.subsystemDeviceId = read16(record, CCONTROLLER_SUB_DEVICE_ID);
-    controller.pci.addressRaw = read32(record, CCONTROLLER_SYSTEM_IO_BUS_NUMBER);
+    controller.pci.vendorId = read16(bytes + CCONTROLLER_VENDOR_ID);
+    controller.pci.deviceId = read16(bytes + CCONTROLLER_DEVICE_ID);
+    controller.pci.subsystemVendorId = read16(bytes + CCONTROLLER_SUB_VENDOR_ID);
+    controller.pci.subsystemDeviceId = read16(bytes + CCONTROLLER_SUB_DEVICE_ID);
+    controller.pci.addressRaw = read32(bytes + CCONTROLLER_SYSTEM_IO_BUS_NUMBER);
     for (std::size_t part = 0; part < controller.firmwareVersion.size(); ++part) {
-        controller.firmwareVersion[part] = read16(record, CCONTROLLER_FIRMWARE_VERSION + 2 * part);
+        controller.firmwareVersion[part] = read16(bytes + CCONTROLLER_FIRMWARE_VERSION + 2 * part);
     }
-    controller.link.currentSpeedCode = read8(record, CCONTROLLER_LINK_SPEED);
-    controller.link.maxSpeedCode = read8(record, CCONTROLLER_MAX_LINK_SPEED);
-    controller.link.currentWidthCode = read8(record, CCONTROLLER_LINK_WIDTH);
-    controller.link.maxWidthCode = read8(record, CCONTROLLER_MAX_LINK_WIDTH);
-    controller.physicalDiskCount = read8(record, CCONTROLLER_PHYSICAL_DISK_COUNT);
-    controller.virtualDiskCount = read8(record, CCONTROLLER_VIRTUAL_DISK_COUNT);
-    controller.portCount = read8(record, CCONTROLLER_PORT_COUNT);
-    controller.maxBufferSizeRaw = read16(record, CCONTROLLER_MAX_BUFFER_SIZE);
+    controller.link.currentSpeedCode = bytes[CCONTROLLER_LINK_SPEED];
+    controller.link.maxSpeedCode = bytes[CCONTROLLER_MAX_LINK_SPEED];
+    controller.link.currentWidthCode = bytes[CCONTROLLER_LINK_WIDTH];
+    controller.link.maxWidthCode = bytes[CCONTROLLER_MAX_LINK_WIDTH];
+    controller.physicalDiskCount = bytes[CCONTROLLER_PHYSICAL_DISK_COUNT];
+    controller.virtualDiskCount = bytes[CCONTROLLER_VIRTUAL_DISK_COUNT];
+    controller.portCount = bytes[CCONTROLLER_PORT_COUNT];
+    controller.maxBufferSizeRaw = read16(bytes + CCONTROLLER_MAX_BUFFER_SIZE);
     return controller;
 }
 

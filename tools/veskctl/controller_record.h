@@ -1,5 +1,5 @@
-// The library's 304-byte record of a controller, and what it says. Read by offsets: the class behind
-// the record lives in the library, which this program does not link.
+// The library's 304-byte record of a controller, and what it says. Read by offsets: the class
+// behind the record lives in the library, which this program does not link.
 #pragma once
 
 #include "veskctl/pcie_link.h"

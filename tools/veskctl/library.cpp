@@ -44,6 +44,15 @@ Library::Library(const std::string& requested) {
     resolve(handle, m_path, "ZT_API_Initialize", m_functions.initialize);
     resolve(handle, m_path, "ZT_Adapter_GetCount", m_functions.adapterGetCount);
     resolve(handle, m_path, "ZT_Adapter_GetInfo", m_functions.adapterGetInfo);
+    resolve(handle, m_path, "ZT_PD_GetHDInfo_Ext", m_functions.diskInfo);
+    resolve(handle, m_path, "ZT_PD_GetConfig", m_functions.diskConfig);
+    resolve(handle, m_path, "ZT_PD_GetHDRaidStatus", m_functions.diskRaidStatus);
+    resolve(handle, m_path, "ZT_PD_GetFreeSpaceInfo", m_functions.diskFreeSpace);
+    resolve(handle, m_path, "ZT_PD_GET_SMART_INFO", m_functions.diskHealth);
+    resolve(handle, m_path, "ZT_PD_OEMData", m_functions.diskLocate);
+    resolve(handle, m_path, "ZT_LD_GetInfo", m_functions.volumeInfo);
+    resolve(handle, m_path, "ZT_LD_GetConfig", m_functions.volumeConfig);
+    resolve(handle, m_path, "ZT_EVT_GetEvent", m_functions.getEvents);
 }
 
 }  // namespace veskctl

@@ -14,12 +14,21 @@ struct LibraryFunctions {
     decltype(&ZT_API_Initialize) initialize = nullptr;
     decltype(&ZT_Adapter_GetCount) adapterGetCount = nullptr;
     decltype(&ZT_Adapter_GetInfo) adapterGetInfo = nullptr;
+    decltype(&ZT_PD_GetHDInfo_Ext) diskInfo = nullptr;
+    decltype(&ZT_PD_GetConfig) diskConfig = nullptr;
+    decltype(&ZT_PD_GetHDRaidStatus) diskRaidStatus = nullptr;
+    decltype(&ZT_PD_GetFreeSpaceInfo) diskFreeSpace = nullptr;
+    decltype(&ZT_PD_GET_SMART_INFO) diskHealth = nullptr;
+    decltype(&ZT_PD_OEMData) diskLocate = nullptr;
+    decltype(&ZT_LD_GetInfo) volumeInfo = nullptr;
+    decltype(&ZT_LD_GetConfig) volumeConfig = nullptr;
+    decltype(&ZT_EVT_GetEvent) getEvents = nullptr;
 };
 
 class Library {
 public:
-    // Loads the file and resolves all functions. Throws ProblemError. The library stays loaded until
-    // the process ends: its thread may be running in it.
+    // Loads the file and resolves all functions. Throws ProblemError. The library stays loaded
+    // until the process ends: its thread may be running in it.
     explicit Library(const std::string& requested);
 
     const std::string& path() const { return m_path; }

@@ -1,5 +1,7 @@
 #include "veskctl/pcie_link_view.h"
 
+#include "veskctl/json_values.h"
+
 #include <fmt/format.h>
 
 #include <optional>
@@ -8,11 +10,6 @@
 namespace veskctl {
 
 namespace {
-
-template <class Value>
-nlohmann::ordered_json valueOrNull(const std::optional<Value>& value) {
-    return value ? nlohmann::ordered_json(*value) : nlohmann::ordered_json();
-}
 
 void addSpeed(const std::string& name, const std::optional<double>& speed, unsigned code,
               Table& table) {

@@ -40,11 +40,12 @@ bool contains(const std::vector<Problem>& problems, ProblemKind kind) {
 
 }  // namespace
 
-Problem libraryCallFailed(const std::string& function, int resultCode) {
+Problem libraryCallFailed(const std::string& function, int resultCode, const std::string& about) {
     Problem problem;
     problem.kind = ProblemKind::LibraryCallFailed;
-    problem.message = fmt::format("the library's {} failed with result {} ({})", function,
-                                  resultCode, resultName(resultCode));
+    problem.message =
+        fmt::format("the library's {} failed{}{} with result {} ({})", function,
+                    about.empty() ? "" : " for ", about, resultCode, resultName(resultCode));
     problem.function = function;
     problem.resultCode = resultCode;
     return problem;
@@ -68,6 +69,10 @@ const char* problemName(ProblemKind kind) {
         return "no_controller";
     case ProblemKind::ControllerNotResponding:
         return "controller_not_responding";
+    case ProblemKind::DiskNotResponding:
+        return "disk_not_responding";
+    case ProblemKind::VolumeNotResponding:
+        return "volume_not_responding";
     case ProblemKind::Internal:
         break;
     }

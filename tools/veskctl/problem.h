@@ -22,6 +22,8 @@ enum class ProblemKind {
     LibraryCallFailed,
     NoController,
     ControllerNotResponding,
+    DiskNotResponding,
+    VolumeNotResponding,
     Internal
 };
 
@@ -43,8 +45,10 @@ private:
     Problem m_problem;
 };
 
-// A library function that returned something other than ERR_NONE.
-Problem libraryCallFailed(const std::string& function, int resultCode);
+// A library function that returned something other than ERR_NONE. about: what it was asked for, if
+// that is not plain from its name.
+Problem libraryCallFailed(const std::string& function, int resultCode,
+                          const std::string& about = "");
 
 const char* problemName(ProblemKind kind);
 nlohmann::ordered_json problemToJson(const Problem& problem);

@@ -24,4 +24,12 @@ std::string renderProblems(const std::vector<Problem>& problems) {
     return text;
 }
 
+std::string renderNotes(const std::vector<std::string>& notes) {
+    std::string text;
+    for (const std::string& note : notes) {
+        text += "veskctl: note: " + note + '\n';
+    }
+    return text;
+}
+
 }  // namespace veskctl

@@ -17,13 +17,16 @@ constexpr int kSchemaVersion = 1;
 struct Report {
     nlohmann::ordered_json fields = nlohmann::ordered_json::object();  // of the document
     Table table;
+    std::string text;                // for people or as lines of JSON, behind the table
+    std::vector<std::string> notes;  // lines for standard error that are no problems
     std::vector<Problem> problems;
 };
 
 // The whole document, with a line end. An empty command name stands for none and reads null.
 std::string renderJson(const std::string& command, const Report& report);
 
-// The problems as lines for standard error.
+// The lines for standard error.
 std::string renderProblems(const std::vector<Problem>& problems);
+std::string renderNotes(const std::vector<std::string>& notes);
 
 }  // namespace veskctl

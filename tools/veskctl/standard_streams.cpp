@@ -29,6 +29,11 @@ void prepareStandardStreams() {
     sigaction(SIGPIPE, &action, nullptr);
 }
 
+bool standardOutputIsOpen() {
+    const int flags = fcntl(STDOUT_FILENO, F_GETFL);
+    return flags != -1 && (flags & O_ACCMODE) != O_RDONLY;
+}
+
 int writeAndFlush(std::FILE* stream, const std::string& text) {
     errno = 0;
     if (std::fwrite(text.data(), 1, text.size(), stream) == text.size() &&

@@ -11,6 +11,9 @@ namespace veskctl {
 // A reader that goes away must not end the process with a signal, half way through a command.
 void prepareStandardStreams();
 
+// False for a stream that the caller closed.
+bool standardOutputIsOpen();
+
 // Writes and flushes. 0, or the errno of the failure.
 int writeAndFlush(std::FILE* stream, const std::string& text);
 

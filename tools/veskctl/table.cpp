@@ -26,6 +26,10 @@ const char* colourCode(Tone tone) {
 
 }  // namespace
 
+std::string toned(const std::string& text, Tone tone, bool colour) {
+    return coloured(text, colourCode(tone), colour);
+}
+
 void Table::addSection(const std::string& title) {
     m_sections.push_back({title, {}});
 }
@@ -49,7 +53,7 @@ std::string Table::render(bool colour) const {
         text += coloured(section.title, "1", colour) + '\n';
         for (const Line& line : section.lines) {
             text += fmt::format("  {:<{}}  {}\n", line.name, width,
-                                coloured(line.value, colourCode(line.tone), colour));
+                                toned(line.value, line.tone, colour));
         }
     }
     return text;

@@ -8,6 +8,9 @@ namespace veskctl {
 
 enum class Tone { Plain, Faint, Warning };
 
+// The text in the colour of the tone, if there are colours.
+std::string toned(const std::string& text, Tone tone, bool colour);
+
 class Table {
 public:
     void addSection(const std::string& title);

@@ -1,0 +1,10 @@
+// veskctl events
+#pragma once
+
+#include "veskctl/command.h"
+
+namespace veskctl {
+
+CommandRunner declareEvents(CLI::App& app);
+
+}  // namespace veskctl

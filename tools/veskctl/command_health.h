@@ -1,0 +1,10 @@
+// veskctl health
+#pragma once
+
+#include "veskctl/command.h"
+
+namespace veskctl {
+
+CommandRunner declareHealth(CLI::App& app);
+
+}  // namespace veskctl

@@ -1,0 +1,32 @@
+// The health of one physical disk.
+#pragma once
+
+#include "veskctl/disk.h"
+
+#include "VeskNvme.h"
+
+#include <optional>
+
+namespace veskctl {
+
+struct Wear {
+    unsigned percentageUsed = 0;  // may exceed 100
+    unsigned availableSpare = 0;  // percent, as is the threshold
+    unsigned availableSpareThreshold = 0;
+
+    bool spent() const { return percentageUsed >= 100; }
+    bool spareLow() const { return availableSpare < availableSpareThreshold; }
+};
+
+struct Health {
+    Disk disk;                                              // presence and PD_Info
+    std::optional<SMART_INFO_ARRAY> record = std::nullopt;  // if the library delivered it
+
+    // Empty if the disk's health page did not come: then all of it is zero, which no disk reports,
+    // since spare blocks that are used up have worn the disk.
+    std::optional<Wear> wear() const;
+    // "ok", "alert" or "unknown".
+    const char* status() const;
+};
+
+}  // namespace veskctl
