@@ -1,11 +1,11 @@
 /* A libvmkmgmt.so without a driver: every call fails. */
-int vmk_MgmtUserInit(const void *signature, unsigned long cookie, unsigned long *handle);
+int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long* handle);
 int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId,
                                   unsigned long callbackId, unsigned int parameterCount,
-                                  void *parameter0, void *parameter1);
+                                  void* parameter0, void* parameter1);
 int vmk_MgmtUserDestroy(unsigned long handle);
 
-int vmk_MgmtUserInit(const void *signature, unsigned long cookie, unsigned long *handle) {
+int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long* handle) {
     (void)signature;
     (void)cookie;
     (void)handle;
@@ -14,7 +14,7 @@ int vmk_MgmtUserInit(const void *signature, unsigned long cookie, unsigned long 
 
 int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId,
                                   unsigned long callbackId, unsigned int parameterCount,
-                                  void *parameter0, void *parameter1) {
+                                  void* parameter0, void* parameter1) {
     (void)handle;
     (void)instanceId;
     (void)callbackId;

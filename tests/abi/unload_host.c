@@ -4,10 +4,10 @@
 #include <stdio.h>
 #include <string.h>
 
-static int isMapped(const char *name) {
+static int isMapped(const char* name) {
     char line[4096];
     int found = 0;
-    FILE *maps = fopen("/proc/self/maps", "r");
+    FILE* maps = fopen("/proc/self/maps", "r");
     while (maps != NULL && fgets(line, sizeof(line), maps) != NULL) {
         found = found || strstr(line, name) != NULL;
     }
@@ -17,8 +17,8 @@ static int isMapped(const char *name) {
     return found;
 }
 
-int main(int argc, char **argv) {
-    void *library;
+int main(int argc, char** argv) {
+    void* library;
     unsigned char (*getCount)(void);
 
     /* In the place of the platform's own; the simulated one is in C++ and would stay. */
@@ -31,7 +31,7 @@ int main(int argc, char **argv) {
         fprintf(stderr, "unload_host: %s\n", dlerror());
         return 2;
     }
-    *(void **)&getCount = dlsym(library, "ZT_Adapter_GetCount");
+    *(void**)&getCount = dlsym(library, "ZT_Adapter_GetCount");
     if (getCount == NULL || getCount() != 0 || !isMapped("libVeskNvme.so")) {
         fprintf(stderr, "unload_host: the library does not answer\n");
         return 1;

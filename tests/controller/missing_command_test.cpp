@@ -1,5 +1,5 @@
-// The gathering of the controller's record by command builders that hand out no command. A program of
-// its own, as its accessors stand in front of the library's.
+// The gathering of the controller's record by command builders that hand out no command. A program
+// of its own, as its accessors stand in front of the library's.
 #include "adapter_page.h"
 #include "connected_talker.h"
 #include "pci_dump_file.h"

@@ -29,7 +29,8 @@ std::string outputOf(const std::string& command) {
     return output;
 }
 
-// The host's dump in the form that lspci -F reads: an address line, rows with their offset in front.
+// The host's dump in the form that lspci -F reads: an address line, rows with their offset in
+// front.
 std::string inLspciForm(const std::string& hostDump) {
     std::istringstream lines(hostDump);
     std::ostringstream form;

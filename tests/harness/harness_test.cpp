@@ -1,5 +1,5 @@
-// Shows that the harness catches what it is to catch: each call is made from inside a shared library,
-// once linked to the program and once loaded at run time.
+// Shows that the harness catches what it is to catch: each call is made from inside a shared
+// library, once linked to the program and once loaded at run time.
 #include "library_stand_in.h"
 #include "log_file.h"
 #include "memory_faults.h"

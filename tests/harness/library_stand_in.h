@@ -1,5 +1,5 @@
-// Stands for libVeskNvme.so in the harness's own test: makes the calls that the harness catches from
-// inside a shared library.
+// Stands for libVeskNvme.so in the harness's own test: makes the calls that the harness catches
+// from inside a shared library.
 #pragma once
 
 #include <cstddef>

@@ -1,8 +1,8 @@
 // Reads the trace log of a PrivateHost, /scratch/log/libVeskNVMe.log, line by line.
 //
 // The library puts "(T: <thread id>) [<time>] " in front of what it writes. A line ends at its line
-// feed, or where the next such prefix begins: text is cut at a NUL byte together with its line feed,
-// and then the next line follows on the same row of the file.
+// feed, or where the next such prefix begins: text is cut at a NUL byte together with its line
+// feed, and then the next line follows on the same row of the file.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -25,8 +25,8 @@ struct LogEntry {
 
 using LogLines = std::vector<std::string>;
 
-// In front of a line of lines() that has no well-formed prefix in the file, so that it equals nothing
-// that a test expects by accident.
+// In front of a line of lines() that has no well-formed prefix in the file, so that it equals
+// nothing that a test expects by accident.
 constexpr const char* kNoPrefix = "<no prefix> ";
 
 class LogFile {

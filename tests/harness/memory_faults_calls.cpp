@@ -1,5 +1,5 @@
-// malloc and calloc of the process, in the place of the C library's and a sanitizer's. Built without
-// sanitizers. Called from any thread, from before main on; a thread's faults are its own.
+// malloc and calloc of the process, in the place of the C library's and a sanitizer's. Built
+// without sanitizers. Called from any thread, from before main on; a thread's faults are its own.
 #include "allocation_fault.h"
 
 #include <cerrno>

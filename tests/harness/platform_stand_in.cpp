@@ -1,5 +1,5 @@
-// Stands for the platform's libvmkmgmt.so. All results are 77, so that a call that passes the script
-// by shows.
+// Stands for the platform's libvmkmgmt.so. All results are 77, so that a call that passes the
+// script by shows.
 #include <cstdint>
 
 extern "C" {

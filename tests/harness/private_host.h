@@ -1,9 +1,9 @@
-// The host's files for one test: a fresh folder that stands in for /scratch, /var/log, /opt/orvo and
-// /etc/cim for as long as the object lives. One at a time; use it from the test's own thread, and
-// let the library's threads end before it goes.
+// The host's files for one test: a fresh folder that stands in for /scratch, /var/log, /opt/orvo
+// and /etc/cim for as long as the object lives. One at a time; use it from the test's own thread,
+// and let the library's threads end before it goes.
 //
-// Its own operations go past the redirection and past failure handlers, so a test may use them while
-// it lets the library's calls fail.
+// Its own operations go past the redirection and past failure handlers, so a test may use them
+// while it lets the library's calls fail.
 #pragma once
 
 #include <string>
@@ -26,8 +26,8 @@ constexpr const char* kMappingIniPath =
 
 class PrivateHost {
 public:
-    // With the folders scratch/log, var/log, opt/orvo/pciconfig and the first INI folder, all empty.
-    // The second INI folder is missing, as on a host of today.
+    // With the folders scratch/log, var/log, opt/orvo/pciconfig and the first INI folder, all
+    // empty. The second INI folder is missing, as on a host of today.
     PrivateHost();
     ~PrivateHost();
     PrivateHost(const PrivateHost&) = delete;

@@ -39,8 +39,8 @@ SleepGate::~SleepGate() {
 }
 
 bool SleepGate::waitForSleeper(std::size_t count) {
-    // A point in time of the system's clock: waiting on the steady clock is reported falsely by some
-    // race detectors.
+    // A point in time of the system's clock: waiting on the steady clock is reported falsely by
+    // some race detectors.
     const auto deadline = std::chrono::system_clock::now() + std::chrono::seconds(30);
     std::unique_lock<std::mutex> lock(m_state->mutex);
     const bool entered = m_state->changed.wait_until(

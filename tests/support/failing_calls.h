@@ -1,5 +1,5 @@
-// Lets C library calls on the host's files fail while the object lives. The handler gets the name of
-// the call and the path, and returns the errno to fail with, or 0.
+// Lets C library calls on the host's files fail while the object lives. The handler gets the name
+// of the call and the path, and returns the errno to fail with, or 0.
 #pragma once
 
 #include "redirect.h"

@@ -1,5 +1,5 @@
-// The place of a virtual operation in its class's table, as the platform's C++ ABI (x86-64) keeps it
-// in a pointer to member. A destructor takes two places.
+// The place of a virtual operation in its class's table, as the platform's C++ ABI (x86-64) keeps
+// it in a pointer to member. A destructor takes two places.
 #pragma once
 
 #include <cstddef>
