@@ -1,0 +1,2 @@
+// Compiled for its precompiled header only.
+#include <gtest/gtest.h>
