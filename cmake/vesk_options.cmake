@@ -11,6 +11,9 @@ function(vesk_target_options target)
   if(VESK_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${VESK_SANITIZE} -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${VESK_SANITIZE})
+    # gcc warns of library headers falsely where sanitizers and optimisation meet.
+    target_compile_options(${target} PRIVATE
+      $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   else()
     target_compile_options(${target} PRIVATE
       -fstack-protector-strong
