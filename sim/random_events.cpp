@@ -30,7 +30,7 @@ std::uint16_t pickDevice(const Adapter& adapter, const std::string& eventClass,
 }  // namespace
 
 const std::vector<EventKind>& mappedKinds() {
-    static const std::vector<EventKind> s_kinds = {
+    static const std::vector<EventKind> kinds = {
         {"NVMe", 1, "Controller started", "INFO"},
         {"NVMe", 2, "Firmware updated", "NOTIFY"},
         {"NVMe", 3, "Temperature too high", "WARNING"},
@@ -45,16 +45,16 @@ const std::vector<EventKind>& mappedKinds() {
         {"VD", 203, "Rebuild done", "INFO"},
         {"VD", 204, "Volume failed", "FATAL"},
     };
-    return s_kinds;
+    return kinds;
 }
 
 const std::vector<EventKind>& unmappedKinds() {
-    static const std::vector<EventKind> s_kinds = {
+    static const std::vector<EventKind> kinds = {
         {"NVMe", 7, "Log page read", "INFO"},     {"PD", 150, "Patrol read done", "INFO"},
         {"VD", 250, "Rebuild progress", "OTHER"}, {"PM", 301, "Port reset", "MINOR"},
         {"BSL", 401, "Boot loader ran", "INFO"},
     };
-    return s_kinds;
+    return kinds;
 }
 
 Event randomEvent(const Adapter& adapter, const RandomEvents& settings, std::uint64_t n) {

@@ -24,7 +24,8 @@ inline void demandRequestType(bool known, const char* text) {
 template <typename Record, typename Select, typename Ask, typename Take>
 void walkDisks(bool all, UCHAR_ Record::*absent, Select select, Ask ask, Take take) {
     const HeapRecord<Record> record = allocateZeroed<Record>();
-    for (UCHAR_ id = 0; id < (all ? kMaxDisks : 1); ++id) {
+    const UCHAR_ disks = all ? kMaxDisks : 1;
+    for (UCHAR_ id = 0; id < disks; ++id) {
         std::memset(record.get(), 0, sizeof(Record));
         record.get()->*absent = 1;
         if (all) {

@@ -20,7 +20,7 @@ const char* const kGetSpecificObject = "libVeskNvme: CPhysicalDiskBuilder::getSp
 
 std::unique_ptr<CPhysicalDisk[]> createDisks(std::size_t count) {
     try {
-        return std::unique_ptr<CPhysicalDisk[]>(new CPhysicalDisk[count]);
+        return std::make_unique<CPhysicalDisk[]>(count);
     } catch (const std::bad_alloc& error) {
         recordFailure(error.what(), ERR_FAIL);
         return nullptr;

@@ -22,7 +22,7 @@ const char* const kSetSpecificParams = "libVeskNvme: CVirtualDiskBuilder::setSpe
 CVirtualDiskBuilder::CVirtualDiskBuilder() : m_activeVDCount(0), m_vdId(0xFF), m_requestType(0xFF) {
     LOG_ENTRY;
     try {
-        m_pDisks.reset(new CVirtualDisk[kMaxDisks]);
+        m_pDisks = std::make_unique<CVirtualDisk[]>(kMaxDisks);
     } catch (const std::bad_alloc& error) {
         recordFailure(error.what(), ERR_FAIL);
     }

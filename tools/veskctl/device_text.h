@@ -10,9 +10,9 @@ namespace veskctl {
 // The text of a field: up to the first NUL, at most `room` bytes.
 std::string fieldText(const char* field, std::size_t room);
 
-template <std::size_t kRoom>
-std::string fieldText(const char (&field)[kRoom]) {
-    return fieldText(field, kRoom);
+template <std::size_t Room>
+std::string fieldText(const char (&field)[Room]) {
+    return fieldText(field, Room);
 }
 
 enum class Padding { Trim, Keep };

@@ -15,8 +15,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-template <std::size_t kRoom>
-std::optional<std::string> textOf(const std::optional<PD_Info>& info, char (PD_Info::*field)[kRoom],
+template <std::size_t Room>
+std::optional<std::string> textOf(const std::optional<PD_Info>& info, char (PD_Info::*field)[Room],
                                   Padding padding) {
     return info ? deviceText(fieldText((*info).*field), padding) : std::nullopt;
 }

@@ -16,9 +16,9 @@ constexpr std::array<const char*, 3> kClasses = {"adapter", "virtual_disk", "phy
 constexpr std::array<const char*, 8> kSeverities = {"unknown", "other", "info",     "warning",
                                                     "minor",   "major", "critical", "fatal"};
 
-template <std::size_t kCount>
-std::optional<std::string> nameOf(const std::array<const char*, kCount>& names, unsigned code) {
-    return code < kCount ? std::optional<std::string>(names[code]) : std::nullopt;
+template <std::size_t Count>
+std::optional<std::string> nameOf(const std::array<const char*, Count>& names, unsigned code) {
+    return code < Count ? std::optional<std::string>(names[code]) : std::nullopt;
 }
 
 }  // namespace
