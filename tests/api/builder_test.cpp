@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(BuilderFactory, FailedBuilder,
 
 TEST_P(FailedBuilder, IsNullAndAFailureInTheErrorState) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "clang's thread sanitizer does not let a program replace operator new";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     const LoggingHost logging;
     IBuilder* builder = nullptr;

@@ -124,7 +124,7 @@ TEST(CommandHandler, EndOfTheInstanceIsTracedWithItsLabel) {
 
 TEST(CommandHandler, InstanceThatCannotBeMadeIsNullAndLogged) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "clang's thread sanitizer does not let a program replace operator new";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     const LoggingHost logging;
     {
@@ -139,7 +139,7 @@ TEST(CommandHandler, InstanceThatCannotBeMadeIsNullAndLogged) {
 
 TEST(CommandHandler, CommandsRunWithoutAnInstance) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "clang's thread sanitizer does not let a program replace operator new";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     CommandHandler::m_ControllerCount = 1;
     const vesktest::FailNew fail(vesktest::AllocationSize::exactly(sizeof(CommandHandler)), 1,

@@ -142,7 +142,7 @@ TEST(LibInitializer, TalkerCanBeMadeAgain) {
 
 TEST(LibInitializer, TalkerThatCannotBeMadeLeavesTheOperationsIdle) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "clang's thread sanitizer does not let a program replace operator new";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     const LoggingHost logging;
     const ScriptedDriver driver;

@@ -164,7 +164,7 @@ TEST_F(ControllerBuilder, StandardExceptionOfTheDriverIsTheTalkersAffair) {
 
 TEST_F(ControllerBuilder, WithoutMemoryForACommandBuilderItsReadEnds) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     host.forgetLines();
     {

@@ -190,7 +190,7 @@ TEST_P(AllocationSweep, EachRequestToTheDriverThatCannotBeHadIsAFailedCommand) {
 
 TEST_P(AllocationSweep, EachObjectThatCannotBeHadIsAFailure) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     const bool throws = GetParam().mayThrow;
     sweep<FailNew>(AllocationSize::any(),
@@ -199,7 +199,7 @@ TEST_P(AllocationSweep, EachObjectThatCannotBeHadIsAFailure) {
 
 TEST_P(AllocationSweep, DispatcherThatCannotBeMadeChangesNothing) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     CommandHandler::destroyMe();
     Bytes bytes = GetParam().before;
@@ -221,7 +221,7 @@ TEST_P(AllocationSweep, EachMallocThatFailsIsSurvivedWithTheLogOn) {
 
 TEST_P(AllocationSweep, EachNewThatFailsIsSurvivedWithTheLogOn) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     startLog();
     sweep<FailNew>(AllocationSize::any(), [](int result) {
@@ -233,7 +233,7 @@ TEST_P(AllocationSweep, EachNewThatFailsIsSurvivedWithTheLogOn) {
 
 TEST_P(AllocationSweep, NoMemoryAtAllIsAFailure) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     Bytes bytes = GetParam().before;
     int result = kThrew;
@@ -260,7 +260,7 @@ INSTANTIATE_TEST_SUITE_P(Calls, BuilderSweep,
 // The arrays that constructors of builders make; the objects themselves are smaller.
 TEST_P(BuilderSweep, BuilderWithoutItsDisksGathersNothing) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     Bytes bytes = GetParam().before;
     {

@@ -25,7 +25,7 @@ class CommandRecordFailure : public ::testing::Test {
 protected:
     void SetUp() override {
         if (!vesktest::kCanFailNew) {
-            GTEST_SKIP() << "this build cannot let operator new fail";
+            GTEST_SKIP() << vesktest::kWhyNewCannotFail;
         }
     }
 

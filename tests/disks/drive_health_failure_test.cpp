@@ -120,7 +120,7 @@ TEST(DriveHealthFailure, StandardExceptionOfTheDriverIsTheTalkersAffair) {
 
 TEST(DriveHealthFailure, BuilderWithoutItsDiskLeavesTheRecord) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     DiskRig rig;
     Bytes record = noise(2404, 68);

@@ -204,7 +204,7 @@ TEST(LocateCommand, WithoutItsBufferIsAFailure) {
 
 TEST(LocateCommand, CallWithoutMemoryForTheRecordThrows) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     DiskRig rig;
     Bytes request = locateRequest(1, 1);

@@ -158,7 +158,7 @@ TEST(LogPageCommand, WithoutItsBufferIsAFailure) {
 
 TEST(LogPageCommand, ConstructorPassesOnALackOfMemory) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     const FailNew fault(AllocationSize::exactly(sizeof(CCommandDword)));
     EXPECT_THROW(CPDPTLogBuilder(1, 2), std::bad_alloc);

@@ -109,7 +109,7 @@ TEST(PhysicalDiskFailure, RequestOfTheTalkerThatCannotBeMadeReadsAsAnEmptyDisk) 
 
 TEST(PhysicalDiskFailure, BuilderThatCannotBeMadeIsAFailureAndWritesNothing) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     DiskRig rig;
     for (const Call call : kCalls) {

@@ -166,7 +166,7 @@ TEST(VirtualDiskCommand, WithoutItsBufferIsAFailure) {
 template <typename Make>
 void expectCommandlessBuilder(Make make) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     TracedHost host;
     RecordingTalker talker;

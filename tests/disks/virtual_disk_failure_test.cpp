@@ -79,7 +79,7 @@ TEST(VirtualDiskFailure, RecordStaysAsItIsWhereTheCommandCouldNotBeBuilt) {
 
 TEST(VirtualDiskFailure, BuilderThatCannotBeMadeIsAFailureAndWritesNothing) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     DiskRig rig;
     for (const Call call : kCalls) {

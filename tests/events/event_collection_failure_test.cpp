@@ -98,7 +98,7 @@ TEST(EventCollection, DispatcherCatchesNothing) {
 
 TEST(EventCollection, BuilderThatCannotBeMadeIsLackOfMemory) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     EventHost host;
     std::string thrown;
@@ -116,7 +116,7 @@ TEST(EventCollection, BuilderThatCannotBeMadeIsLackOfMemory) {
 
 TEST(EventCollection, MapThatCannotBeMadeIsLackOfMemoryAndStaysNull) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     EventHost host;
     std::string thrown;
@@ -134,7 +134,7 @@ TEST(EventCollection, MapThatCannotBeMadeIsLackOfMemoryAndStaysNull) {
 // are to be.
 TEST(EventCollection, EveryFailedAllocationIsSurvived) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     vesktest::QuietEventHost host;
     host.area().putPage(0, "[SEQ]7[MSG]PD_" + std::string(90, 'd') + "_INFO\n[SEQ]8\n");

@@ -166,7 +166,7 @@ TEST(EventDeliveryFailure, MarkThatEndsWithItsKeyThrowsAndReleasesTheLock) {
 // did not hand out, and nothing leaks.
 TEST(EventDeliveryFailure, EveryFailedAllocationIsSurvived) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     bool triggered = true;
     for (unsigned nth = 1; triggered; ++nth) {

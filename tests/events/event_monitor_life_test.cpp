@@ -55,7 +55,7 @@ TEST(EventMonitor, IsThreadPromiseAndFutureAndNothingElse) {
 
 TEST(EventMonitor, FailedCreationIsLoggedAndYieldsNull) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     TracedHost host;
     {

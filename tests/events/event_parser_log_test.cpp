@@ -188,7 +188,7 @@ TEST(EventParserMemory, CarriedRecordThatCannotBeAllocatedLeavesNoRemainingText)
 
 TEST(EventParserMemory, ExceptionsOfTheTextPassThrough) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     OwnedEvents events;
     EventParser parser;

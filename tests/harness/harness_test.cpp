@@ -796,7 +796,7 @@ TEST_P(FromLibrary, MallocFaultsDoNotReachNew) {
 
 TEST_P(FromLibrary, NewFailsOnce) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "clang's thread sanitizer does not let a program replace operator new";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     const FailNew fail(AllocationSize::exactly(kSize), 2);
     EXPECT_TRUE(calls().canNew(kSize));
@@ -809,7 +809,7 @@ TEST_P(FromLibrary, NewFailsOnce) {
 
 TEST_P(FromLibrary, EachLaterNewFails) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "clang's thread sanitizer does not let a program replace operator new";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     const FailNew fail(AllocationSize::exactly(kSize), 1, Repeat::kEachLater);
     EXPECT_FALSE(calls().canNew(kSize));
@@ -828,7 +828,7 @@ TEST(MemoryFaultsTest, ABuildThatCannotFailNewSaysSo) {
 
 TEST(MemoryFaultsTest, FileCallsDoNotAllocateOnTheirOwn) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "clang's thread sanitizer does not let a program replace operator new";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     const PrivateHost host;
     const std::string path = host.path("/scratch/log/a");

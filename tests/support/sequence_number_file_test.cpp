@@ -162,7 +162,7 @@ TEST(SequenceNumberFile, FullDiskFails) {
 
 TEST(SequenceNumberFile, LackOfMemoryFailsAndIsLogged) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "clang's thread sanitizer does not let a program replace operator new";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     const vesktest::LoggingHost logging;
     logging.host().writeMappingIni("SequenceNumber=123\n");

@@ -133,7 +133,7 @@ TEST(DeviceTalker, ASecondDestroyDoesNothing) {
 
 TEST(DeviceTalker, FailedCreationIsLoggedAndYieldsNull) {
     if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << "this build cannot let operator new fail";
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
     TracedHost host;
     {

@@ -36,7 +36,7 @@ protected:
     }
     void SetUp() override {
         if (!vesktest::kCanFailNew) {
-            GTEST_SKIP() << "this build cannot let operator new fail";
+            GTEST_SKIP() << vesktest::kWhyNewCannotFail;
         }
     }
 
