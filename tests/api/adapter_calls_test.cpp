@@ -1,9 +1,9 @@
 // The adapter calls on a host without a controller, and the life of a failure code.
 #include "api/command_handler.h"
 #include "api/error_state.h"
-#include "logging_host.h"
+#include "traced_host.h"
 #include "noise.h"
-#include "scripted_discovery.h"
+#include "discovery_script.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ namespace {
 
 using vesktest::count;
 using vesktest::inOrder;
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using vesktest::LogLines;
 using vesktest::noise;
 using vesktest::ScriptedDriver;
@@ -33,9 +33,9 @@ CController noisyController() {
 }  // namespace
 
 TEST(AdapterCalls, CountBeforeSetUpIsZero) {
-    const LoggingHost logging;
+    TracedHost logging;
     VeskNVMeLibrary_Error::setErrorCode(6);
-    logging.clearLog();
+    logging.forgetLines();
     EXPECT_EQ(ZT_Adapter_GetCount(), 0);
     EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 0);
     EXPECT_EQ(
@@ -54,10 +54,10 @@ TEST(AdapterCalls, CountIsTheResultAndNoErrorCode) {
 }
 
 TEST(AdapterCalls, GetConfigDoesNothing) {
-    const LoggingHost logging;
+    TracedHost logging;
     const ScriptedDriver driver;
     VeskNVMeLibrary_Error::setErrorCode(6);
-    logging.clearLog();
+    logging.forgetLines();
     EXPECT_EQ(ZT_Adapter_GetConfig(9, nullptr, nullptr), 0);
     EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 6);
     EXPECT_EQ(logging.lines(),
@@ -117,7 +117,7 @@ TEST(AdapterCalls, InfoBeforeSetUpIsARecordOfZeros) {
 }
 
 TEST(AdapterCalls, InfoLogsTheRecord) {
-    const LoggingHost logging;
+    TracedHost logging;
     CController controller = noisyController();
     UCHAR_ number = 0xA7;
     ZT_Adapter_GetInfo(0, &number, &controller);
@@ -144,7 +144,7 @@ TEST(AdapterCalls, InfoLogsTheRecord) {
 }
 
 TEST(AdapterCalls, OemDataBeforeAnyInfoIsZeroBehindTheFirst24Bytes) {
-    const LoggingHost logging;
+    TracedHost logging;
     const ScriptedDriver driver;
     const std::vector<std::uint8_t> before = noise(80, 5);
     std::vector<std::uint8_t> bytes = before;

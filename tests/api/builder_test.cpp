@@ -2,7 +2,7 @@
 #include "api/builder_type_factory.h"
 #include "api/error_state.h"
 #include "controller/controller_builder.h"
-#include "logging_host.h"
+#include "traced_host.h"
 #include "memory_faults.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@
 namespace {
 
 using vesktest::AllocationSize;
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using vesktest::LogLines;
 
 // A builder that overrides what it must.
@@ -54,7 +54,7 @@ TEST(BuilderFactory, OtherCommandsHaveNoneAndThatIsNoError) {
 }
 
 TEST(BuilderFactory, IsTraced) {
-    const LoggingHost logging;
+    TracedHost logging;
     BuilderTypeFactory::getBuilder(0);
     EXPECT_EQ(logging.lines(), (LogLines{"BuilderTypeFactory::getBuilder() ENTRY ",
                                          "BuilderTypeFactory::getBuilder() EXIT "}));
@@ -68,7 +68,7 @@ TEST_P(FailedBuilder, IsNullAndAFailureInTheErrorState) {
     if (!vesktest::kCanFailNew) {
         GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
-    const LoggingHost logging;
+    TracedHost logging;
     IBuilder* builder = nullptr;
     {
         const vesktest::FailNew fail(AllocationSize::exactly(GetParam()));
@@ -85,7 +85,7 @@ TEST_P(FailedBuilder, IsNullAndAFailureInTheErrorState) {
 }
 
 TEST(BuilderBase, OptionalOperationsDoNothing) {
-    const LoggingHost logging;
+    TracedHost logging;
     bool destroyed = false;
     const std::unique_ptr<IBuilder> builder = std::make_unique<LeastBuilder>(destroyed);
     std::vector<IObject*> objects;

@@ -2,10 +2,10 @@
 #include "api/command_handler.h"
 #include "api/error_state.h"
 #include "events/event_monitor.h"
-#include "logging_host.h"
+#include "traced_host.h"
 #include "memory_faults.h"
 #include "noise.h"
-#include "scripted_discovery.h"
+#include "discovery_script.h"
 
 #include <gtest/gtest.h>
 
@@ -21,7 +21,7 @@ namespace {
 using vesktest::contains;
 using vesktest::count;
 using vesktest::inOrder;
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using vesktest::LogLines;
 using vesktest::noise;
 using vesktest::ScriptedDriver;
@@ -114,7 +114,7 @@ TEST(CommandHandler, StaticStateSurvivesTheInstance) {
 }
 
 TEST(CommandHandler, EndOfTheInstanceIsTracedWithItsLabel) {
-    const LoggingHost logging;
+    TracedHost logging;
     CommandHandler::destroyMe();
     EXPECT_EQ(
         logging.lines(),
@@ -126,7 +126,7 @@ TEST(CommandHandler, InstanceThatCannotBeMadeIsNullAndLogged) {
     if (!vesktest::kCanFailNew) {
         GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
-    const LoggingHost logging;
+    TracedHost logging;
     {
         const vesktest::FailNew fail(vesktest::AllocationSize::exactly(sizeof(CommandHandler)));
         EXPECT_EQ(CommandHandler::getUniqueInstance(), nullptr);
@@ -149,14 +149,14 @@ TEST(CommandHandler, CommandsRunWithoutAnInstance) {
 }
 
 TEST(CommandHandler, IdsWithoutACommandDoNothing) {
-    const LoggingHost logging;
+    TracedHost logging;
     const ScriptedDriver driver;
     CommandHandler::getUniqueInstance();
     VeskNVMeLibrary_Error::setErrorCode(19);
     for (const UNSIGNED_INTEGER id : {0U, 17U, 18U, 256U, 65536U, 65538U, 4294967295U}) {
         ZTCommand command{};
         command.commandId = id;
-        logging.clearLog();
+        logging.forgetLines();
         EXPECT_EQ(CommandHandler::navigator(command), 0) << id;
         EXPECT_EQ(logging.lines(), (LogLines{"CommandHandler::navigator() ENTRY ",
                                              "CommandHandler::navigator() EXIT "}))
@@ -167,7 +167,7 @@ TEST(CommandHandler, IdsWithoutACommandDoNothing) {
 }
 
 TEST(CommandHandler, CountBeforeAnySetUpIsZero) {
-    const LoggingHost logging;
+    TracedHost logging;
     UCHAR_ number = 0xA7;
     EXPECT_EQ(run(2, &number), 0);
     EXPECT_EQ(number, 0);
@@ -179,7 +179,7 @@ TEST(CommandHandler, CountBeforeAnySetUpIsZero) {
 }
 
 TEST(CommandHandler, CountIsLoggedInDecimal) {
-    const LoggingHost logging;
+    TracedHost logging;
     CommandHandler::m_ControllerCount = 1;
     UCHAR_ number = 0xA7;
     run(2, &number);
@@ -190,7 +190,7 @@ TEST(CommandHandler, CountIsLoggedInDecimal) {
 }
 
 TEST(CommandHandler, InitializeWithoutAControllerStartsNoMonitor) {
-    const LoggingHost logging;
+    TracedHost logging;
     ScriptedDriver driver;
     vesktest::expectNoAdapter(driver);
     EXPECT_EQ(run(1), 0);
@@ -231,7 +231,7 @@ TEST(CommandHandler, InitializeMayRunAgainWithoutAController) {
 }
 
 TEST(CommandHandler, FinalizeOfALibraryWithoutAMonitorThrows) {
-    const LoggingHost logging;
+    TracedHost logging;
     EXPECT_THROW(run(15), std::system_error);
     EXPECT_TRUE(contains(logging.lines(),
                          "libVeskNvme: CommandHandler::navigator(): Calling API_FINALIZE"));
@@ -239,7 +239,7 @@ TEST(CommandHandler, FinalizeOfALibraryWithoutAMonitorThrows) {
 }
 
 TEST(CommandHandler, AdapterInfoWithoutAControllerIsZero) {
-    const LoggingHost logging;
+    TracedHost logging;
     const ScriptedDriver driver;
     UCHAR_ adapter = 0;
     UCHAR_ number = 0xA7;
@@ -262,7 +262,7 @@ TEST(CommandHandler, AdapterInfoWithoutAControllerIsZero) {
 }
 
 TEST(CommandHandler, OemDataCopiesTheLastFirmwareVersion) {
-    const LoggingHost logging;
+    TracedHost logging;
     CController::firwareVer = _PackageVersion{0x0102, 0x0304, 0x0506, 0x0708};
     UCHAR_ adapter = 0;
     const std::vector<std::uint8_t> before = noise(72, 14);
@@ -293,7 +293,7 @@ TEST(CommandHandler, EventsBeforeAnySetUpAreNone) {
 }
 
 TEST(CommandHandler, DiskInfoLogsTheAdapterIdRaw) {
-    const LoggingHost logging;
+    TracedHost logging;
     std::vector<std::uint8_t> request = noise(16 + 2 * 248, 7);
     request[1] = 2;
     request[2] = 0;
@@ -304,7 +304,7 @@ TEST(CommandHandler, DiskInfoLogsTheAdapterIdRaw) {
                 {"libVeskNvme: CommandHandler::navigator(): Calling ZT_PD_GetHDInfo_Ext API ....",
                  "libVeskNvme: CommandHandler::navigator(): ZT_Adapter_GetInfo : AdapterID = Z",
                  "libVeskNvme: CommandHandler::navigator(): end of ZT_PD_GetHDInfo_Ext."}));
-    logging.clearLog();
+    logging.forgetLines();
     adapter = 0;
     run(7, &adapter, request.data());
     EXPECT_TRUE(
@@ -314,7 +314,7 @@ TEST(CommandHandler, DiskInfoLogsTheAdapterIdRaw) {
 }
 
 TEST_P(DiskCommands, WriteTheirOpeningAndClosingLines) {
-    const LoggingHost logging;
+    TracedHost logging;
     EXPECT_EQ(run(GetParam().id, &m_adapter, m_request.data()), 0);
     EXPECT_TRUE(
         inOrder(logging.lines(), {"CommandHandler::navigator() ENTRY ", GetParam().openingLine,
@@ -324,7 +324,7 @@ TEST_P(DiskCommands, WriteTheirOpeningAndClosingLines) {
 }
 
 TEST_P(DiskCommands, OnlyDiskInfoLogsAnAdapterId) {
-    const LoggingHost logging;
+    TracedHost logging;
     run(GetParam().id, &m_adapter, m_request.data());
     EXPECT_EQ(vesktest::containsPart(logging.lines(), "AdapterID = "), GetParam().id == 7);
 }

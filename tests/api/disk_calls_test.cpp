@@ -1,7 +1,7 @@
 // What the disk and event calls log around their dispatch. Their answers are the builders' affair.
-#include "logging_host.h"
+#include "traced_host.h"
 #include "noise.h"
-#include "scripted_discovery.h"
+#include "discovery_script.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ namespace {
 
 using vesktest::count;
 using vesktest::inOrder;
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using vesktest::LogLines;
 using vesktest::noise;
 using vesktest::ScriptedDriver;
@@ -67,7 +67,7 @@ INSTANTIATE_TEST_SUITE_P(Calls, DiskCalls, ::testing::ValuesIn(kCalls),
 }  // namespace
 
 TEST_P(DiskCalls, LogSuccessAndOneDispatch) {
-    const LoggingHost logging;
+    TracedHost logging;
     GetParam().call(0, request());
     const std::string name = GetParam().function;
     const LogLines lines = logging.lines();
@@ -97,7 +97,7 @@ TEST_P(DiskCalls, SendNothingWithoutAController) {
 }
 
 TEST(SmartCall, LogsSuccessAndItsDispatch) {
-    const LoggingHost logging;
+    TracedHost logging;
     SMART_INFO_ARRAY health{};
     ZT_PD_GET_SMART_INFO(0, 0, 0, &health);
     const LogLines lines = logging.lines();
@@ -109,7 +109,7 @@ TEST(SmartCall, LogsSuccessAndItsDispatch) {
 }
 
 TEST(LocateCall, LogsSuccessAndItsDispatch) {
-    const LoggingHost logging;
+    TracedHost logging;
     const ScriptedDriver driver;
     PD_OEM_Data data{};
     EXPECT_EQ(ZT_PD_OEMData(0, &data), 0);
@@ -121,7 +121,7 @@ TEST(LocateCall, LogsSuccessAndItsDispatch) {
 }
 
 TEST(EventCall, LogsTheNumberOfEvents) {
-    const LoggingHost logging;
+    TracedHost logging;
     const ScriptedDriver driver;
     UCHAR_ number = 0xA7;
     std::vector<CEvent> events(64);

@@ -1,12 +1,12 @@
 // The one error state and its log lines.
 #include "api/error_state.h"
-#include "logging_host.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using vesktest::LogLines;
 using ErrorStateClass = VeskNVMeLibrary_Error;
 
@@ -38,7 +38,7 @@ TEST(ErrorState, StoresEveryNumberAsItIs) {
 }
 
 TEST(ErrorState, LogsTheLineOfEachCode) {
-    const LoggingHost logging;
+    TracedHost logging;
     for (const INTEGER code : {0, 1, 5, 6, 13, 19, 187}) {
         ErrorStateClass::setErrorCode(code);
     }
@@ -52,14 +52,14 @@ TEST(ErrorState, LogsTheLineOfEachCode) {
 }
 
 TEST(ErrorState, NullArgumentIsLoggedAsUnknown) {
-    const LoggingHost logging;
+    TracedHost logging;
     ErrorStateClass::setErrorCode(150);
     EXPECT_EQ(logging.lines(), LogLines{"libVeskNVMe FAILED: UNKOWN ERROR :%d 150"});
     EXPECT_EQ(ErrorStateClass::getErrorCode(), 150);
 }
 
 TEST(ErrorState, UnknownCodesAreLoggedWithTheirNumber) {
-    const LoggingHost logging;
+    TracedHost logging;
     for (const INTEGER code : {2, 7, 255, -1, 1000}) {
         ErrorStateClass::setErrorCode(code);
     }
@@ -71,7 +71,7 @@ TEST(ErrorState, UnknownCodesAreLoggedWithTheirNumber) {
 }
 
 TEST(ErrorState, SuccessIsLoggedEachTime) {
-    const LoggingHost logging;
+    TracedHost logging;
     ErrorStateClass::setErrorCode(0);
     ErrorStateClass::setErrorCode(0);
     EXPECT_EQ(logging.lines(),

@@ -34,10 +34,10 @@ vesksim::Scenario loggingScenario() {
 // A started library, its polling thread at rest in its first pause.
 class RunningCalls : public ::testing::Test {
 protected:
-    RunningCalls() : m_library(loggingScenario()), m_log(m_library.host()) {
+    RunningCalls() : m_library(loggingScenario()), m_log(m_library.files()) {
         EXPECT_EQ(ZT_API_Initialize(), 0);
         EXPECT_TRUE(m_library.gate().waitForSleeper(1));
-        m_library.host().write(kLogPath, "");
+        m_library.files().write(kLogPath, "");
     }
     ~RunningCalls() override { m_library.stop(); }
 

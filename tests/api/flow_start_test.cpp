@@ -62,7 +62,7 @@ TEST(CommandHandler, InitializeCountsOneController) {
     EXPECT_EQ(CommandHandler::m_libraryInitialized, 1);
     EXPECT_EQ(ZT_Adapter_GetCount(), 1);
     EXPECT_EQ(identifyCount(), 1U) << "the host is scanned once, up to the first controller";
-    const LogLines lines = LogFile(library.host()).lines();
+    const LogLines lines = LogFile(library.files()).lines();
     EXPECT_TRUE(inOrder(
         lines, {"libVeskNvme: CommandHandler::navigator(): Calling \"ZT_API_Initialize API\" ...",
                 "libVeskNvme: CommandHandler::navigator(): Initializing OS type....",
@@ -93,7 +93,7 @@ TEST(LibraryStart, PollingThreadSendsACommandEachInterval) {
     RunningLibrary library(loggingScenario());
     EXPECT_EQ(ZT_API_Initialize(), 0);
     EXPECT_TRUE(library.gate().waitForSleeper(1));
-    const LogFile log(library.host());
+    const LogFile log(library.files());
     // One of them is the set-up itself.
     EXPECT_EQ(vesktest::count(log.lines(), "CommandHandler::navigator() ENTRY "), 2U);
     library.gate().release();
@@ -108,9 +108,9 @@ TEST(LibraryStart, InitializeAfterTearDownStartsNothing) {
     EXPECT_EQ(ZT_API_Initialize(), 0);
     library.stop();
     RunningLibrary::driver().forgetHistory();
-    library.host().write(kLogPath, "");
+    library.files().write(kLogPath, "");
     EXPECT_EQ(ZT_API_Initialize(), 0);
-    EXPECT_EQ(LogFile(library.host()).lines(), LogLines{"libVeskNVMe SUCESS: ERR_NONE "});
+    EXPECT_EQ(LogFile(library.files()).lines(), LogLines{"libVeskNVMe SUCESS: ERR_NONE "});
     EXPECT_EQ(RunningLibrary::driver().commands().size(), 0U);
     EXPECT_EQ(RunningLibrary::driver().openHandles(), 0U);
     EXPECT_EQ(CVeskNVMeMonitor::m_pNVMeMonitorInstance, nullptr);
@@ -155,10 +155,10 @@ TEST(LibraryStop, OnlyTheSecondFinalizeTearsDown) {
     EXPECT_EQ(CommandHandler::m_pCommandHandlerInstance, nullptr);
     EXPECT_EQ(RunningLibrary::driver().openHandles(), 0U);
 
-    library.host().write(kLogPath, "");
+    library.files().write(kLogPath, "");
     ZT_API_Finalize();
     EXPECT_EQ(CommandHandler::m_libraryFinalized, 3);
-    EXPECT_EQ(LogFile(library.host()).lines(),
+    EXPECT_EQ(LogFile(library.files()).lines(),
               (LogLines{"ZT_API_Finalize() ENTRY ", "ZT_API_Finalize() EXIT "}));
 }
 
@@ -168,7 +168,7 @@ TEST(LibraryStop, ThreadEndsBeforeTheTalkerGoes) {
     EXPECT_TRUE(library.gate().waitForSleeper(1));
     library.stop();
     EXPECT_TRUE(inOrder(
-        LogFile(library.host()).lines(),
+        LogFile(library.files()).lines(),
         {"ZNV_Library_Finalize() ENTRY ",
          "libVeskNvme: CommandHandler::navigator(): Calling API_FINALIZE",
          "CVeskNVMeMonitor::stopMonitoring() ENTRY ", "CVeskNVMeMonitor::stopMonitoring() EXIT ",

@@ -1,8 +1,8 @@
 // Making and unmaking the talker, and asking it for the controller.
 #include "api/lib_initializer.h"
-#include "logging_host.h"
+#include "traced_host.h"
 #include "memory_faults.h"
-#include "scripted_discovery.h"
+#include "discovery_script.h"
 #include "transport/vmware_device_talker.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@ namespace {
 
 using vesktest::contains;
 using vesktest::count;
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using vesktest::PrivateHost;
 using vesktest::ScriptedDriver;
 
@@ -33,7 +33,7 @@ TEST(LibInitializer, CreationFillsThePair) {
 }
 
 TEST(LibInitializer, CreationLogsTheSystem) {
-    const LoggingHost logging;
+    TracedHost logging;
     CLibInitializer::createOSdeviceTalkerInstance();
     EXPECT_EQ(count(logging.lines(),
                     "libVeskNvme: CLibInitializer::initializeOStype(): OS found = Vmware"),
@@ -61,7 +61,7 @@ TEST(LibInitializer, ExistenceIsWhatTheTalkerFinds) {
     EXPECT_FALSE(CLibInitializer::checkControllerExistence());
     vesktest::expectController(driver);
     EXPECT_TRUE(CLibInitializer::checkControllerExistence());
-    driver.expectClose(vesktest::kControllerHandle);
+    driver.expectClose(vesktest::kControllerConnection);
     CLibInitializer::deleteOSdeviceTalkerInstance();
     EXPECT_EQ(driver.openCount(), 0U);
 }
@@ -74,25 +74,25 @@ TEST(LibInitializer, CountIsWhatTheTalkerFinds) {
     EXPECT_EQ(CLibInitializer::getControllerCount(), 0);
     vesktest::expectController(driver);
     EXPECT_EQ(CLibInitializer::getControllerCount(), 1);
-    driver.expectClose(vesktest::kControllerHandle);
+    driver.expectClose(vesktest::kControllerConnection);
     CLibInitializer::deleteOSdeviceTalkerInstance();
 }
 
 TEST(LibInitializer, EachOperationLogsItsLine) {
-    const LoggingHost logging;
+    TracedHost logging;
     ScriptedDriver driver;
     CLibInitializer::createOSdeviceTalkerInstance();
-    logging.clearLog();
+    logging.forgetLines();
 
     vesktest::expectNoAdapter(driver);
     CLibInitializer::checkControllerExistence();
     EXPECT_EQ(logging.lines().front(), "libVeskNvme: CLibInitializer::checkControllerExistence()");
-    logging.clearLog();
+    logging.forgetLines();
 
     vesktest::expectNoAdapter(driver);
     CLibInitializer::getControllerCount();
     EXPECT_EQ(logging.lines().front(), "libVeskNvme: CLibInitializer::checkControllerCount()");
-    logging.clearLog();
+    logging.forgetLines();
 
     CLibInitializer::deleteOSdeviceTalkerInstance();
     EXPECT_EQ(logging.lines().front(),
@@ -144,7 +144,7 @@ TEST(LibInitializer, TalkerThatCannotBeMadeLeavesTheOperationsIdle) {
     if (!vesktest::kCanFailNew) {
         GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
-    const LoggingHost logging;
+    TracedHost logging;
     const ScriptedDriver driver;
     {
         const vesktest::FailNew fail(
@@ -162,7 +162,7 @@ TEST(LibInitializer, TalkerThatCannotBeMadeLeavesTheOperationsIdle) {
 }
 
 TEST(LibInitializer, ObjectOfItDoesNothing) {
-    const LoggingHost logging;
+    TracedHost logging;
     { const CLibInitializer initializer; }
     EXPECT_EQ(logging.lines(), vesktest::LogLines{});
 }

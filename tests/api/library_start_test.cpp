@@ -2,8 +2,8 @@
 #include "api/command_handler.h"
 #include "api/error_state.h"
 #include "events/event_monitor.h"
-#include "logging_host.h"
-#include "scripted_discovery.h"
+#include "traced_host.h"
+#include "discovery_script.h"
 #include "support/library_helper.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ using vesktest::contains;
 using vesktest::inOrder;
 using vesktest::kLogPath;
 using vesktest::LogFile;
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using vesktest::LogLines;
 using vesktest::PrivateHost;
 using vesktest::ScriptedDriver;
@@ -61,12 +61,12 @@ TEST(LibraryStart, InitializeWithoutAControllerIsNoFailure) {
 }
 
 TEST(LibraryStart, SecondInitializeWritesOneLineAndStartsNothing) {
-    const LoggingHost logging;
+    TracedHost logging;
     ScriptedDriver driver;
     vesktest::expectNoAdapter(driver);
     EXPECT_EQ(ZT_API_Initialize(), 0);
     VeskNVMeLibrary_Error::setErrorCode(6);
-    logging.clearLog();
+    logging.forgetLines();
     EXPECT_EQ(ZT_API_Initialize(), 0);
     EXPECT_EQ(logging.lines(), LogLines{"libVeskNVMe SUCESS: ERR_NONE "});
     EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 0);
@@ -108,11 +108,11 @@ TEST(LibraryStart, PlainStartReadsNoConfiguration) {
 }
 
 TEST(LibraryStart, PlainStartLeavesTheErrorStateAlone) {
-    const LoggingHost logging;
+    TracedHost logging;
     ScriptedDriver driver;
     vesktest::expectNoAdapter(driver);
     VeskNVMeLibrary_Error::setErrorCode(6);
-    logging.clearLog();
+    logging.forgetLines();
     ZNV_Library_Initialize();
     EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 6);
     const LogLines lines = logging.lines();

@@ -1,8 +1,8 @@
 // Tear-down of a library without a controller: the counter, and the exception.
 #include "api/command_handler.h"
 #include "api/error_state.h"
-#include "logging_host.h"
-#include "scripted_discovery.h"
+#include "traced_host.h"
+#include "discovery_script.h"
 
 #include <gtest/gtest.h>
 
@@ -11,15 +11,15 @@
 namespace {
 
 using vesktest::contains;
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using vesktest::LogLines;
 
 }  // namespace
 
 TEST(LibraryStop, FirstFinalizeOnlyCounts) {
-    const LoggingHost logging;
+    TracedHost logging;
     VeskNVMeLibrary_Error::setErrorCode(6);
-    logging.clearLog();
+    logging.forgetLines();
     ZT_API_Finalize();
     EXPECT_EQ(CommandHandler::m_libraryFinalized, 1);
     EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 6);
@@ -37,7 +37,7 @@ TEST(LibraryStop, SecondFinalizeWithoutAControllerThrows) {
 }
 
 TEST(LibraryStop, ThirdFinalizeIsInert) {
-    const LoggingHost logging;
+    TracedHost logging;
     CommandHandler::m_libraryFinalized = 2;
     ZT_API_Finalize();
     EXPECT_EQ(CommandHandler::m_libraryFinalized, 3);
@@ -45,7 +45,7 @@ TEST(LibraryStop, ThirdFinalizeIsInert) {
 }
 
 TEST(LibraryStop, CounterHas16Bits) {
-    const LoggingHost logging;
+    TracedHost logging;
     CommandHandler::m_libraryFinalized = 65535;
     ZT_API_Finalize();
     EXPECT_EQ(CommandHandler::m_libraryFinalized, 0);
@@ -57,7 +57,7 @@ TEST(LibraryStop, CounterHas16Bits) {
 }
 
 TEST(LibraryStop, PlainFinalizeWithoutAControllerThrowsAndCountsNothing) {
-    const LoggingHost logging;
+    TracedHost logging;
     vesktest::ScriptedDriver driver;
     vesktest::expectNoAdapter(driver);
     ZNV_Library_Initialize();

@@ -1,7 +1,7 @@
 // Calls with a null record pointer.
 #include "api/command_handler.h"
 #include "api/error_state.h"
-#include "logging_host.h"
+#include "traced_host.h"
 #include "scripted_driver.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 
 namespace {
 
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using vesktest::LogLines;
 
 struct NullCall {
@@ -67,7 +67,7 @@ TEST_P(NullRecord, Gives150AndStoresIt) {
 }
 
 TEST_P(NullRecord, LogsItsLineAndDispatchesNothing) {
-    const LoggingHost logging;
+    TracedHost logging;
     const vesktest::ScriptedDriver driver;
     GetParam().call();
     const std::string name = GetParam().function;

@@ -18,7 +18,7 @@ public:
     }
 
     static vesksim::SimulatedHost& driver() { return vesksim::SimulatedHost::instance(); }
-    const PrivateHost& host() const { return m_host; }
+    const PrivateHost& files() const { return m_host; }
     SleepGate& gate() { return m_gate; }
 
     // For libraries with a polling thread: it must end before the host goes.

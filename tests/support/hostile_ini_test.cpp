@@ -1,5 +1,5 @@
 // INI files that hold anything at all.
-#include "logging_host.h"
+#include "traced_host.h"
 #include "support/library_helper.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 
 namespace {
 
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using Helper = VeskNVMeLibrary_Helper;
 
 // Random bytes in which the parts that the reader looks for are frequent.
@@ -40,15 +40,15 @@ std::string randomFile(std::mt19937& random) {
 }  // namespace
 
 TEST(HostileIni, RandomFilesAreReadOrRefusedWithTheOneException) {
-    const LoggingHost logging;
+    TracedHost logging;
     stg::lout.stopDebug();
     Helper::m_LibPath = vesktest::kFirstIniFolder;
     std::mt19937 random(20251106);
     int read = 0;
     for (int i = 0; i < 2000; ++i) {
         const std::string text = randomFile(random);
-        logging.host().writeConfigIni(text);
-        logging.host().writeMappingIni(text);
+        logging.files().writeConfigIni(text);
+        logging.files().writeMappingIni(text);
         try {
             Helper::readPollingIntervalFromINIFile();
             Helper::readEventSeqNumberFromINIFile();
@@ -64,9 +64,9 @@ TEST(HostileIni, RandomFilesAreReadOrRefusedWithTheOneException) {
 }
 
 TEST(HostileIni, NulBytesAreOrdinaryCharacters) {
-    const LoggingHost logging;
+    TracedHost logging;
     const std::string text("[S]\nA\0=1\nKey=a\0b\n", 18);
-    logging.host().writeConfigIni(text);
+    logging.files().writeConfigIni(text);
     EXPECT_EQ(Helper::readPropertyFromFile(vesktest::kConfigIniPath, "S", "Key", "none"),
               std::string("a\0b", 3));
     EXPECT_EQ(
@@ -75,18 +75,18 @@ TEST(HostileIni, NulBytesAreOrdinaryCharacters) {
 }
 
 TEST(HostileIni, VeryLongLinesAreReadWhole) {
-    const LoggingHost logging;
+    TracedHost logging;
     const std::string line(5000000, 'x');
-    logging.host().writeConfigIni(line + "\n[S]\n" + line + "\nKey=" + line + "\n");
+    logging.files().writeConfigIni(line + "\n[S]\n" + line + "\nKey=" + line + "\n");
     EXPECT_TRUE(Helper::readPropertyFromFile(vesktest::kConfigIniPath, "S", "Key", "none") == line);
 }
 
 TEST(HostileIni, NumberOfAMillionDigitsIsAConversionError) {
-    const LoggingHost logging;
+    TracedHost logging;
     Helper::m_LibPath = vesktest::kFirstIniFolder;
     const std::string digits(1000000, '9');
-    logging.host().writeConfigIni("[Polling]\npollingIntervalInSeconds=" + digits + "\n");
-    logging.host().writeMappingIni("[Adapter]\n1=" + digits +
+    logging.files().writeConfigIni("[Polling]\npollingIntervalInSeconds=" + digits + "\n");
+    logging.files().writeMappingIni("[Adapter]\n1=" + digits +
                                    "\n[EventSequenceNumber]\nSequenceNumber=" + digits + "\n");
     EXPECT_EQ(Helper::readPollingIntervalFromINIFile(), 50);
     EXPECT_EQ(Helper::readEventCodeFromINIFile("Adapter", 1), 0);

@@ -1,6 +1,6 @@
 // Where the INI files are looked for.
 #include "failing_calls.h"
-#include "logging_host.h"
+#include "traced_host.h"
 #include "support/library_helper.h"
 
 #include <gtest/gtest.h>
@@ -119,7 +119,7 @@ TEST(IniPath, FileThatCannotBeOpenedIsLikeNone) {
 }
 
 TEST(IniPath, LookingForItIsTraced) {
-    const vesktest::LoggingHost logging;
+    const vesktest::TracedHost logging;
     Helper::getLinuxINIPath();
     EXPECT_EQ(logging.lines(),
               (vesktest::LogLines{"VeskNVMeLibrary_Helper::getLinuxINIPath() ENTRY ",

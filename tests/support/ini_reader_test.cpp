@@ -1,5 +1,5 @@
 // How a property is found in an INI file.
-#include "logging_host.h"
+#include "traced_host.h"
 #include "support/library_helper.h"
 
 #include <gtest/gtest.h>
@@ -162,7 +162,7 @@ TEST(IniReader, FileIsLeftAsItWas) {
 }
 
 TEST(IniReader, LookupIsTraced) {
-    const vesktest::LoggingHost logging;
+    const vesktest::TracedHost logging;
     VeskNVMeLibrary_Helper::readPropertyFromFile(kConfigIniPath, "S", "Key", "");
     EXPECT_EQ(logging.lines(),
               (vesktest::LogLines{"VeskNVMeLibrary_Helper::readPropertyFromFile() ENTRY ",

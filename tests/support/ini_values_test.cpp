@@ -1,5 +1,5 @@
 // The three numbers that the library reads from its INI files.
-#include "logging_host.h"
+#include "traced_host.h"
 #include "support/library_helper.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 
 namespace {
 
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using vesktest::LogLines;
 using Helper = VeskNVMeLibrary_Helper;
 
@@ -17,9 +17,9 @@ class IniValues : public ::testing::Test {
 protected:
     IniValues() { Helper::m_LibPath = vesktest::kFirstIniFolder; }
 
-    const vesktest::PrivateHost& host() const { return m_logging.host(); }
-    LogLines lines() const { return m_logging.log().linesWithoutTrace(); }
-    void clearLog() const { m_logging.clearLog(); }
+    const vesktest::PrivateHost& host() const { return m_logging.files(); }
+    LogLines lines() const { return m_logging.messages(); }
+    void clearLog() { m_logging.forgetLines(); }
 
     USHORT_INT code(const std::string& row, USHORT_INT number) const {
         host().writeMappingIni("[Adapter]\n" + row);
@@ -35,7 +35,7 @@ protected:
     }
 
 private:
-    LoggingHost m_logging;
+    TracedHost m_logging;
 };
 
 using EventCode = IniValues;

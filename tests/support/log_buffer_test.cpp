@@ -1,5 +1,5 @@
 // The limit of one unfinished line: 1,048,575 bytes.
-#include "logging_host.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
@@ -10,12 +10,12 @@ namespace {
 
 using stg::lout;
 using vesktest::LogEntry;
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 
 }  // namespace
 
 TEST(LogBuffer, TextOfTheLimitWaitsForItsLineFeed) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << std::string(1048574, 'a');
     lout << 'b';
     EXPECT_EQ(logging.log().raw(), "");
@@ -27,7 +27,7 @@ TEST(LogBuffer, TextOfTheLimitWaitsForItsLineFeed) {
 }
 
 TEST(LogBuffer, TextAboveTheLimitIsWrittenAndTheRestGetsItsOwnPrefix) {
-    const LoggingHost logging;
+    TracedHost logging;
     for (int i = 0; i < 1024; ++i) {
         lout << std::string(1024, 'a');
     }
@@ -41,7 +41,7 @@ TEST(LogBuffer, TextAboveTheLimitIsWrittenAndTheRestGetsItsOwnPrefix) {
 }
 
 TEST(LogBuffer, CharacterAboveTheLimitIsWrittenToo) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << std::string(1048575, 'a');
     EXPECT_EQ(logging.log().raw(), "");
     lout << 'b';
@@ -51,7 +51,7 @@ TEST(LogBuffer, CharacterAboveTheLimitIsWrittenToo) {
 }
 
 TEST(LogBuffer, LongTextOfOneStatementIsWrittenInOne) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << std::string(2097152, 'x');
     const std::string raw = logging.log().raw();
     EXPECT_EQ(raw.find("(T: "), 0U);

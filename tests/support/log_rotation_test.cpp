@@ -1,6 +1,6 @@
 // Rotation of the log file by its size, and what happens when a step of it fails.
 #include "failing_calls.h"
-#include "logging_host.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The log file and its lines, written by one thread.
 #include "failing_calls.h"
-#include "logging_host.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ using vesktest::kLogLinkPath;
 using vesktest::kLogPath;
 using vesktest::LogEntry;
 using vesktest::LogFile;
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using vesktest::LogLines;
 using vesktest::PrivateHost;
 
@@ -106,7 +106,7 @@ TEST(Logger, PathIsFixedAndAskingForItMakesTheLink) {
 }
 
 TEST(Logger, LineCarriesThreadAndTime) {
-    const LoggingHost logging;
+    TracedHost logging;
     const std::time_t before = std::time(nullptr);
     lout << "text" << '\n';
     const std::time_t after = std::time(nullptr);
@@ -119,7 +119,7 @@ TEST(Logger, LineCarriesThreadAndTime) {
 }
 
 TEST(Logger, PiecesOfEveryTypeMakeOneLine) {
-    const LoggingHost logging;
+    TracedHost logging;
     const std::string text = "text";
     const char* const literal = "literal";
     lout << text << ' ' << literal << ' ' << -7 << ' ' << static_cast<unsigned short>(65535) << ' '
@@ -128,7 +128,7 @@ TEST(Logger, PiecesOfEveryTypeMakeOneLine) {
 }
 
 TEST(Logger, NothingReachesTheFileBeforeTheLineFeed) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << "half";
     EXPECT_EQ(logging.log().raw(), "");
     lout << " and half" << '\n';
@@ -136,7 +136,7 @@ TEST(Logger, NothingReachesTheFileBeforeTheLineFeed) {
 }
 
 TEST(Logger, LineFeedAloneMakesALineWithoutText) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << '\n';
     const std::vector<LogEntry> entries = logging.log().entries();
     ASSERT_EQ(entries.size(), 1U);
@@ -146,7 +146,7 @@ TEST(Logger, LineFeedAloneMakesALineWithoutText) {
 }
 
 TEST(Logger, InnerLineFeedYieldsOnePrefix) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << "first\nsecond";
     EXPECT_EQ(logging.log().raw(), "") << "a line feed inside a text is no line end yet";
     lout << '\n';
@@ -157,7 +157,7 @@ TEST(Logger, InnerLineFeedYieldsOnePrefix) {
 }
 
 TEST(Logger, LineIsCutAtANulByte) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << "kept" << '\0' << "lost" << '\n';
     lout << "next" << '\n';
     EXPECT_EQ(logging.lines(), (LogLines{"kept", "next"}));
@@ -167,7 +167,7 @@ TEST(Logger, LineIsCutAtANulByte) {
 }
 
 TEST(Logger, EveryLineIsInTheFileAtOnce) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << "one" << '\n';
     EXPECT_EQ(logging.lines(), LogLines{"one"});
     lout << "two" << '\n';
@@ -185,7 +185,7 @@ TEST(Logger, StartAppendsToAnExistingFile) {
 }
 
 TEST(Logger, StopKeepsTheFlag) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << "before" << '\n';
     lout.stopDebug();
     EXPECT_TRUE(lout.isActive());
@@ -194,7 +194,7 @@ TEST(Logger, StopKeepsTheFlag) {
 }
 
 TEST(Logger, LineFinishedWhileStoppedIsDropped) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout.stopDebug();
     lout << "dropped" << '\n';
     lout.startDebug();
@@ -203,7 +203,7 @@ TEST(Logger, LineFinishedWhileStoppedIsDropped) {
 }
 
 TEST(Logger, LineBegunWhileStoppedIsFinishedAfterTheNextStart) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << "begun";
     lout.stopDebug();
     lout << ", continued";
@@ -221,19 +221,19 @@ TEST(Logger, StopWithoutStartDoesNothing) {
 }
 
 TEST(Logger, SecondStartKeepsTheOpenFile) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << "one" << '\n';
     // A file that was opened anew would be another one.
-    std::filesystem::rename(logging.host().path(kLogPath),
-                            logging.host().path("/scratch/log/moved"));
+    std::filesystem::rename(logging.files().path(kLogPath),
+                            logging.files().path("/scratch/log/moved"));
     lout.startDebug();
     lout << "two" << '\n';
     lout << "three" << '\n';
-    EXPECT_FALSE(logging.host().exists(kLogPath));
-    EXPECT_FALSE(logging.host().exists("/scratch/log/libVeskNVMe.log.1"));
+    EXPECT_FALSE(logging.files().exists(kLogPath));
+    EXPECT_FALSE(logging.files().exists("/scratch/log/libVeskNVMe.log.1"));
     const LogLines expected = {"one", "two", "three"};
     const std::vector<LogEntry> entries =
-        vesktest::parseLog(logging.host().read("/scratch/log/moved"));
+        vesktest::parseLog(logging.files().read("/scratch/log/moved"));
     ASSERT_EQ(entries.size(), expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) {
         EXPECT_EQ(entries[i].text, expected[i]);
@@ -270,7 +270,7 @@ TEST(Logger, StartAfterAFailedStartOpensTheFile) {
 // Full disk: the stream is in failed state, its position reads as -1. Compared
 // as unsigned that is above the limit, so the next line rotates and opens a fresh file.
 TEST(Logger, FailedStreamIsReopened) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << "first" << '\n';
     {
         const FailingCalls failing([](const char* function, const std::string& path) {
@@ -281,14 +281,14 @@ TEST(Logger, FailedStreamIsReopened) {
     lout << "after" << '\n';
     EXPECT_EQ(logging.lines(), LogLines{"after"});
     const std::vector<LogEntry> older =
-        vesktest::parseLog(logging.host().read("/scratch/log/libVeskNVMe.log.1"));
+        vesktest::parseLog(logging.files().read("/scratch/log/libVeskNVMe.log.1"));
     // What the disk refused may still get there when the stream is closed.
     ASSERT_FALSE(older.empty());
     EXPECT_EQ(older[0].text, "first");
 }
 
 TEST(Logger, WritingOutABufferEmptiesIt) {
-    const LoggingHost logging;
+    TracedHost logging;
     lout << "unfinished";
     {
         const std::lock_guard<std::mutex> lock(stg::CLogger::logMutex);
@@ -300,7 +300,7 @@ TEST(Logger, WritingOutABufferEmptiesIt) {
 }
 
 TEST(Logger, TextIsWrittenAsItStandsBehindAPrefix) {
-    const LoggingHost logging;
+    TracedHost logging;
     char text[] = "given\n";
     {
         const std::lock_guard<std::mutex> lock(stg::CLogger::logMutex);
@@ -312,7 +312,7 @@ TEST(Logger, TextIsWrittenAsItStandsBehindAPrefix) {
 
 // A value that the stream refuses spoils the rest of its line and nothing behind it.
 TEST(Logger, RefusedValueSpoilsItsOwnLineOnly) {
-    const LoggingHost logging;
+    TracedHost logging;
     const char* const noText = nullptr;
     lout << "before" << noText << "dropped" << '\n';
     lout << "next" << '\n';

@@ -1,5 +1,5 @@
 // Lines of several threads do not mix.
-#include "logging_host.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,7 @@ namespace {
 
 using stg::lout;
 using vesktest::LogEntry;
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 
 std::string idText(std::thread::id id) {
     std::ostringstream text;
@@ -26,7 +26,7 @@ std::string idText(std::thread::id id) {
 }  // namespace
 
 TEST(LoggerThreads, InterleavedStatementsMakeTwoWholeLines) {
-    const LoggingHost logging;
+    TracedHost logging;
     std::promise<void> otherBegan;
     std::promise<void> ownContinued;
     lout << "own begins";
@@ -53,7 +53,7 @@ TEST(LoggerThreads, InterleavedStatementsMakeTwoWholeLines) {
 TEST(LoggerThreads, ManyThreadsWriteWholeLinesInTheirOwnOrder) {
     constexpr int kThreads = 8;
     constexpr int kLines = 200;
-    const LoggingHost logging;
+    TracedHost logging;
     std::promise<void> start;
     const std::shared_future<void> started = start.get_future().share();
     std::vector<std::thread> threads;
@@ -94,7 +94,7 @@ TEST(LoggerThreads, ManyThreadsWriteWholeLinesInTheirOwnOrder) {
 }
 
 TEST(LoggerThreads, StopBetweenTheLinesOfAThreadDropsTheLaterOnes) {
-    const LoggingHost logging;
+    TracedHost logging;
     std::promise<void> running;
     std::promise<void> stopped;
     std::thread writer([&running, &stopped] {
@@ -111,7 +111,7 @@ TEST(LoggerThreads, StopBetweenTheLinesOfAThreadDropsTheLaterOnes) {
 }
 
 TEST(LoggerThreads, StopMayOverlapWithLines) {
-    const LoggingHost logging;
+    TracedHost logging;
     std::promise<void> running;
     std::thread writer([&running] {
         for (int line = 0; line < 500; ++line) {

@@ -1,6 +1,6 @@
 // The rewriting of the stored sequence number, in place.
 #include "failing_calls.h"
-#include "logging_host.h"
+#include "traced_host.h"
 #include "memory_faults.h"
 #include "support/library_helper.h"
 
@@ -123,16 +123,16 @@ TEST(SequenceNumberFile, EmptyFileIsLeftAlone) {
 }
 
 TEST(SequenceNumberFile, MissingFileFailsAndIsNotMade) {
-    const vesktest::LoggingHost logging;
+    const vesktest::TracedHost logging;
     EXPECT_EQ(Helper::writeSEQNumberToFile(kMappingIniPath, "5"), 1);
-    EXPECT_FALSE(logging.host().exists(kMappingIniPath));
+    EXPECT_FALSE(logging.files().exists(kMappingIniPath));
     EXPECT_EQ(logging.log().linesWithoutTrace(),
               LogLines{"VeskNVMeLibrary_Helper::writePropertyToFile(): The EOF position = 0"});
 }
 
 TEST(SequenceNumberFile, FileThatCannotBeOpenedForWritingFails) {
-    const vesktest::LoggingHost logging;
-    logging.host().writeMappingIni("SequenceNumber=123\n");
+    const vesktest::TracedHost logging;
+    logging.files().writeMappingIni("SequenceNumber=123\n");
     int openings = 0;
     {
         const FailingCalls failing([&openings](const char* function, const std::string& path) {
@@ -144,7 +144,7 @@ TEST(SequenceNumberFile, FileThatCannotBeOpenedForWritingFails) {
         EXPECT_EQ(Helper::writeSEQNumberToFile(kMappingIniPath, "456"), 1);
     }
     EXPECT_EQ(openings, 2);
-    EXPECT_EQ(logging.host().read(kMappingIniPath), "SequenceNumber=123\n");
+    EXPECT_EQ(logging.files().read(kMappingIniPath), "SequenceNumber=123\n");
     EXPECT_EQ(logging.log().linesWithoutTrace(),
               (LogLines{"VeskNVMeLibrary_Helper::writeSEQNumberToFile(): File is open",
                         "VeskNVMeLibrary_Helper::writePropertyToFile(): The EOF position = 18"}));
@@ -164,8 +164,8 @@ TEST(SequenceNumberFile, LackOfMemoryFailsAndIsLogged) {
     if (!vesktest::kCanFailNew) {
         GTEST_SKIP() << vesktest::kWhyNewCannotFail;
     }
-    const vesktest::LoggingHost logging;
-    logging.host().writeMappingIni("SequenceNumber=123\n");
+    const vesktest::TracedHost logging;
+    logging.files().writeMappingIni("SequenceNumber=123\n");
     USHORT_INT result = 0;
     bool triggered = false;
     {
@@ -176,13 +176,13 @@ TEST(SequenceNumberFile, LackOfMemoryFailsAndIsLogged) {
     }
     ASSERT_TRUE(triggered);
     EXPECT_EQ(result, 1);
-    EXPECT_EQ(logging.host().read(kMappingIniPath), "SequenceNumber=123\n");
+    EXPECT_EQ(logging.files().read(kMappingIniPath), "SequenceNumber=123\n");
     EXPECT_TRUE(contains(logging.lines(), "std::bad_alloc"));
 }
 
 TEST(SequenceNumberFile, EachStepIsLogged) {
-    const vesktest::LoggingHost logging;
-    logging.host().writeMappingIni("[EventSequenceNumber]\nSequenceNumber=123");
+    const vesktest::TracedHost logging;
+    logging.files().writeMappingIni("[EventSequenceNumber]\nSequenceNumber=123");
     EXPECT_EQ(Helper::writeSEQNumberToFile(kMappingIniPath, "456"), 0);
     EXPECT_EQ(
         logging.lines(),
@@ -200,8 +200,8 @@ TEST(SequenceNumberFile, EachStepIsLogged) {
 }
 
 TEST(SequenceNumberFile, LinesAreTheSameWithALineEnd) {
-    const vesktest::LoggingHost logging;
-    logging.host().writeMappingIni("SequenceNumber=12\n");
+    const vesktest::TracedHost logging;
+    logging.files().writeMappingIni("SequenceNumber=12\n");
     EXPECT_EQ(Helper::writeSEQNumberToFile(kMappingIniPath, "34"), 0);
     EXPECT_TRUE(vesktest::inOrder(
         logging.lines(),

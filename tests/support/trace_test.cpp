@@ -1,5 +1,5 @@
 // The names in trace lines, and the trace lines themselves.
-#include "logging_host.h"
+#include "traced_host.h"
 #include "support/trace.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 
 namespace {
 
-using vesktest::LoggingHost;
+using vesktest::TracedHost;
 using vesktest::LogLines;
 
 class TracedThing {
@@ -66,7 +66,7 @@ TEST(MethodName, KeepsTheWholeQualification) {
 }
 
 TEST(Trace, EntryAndExitCarryTheName) {
-    const LoggingHost logging;
+    TracedHost logging;
     TracedThing::plain(1, "");
     // The namespace without a name is part of the signature, in the compiler's words.
     const LogLines lines = logging.lines();
@@ -78,7 +78,7 @@ TEST(Trace, EntryAndExitCarryTheName) {
 }
 
 TEST(Trace, LabelStandsRightBehindTheParentheses) {
-    const LoggingHost logging;
+    TracedHost logging;
     TracedThing::labelled();
     const LogLines lines = logging.lines();
     ASSERT_EQ(lines.size(), 2U);
@@ -89,7 +89,7 @@ TEST(Trace, LabelStandsRightBehindTheParentheses) {
 }
 
 TEST(Trace, ExceptionLeavesNoExitLine) {
-    const LoggingHost logging;
+    TracedHost logging;
     EXPECT_THROW(TracedThing::throwing(), std::runtime_error);
     const LogLines lines = logging.lines();
     ASSERT_EQ(lines.size(), 1U);

@@ -13,6 +13,7 @@
 namespace vesktest {
 
 constexpr std::uint64_t kListConnection = 0x1111;
+constexpr std::uint64_t kControllerConnection = 0x66;
 
 inline SignatureLiteral globalInterface() {
     return {0x01000000, "nvmeMgmt", "VMware", 1, globalCallbacks};
@@ -63,6 +64,17 @@ inline Reply controllerReply() {
 
 inline Reply strangerReply() {
     return identifyReply({0x86, 0x80});
+}
+
+// The driver lists no adapter.
+inline void expectNoAdapter(ScriptedDriver& driver) {
+    expectListing(driver, {});
+}
+
+// The driver lists one adapter, which is the controller. Its connection stays open.
+inline void expectController(ScriptedDriver& driver) {
+    expectListing(driver, {{"vmhba2", "nvmeMgmt-vmhba2"}});
+    expectIdentify(driver, "nvmeMgmt-vmhba2", kControllerConnection, controllerReply());
 }
 
 }  // namespace vesktest

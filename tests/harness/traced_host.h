@@ -23,6 +23,9 @@ public:
     // Leaves out of the lines below what was logged so far.
     void forgetLines() { m_forgotten = LogFile(m_files).lines().size(); }
 
+    // The whole log file, forgotten lines too.
+    LogFile log() const { return LogFile(m_files); }
+
     LogLines lines() const {
         LogLines all = LogFile(m_files).lines();
         all.erase(all.begin(), all.begin() + static_cast<LogLines::difference_type>(m_forgotten));
