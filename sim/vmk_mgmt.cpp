@@ -1,8 +1,10 @@
-#include "vmk_mgmt.h"
+// libvmkmgmt.so as the simulated host has it.
+#include "transport/vmk_mgmt.h"
 
 #include "mgmt_error.h"
 #include "simulated_host.h"
 
+#include <cstdarg>
 #include <cstdio>
 #include <exception>
 
@@ -21,19 +23,23 @@ int guarded(Call call) {
 
 }  // namespace
 
-int vmk_MgmtUserInit(const void* signature, std::uint64_t cookie, std::uint64_t* handle) {
+int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long* handle) {
     return guarded(
         [=](vesksim::SimulatedHost& host) { return host.open(signature, cookie, handle); });
 }
 
-int vmk_MgmtUserCallbackInvokeInt(std::uint64_t handle, std::uint64_t instanceId,
-                                  std::uint64_t callbackId, std::uint32_t parameterCount,
-                                  void* parameter0, void* parameter1) {
+int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId,
+                                  unsigned long callbackId, unsigned int parameterCount, ...) {
+    std::va_list parameters;
+    va_start(parameters, parameterCount);
+    void* const parameter0 = va_arg(parameters, void*);
+    void* const parameter1 = va_arg(parameters, void*);
+    va_end(parameters);
     return guarded([=](vesksim::SimulatedHost& host) {
         return host.invoke(handle, instanceId, callbackId, parameterCount, parameter0, parameter1);
     });
 }
 
-int vmk_MgmtUserDestroy(std::uint64_t handle) {
+int vmk_MgmtUserDestroy(unsigned long handle) {
     return guarded([=](vesksim::SimulatedHost& host) { return host.close(handle); });
 }

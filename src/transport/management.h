@@ -1,8 +1,8 @@
-// The boundary to libvmkmgmt, the hypervisor's user-space management library: its three functions
-// and the tables that say to it who calls and with what parameters.
+// The tables that say to libvmkmgmt who calls it, and with what parameters.
 #pragma once
 
 #include "VeskNvme.h"
+#include "transport/vmk_mgmt.h"
 
 #include <cstddef>
 
@@ -57,15 +57,4 @@ extern "C" {
 extern const ManagementCallback globalCallbacks[1];
 extern const ManagementCallback nvmeCallbacks[2];
 extern const ManagementSignature globalSignature;
-
-// 0 on success and a handle, any other value is a failure.
-int vmk_MgmtUserInit(const ManagementSignature* signature, ULONG_INT cookie, ULONG_INT* handle);
-
-// Runs the callback on the driver's side and returns once the parameters marked out are written.
-// 0 on success.
-int vmk_MgmtUserCallbackInvokeInt(ULONG_INT handle, ULONG_INT instanceId, ULONG_INT callbackId,
-                                  UNSIGNED_INTEGER parameterCount, VOIDPTR parameter0,
-                                  VOIDPTR parameter1);
-
-int vmk_MgmtUserDestroy(ULONG_INT handle);
 }

@@ -1,9 +1,5 @@
 /* A libvmkmgmt.so without a driver: every call fails. */
-int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long* handle);
-int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId,
-                                  unsigned long callbackId, unsigned int parameterCount,
-                                  void* parameter0, void* parameter1);
-int vmk_MgmtUserDestroy(unsigned long handle);
+#include "transport/vmk_mgmt.h"
 
 int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long* handle) {
     (void)signature;
@@ -13,14 +9,11 @@ int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long*
 }
 
 int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId,
-                                  unsigned long callbackId, unsigned int parameterCount,
-                                  void* parameter0, void* parameter1) {
+                                  unsigned long callbackId, unsigned int parameterCount, ...) {
     (void)handle;
     (void)instanceId;
     (void)callbackId;
     (void)parameterCount;
-    (void)parameter0;
-    (void)parameter1;
     return -1;
 }
 

@@ -1,11 +1,13 @@
 #include "answering_driver.h"
 
 #include "api/lib_initializer.h"
+#include "transport/vmk_mgmt.h"
 #include "transport/vmware_device_talker.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -68,23 +70,25 @@ int AnsweringDriver::answer(const std::uint8_t* record) {
 
 }  // namespace vesktest
 
-extern "C" {
-
-int vmk_MgmtUserInit(void*, std::uint64_t, std::uint64_t*) {
+int vmk_MgmtUserInit(const void*, unsigned long, unsigned long*) {
     ADD_FAILURE() << "nothing opens the driver here";
     return -1;
 }
 
-int vmk_MgmtUserCallbackInvokeInt(std::uint64_t handle, std::uint64_t, std::uint64_t callback,
-                                  std::uint32_t, void*, void* record) {
+int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long, unsigned long callback,
+                                  unsigned int count, ...) {
     if (vesktest::s_live == nullptr || handle != vesktest::kConnection || callback != 17) {
         ADD_FAILURE() << "callback " << callback << " on handle " << handle;
         return -1;
     }
-    return vesktest::s_live->answer(static_cast<const std::uint8_t*>(record));
+    std::va_list parameters;
+    va_start(parameters, count);
+    static_cast<void>(va_arg(parameters, void*));
+    const auto* const record = va_arg(parameters, const std::uint8_t*);
+    va_end(parameters);
+    return vesktest::s_live->answer(record);
 }
 
-int vmk_MgmtUserDestroy(std::uint64_t) {
+int vmk_MgmtUserDestroy(unsigned long) {
     return 0;
-}
 }

@@ -1,19 +1,13 @@
 #include "library_stand_in.h"
 
+#include "transport/vmk_mgmt.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <new>
 #include <string>
 #include <unistd.h>
-
-extern "C" {
-int vmk_MgmtUserInit(const void* signature, std::uint64_t cookie, std::uint64_t* handle);
-int vmk_MgmtUserCallbackInvokeInt(std::uint64_t handle, std::uint64_t instance,
-                                  std::uint64_t callbackId, std::uint32_t parameterCount,
-                                  void* parameter0, void* parameter1);
-int vmk_MgmtUserDestroy(std::uint64_t handle);
-}
 
 namespace harness {
 namespace {

@@ -1,24 +1,15 @@
 // Stands for the platform's libvmkmgmt.so. All results are 77, so that a call that passes the
 // script by shows.
-#include <cstdint>
+#include "transport/vmk_mgmt.h"
 
-extern "C" {
-
-int vmk_MgmtUserInit(const void*, std::uint64_t, std::uint64_t*);
-int vmk_MgmtUserCallbackInvokeInt(std::uint64_t, std::uint64_t, std::uint64_t, std::uint32_t, void*,
-                                  void*);
-int vmk_MgmtUserDestroy(std::uint64_t);
-
-int vmk_MgmtUserInit(const void*, std::uint64_t, std::uint64_t*) {
+int vmk_MgmtUserInit(const void*, unsigned long, unsigned long*) {
     return 77;
 }
 
-int vmk_MgmtUserCallbackInvokeInt(std::uint64_t, std::uint64_t, std::uint64_t, std::uint32_t, void*,
-                                  void*) {
+int vmk_MgmtUserCallbackInvokeInt(unsigned long, unsigned long, unsigned long, unsigned int, ...) {
     return 77;
 }
 
-int vmk_MgmtUserDestroy(std::uint64_t) {
+int vmk_MgmtUserDestroy(unsigned long) {
     return 77;
-}
 }

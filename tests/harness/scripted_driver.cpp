@@ -1,11 +1,14 @@
 #include "scripted_driver.h"
 
+#include "transport/vmk_mgmt.h"
+
 #include "noise.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cstdarg>
 #include <cstring>
 #include <sstream>
 #include <stdexcept>
@@ -398,32 +401,27 @@ int ScriptedDriver::runCommand(const Step& step, std::uint64_t handle, const voi
 
 }  // namespace vesktest
 
-extern "C" {
-
-int vmk_MgmtUserInit(const void* signature, std::uint64_t cookie, std::uint64_t* handle);
-int vmk_MgmtUserCallbackInvokeInt(std::uint64_t handle, std::uint64_t instance,
-                                  std::uint64_t callbackId, std::uint32_t parameterCount,
-                                  void* parameter0, void* parameter1);
-int vmk_MgmtUserDestroy(std::uint64_t handle);
-
-int vmk_MgmtUserInit(const void* signature, std::uint64_t cookie, std::uint64_t* handle) {
+int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long* handle) {
     vesktest::ScriptedDriver* const driver = vesktest::s_live.load();
     return driver == nullptr ? vesktest::refuseWithoutDriver("vmk_MgmtUserInit")
                              : driver->onOpen(signature, cookie, handle);
 }
 
-int vmk_MgmtUserCallbackInvokeInt(std::uint64_t handle, std::uint64_t instance,
-                                  std::uint64_t callbackId, std::uint32_t parameterCount,
-                                  void* parameter0, void* parameter1) {
+int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instance,
+                                  unsigned long callbackId, unsigned int parameterCount, ...) {
+    std::va_list parameters;
+    va_start(parameters, parameterCount);
+    void* const parameter0 = va_arg(parameters, void*);
+    void* const parameter1 = va_arg(parameters, void*);
+    va_end(parameters);
     vesktest::ScriptedDriver* const driver = vesktest::s_live.load();
     return driver == nullptr ? vesktest::refuseWithoutDriver("vmk_MgmtUserCallbackInvokeInt")
                              : driver->onInvoke(handle, instance, callbackId, parameterCount,
                                                 parameter0, parameter1);
 }
 
-int vmk_MgmtUserDestroy(std::uint64_t handle) {
+int vmk_MgmtUserDestroy(unsigned long handle) {
     vesktest::ScriptedDriver* const driver = vesktest::s_live.load();
     return driver == nullptr ? vesktest::refuseWithoutDriver("vmk_MgmtUserDestroy")
                              : driver->onClose(handle);
-}
 }

@@ -1,6 +1,6 @@
 #include "raw_host.h"
 
-#include "sim/vmk_mgmt.h"
+#include "transport/vmk_mgmt.h"
 
 #include <gtest/gtest.h>
 

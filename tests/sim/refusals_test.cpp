@@ -2,7 +2,7 @@
 #include "raw_host.h"
 
 #include "sim/simulated_host.h"
-#include "sim/vmk_mgmt.h"
+#include "transport/vmk_mgmt.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cstdarg>
 #include <cstring>
 #include <functional>
 #include <new>
@@ -79,28 +79,30 @@ TEST_F(ThrowingPlatform, WhatIsNoStandardExceptionPasses) {
 
 }  // namespace
 
-extern "C" {
-
-int vmk_MgmtUserInit(const ManagementSignature* signature, ULONG_INT, ULONG_INT* handle) {
-    platformHook()(signature->numCallbacks == 1 ? Call::kOpenGlobal : Call::kOpenAdapter);
+int vmk_MgmtUserInit(const void* signature, unsigned long, unsigned long* handle) {
+    const UNSIGNED_INTEGER callbacks =
+        static_cast<const ManagementSignature*>(signature)->numCallbacks;
+    platformHook()(callbacks == 1 ? Call::kOpenGlobal : Call::kOpenAdapter);
     *handle = 1;
     return 0;
 }
 
 // One adapter, whose fields are empty texts.
-int vmk_MgmtUserCallbackInvokeInt(ULONG_INT, ULONG_INT, ULONG_INT callbackId, UNSIGNED_INTEGER,
-                                  VOIDPTR parameter0, VOIDPTR parameter1) {
+int vmk_MgmtUserCallbackInvokeInt(unsigned long, unsigned long, unsigned long callbackId,
+                                  unsigned int parameterCount, ...) {
     if (callbackId != kAdapterListCallback) {
         return 1;
     }
     platformHook()(Call::kList);
+    std::va_list parameters;
+    va_start(parameters, parameterCount);
     const UNSIGNED_INTEGER count = 1;
-    std::memcpy(parameter0, &count, sizeof count);
-    std::fill_n(static_cast<char*>(parameter1), 80, '\0');
+    std::memcpy(va_arg(parameters, void*), &count, sizeof count);
+    std::memset(va_arg(parameters, void*), 0, 80);
+    va_end(parameters);
     return 0;
 }
 
-int vmk_MgmtUserDestroy(ULONG_INT) {
+int vmk_MgmtUserDestroy(unsigned long) {
     return 0;
-}
 }
