@@ -51,6 +51,7 @@ typedef USHORT_INT RESULT; /* of operations inside the library: 0 success, 1 fai
 
 #ifdef __cplusplus
 typedef std::string STDSTR;
+static_assert(sizeof(ULONG_INT) == 8 && sizeof(BOOL_TYPE) == 1, "an LP64 target is required");
 #endif
 
 /* ---- Result codes -------------------------------------------------------------------------- */
@@ -86,6 +87,13 @@ typedef struct Info_Request {
     USHORT_INT recordSize;  /*  8  out: bytes of one record if several came, else 0xFFFF */
     UCHAR_ rsvd10[6];       /* 10 */
 } Info_Request, *PInfo_Request;
+#ifdef __cplusplus
+static_assert(sizeof(Info_Request) == 16, "Info_Request");
+static_assert(offsetof(Info_Request, requestType) == 1, "requestType");
+static_assert(offsetof(Info_Request, id) == 2, "id");
+static_assert(offsetof(Info_Request, recordCount) == 6, "recordCount");
+static_assert(offsetof(Info_Request, recordSize) == 8, "recordSize");
+#endif
 
 /* Firmware package version, 8 bytes. */
 typedef struct _PackageVersion {
@@ -94,6 +102,12 @@ typedef struct _PackageVersion {
     USHORT_INT revisionNumber;
     USHORT_INT buildNumber;
 } _PackageVersion, *P_PackageVersion;
+#ifdef __cplusplus
+static_assert(sizeof(_PackageVersion) == 8, "_PackageVersion");
+static_assert(offsetof(_PackageVersion, minorVersion) == 2, "minorVersion");
+static_assert(offsetof(_PackageVersion, revisionNumber) == 4, "revisionNumber");
+static_assert(offsetof(_PackageVersion, buildNumber) == 6, "buildNumber");
+#endif
 
 /* PCI address. As a 32-bit image: function in bits 0 to 7, device in bits 8 to 15, bus in bits 16
  * to 23, zero above. */
@@ -102,6 +116,11 @@ typedef struct _BDF {
     UCHAR_ device;
     UCHAR_ bus;
 } _BDF, BDF, *PBDF;
+#ifdef __cplusplus
+static_assert(sizeof(_BDF) == 3, "_BDF");
+static_assert(offsetof(_BDF, device) == 1, "device");
+static_assert(offsetof(_BDF, bus) == 2, "bus");
+#endif
 
 /* Nobody reads or writes a field of it; its layout belongs to the host. */
 typedef struct Adapter_Config Adapter_Config, *PAdapter_Config;
@@ -112,6 +131,11 @@ typedef struct Adapter_OEM_Data {
     _PackageVersion firmwareVersion; /* 24 */
     UCHAR_ rsvd32[40];               /* 32  cleared to 0 */
 } Adapter_OEM_Data, *PAdapter_OEM_Data;
+#ifdef __cplusplus
+static_assert(sizeof(Adapter_OEM_Data) == 72, "Adapter_OEM_Data");
+static_assert(offsetof(Adapter_OEM_Data, firmwareVersion) == 24, "firmwareVersion");
+static_assert(offsetof(Adapter_OEM_Data, rsvd32) == 32, "rsvd32");
+#endif
 
 /* Request of ZT_PD_OEMData. Two bytes of it are read, none is written. */
 typedef struct PD_OEM_Data {
@@ -120,6 +144,11 @@ typedef struct PD_OEM_Data {
     UCHAR_ rsvd7[9];  /*  7 */
     UCHAR_ ledStatus; /* 16  0 stops the locate blink, any other value starts it */
 } PD_OEM_Data, *PPD_OEM_Data;
+#ifdef __cplusplus
+static_assert(sizeof(PD_OEM_Data) == 17, "PD_OEM_Data");
+static_assert(offsetof(PD_OEM_Data, pdId) == 6, "pdId");
+static_assert(offsetof(PD_OEM_Data, ledStatus) == 16, "ledStatus");
+#endif
 
 /* One physical disk, 248 bytes. Texts are NUL terminated and keep the controller's blanks. */
 typedef struct PD_Info {
@@ -141,6 +170,19 @@ typedef struct PD_Info {
     UCHAR_ hdSsdType;           /* 184  always 1 */
     UCHAR_ rsvd185[63];         /* 185 */
 } PD_Info, *PPD_Info;
+#ifdef __cplusplus
+static_assert(sizeof(PD_Info) == 248, "PD_Info");
+static_assert(offsetof(PD_Info, deviceId) == 36, "deviceId");
+static_assert(offsetof(PD_Info, sasAddress) == 48, "sasAddress");
+static_assert(offsetof(PD_Info, hdType) == 66, "hdType");
+static_assert(offsetof(PD_Info, featureSupport) == 72, "featureSupport");
+static_assert(offsetof(PD_Info, modelNumber) == 76, "modelNumber");
+static_assert(offsetof(PD_Info, serialNumber) == 116, "serialNumber");
+static_assert(offsetof(PD_Info, firmwareVersion) == 136, "firmwareVersion");
+static_assert(offsetof(PD_Info, size) == 144, "size");
+static_assert(offsetof(PD_Info, blockSize) == 164, "blockSize");
+static_assert(offsetof(PD_Info, hdSsdType) == 184, "hdSsdType");
+#endif
 
 /* Raid status of one physical disk, 8 bytes. */
 typedef struct PD_RaidStatus {
@@ -149,6 +191,10 @@ typedef struct PD_RaidStatus {
     UCHAR_ raidStatus; /* 4  the controller's status byte; bit 0: online */
     UCHAR_ rsvd5[3];   /* 5 */
 } PD_RaidStatus, *PPD_RaidStatus;
+#ifdef __cplusplus
+static_assert(sizeof(PD_RaidStatus) == 8, "PD_RaidStatus");
+static_assert(offsetof(PD_RaidStatus, raidStatus) == 4, "raidStatus");
+#endif
 
 /* Configuration of one physical disk, 8 bytes. */
 typedef struct PD_Config {
@@ -160,6 +206,11 @@ typedef struct PD_Config {
     UCHAR_ aesPercentage; /* 5  always 0 */
     USHORT_INT hdId;      /* 6 */
 } PD_Config, *PPD_Config;
+#ifdef __cplusplus
+static_assert(sizeof(PD_Config) == 8, "PD_Config");
+static_assert(offsetof(PD_Config, online) == 2, "online");
+static_assert(offsetof(PD_Config, hdId) == 6, "hdId");
+#endif
 
 /* Free space of one physical disk, 16 bytes: its whole capacity, or nothing. */
 typedef struct PD_FreeSpaceInfo {
@@ -169,6 +220,11 @@ typedef struct PD_FreeSpaceInfo {
     UCHAR_ rsvd6[2];      /* 6 */
     ULONG_INT size;       /* 8  in the unit of PD_Info.size; 0 for an online disk */
 } PD_FreeSpaceInfo, *PPD_FreeSpaceInfo;
+#ifdef __cplusplus
+static_assert(sizeof(PD_FreeSpaceInfo) == 16, "PD_FreeSpaceInfo");
+static_assert(offsetof(PD_FreeSpaceInfo, blockSize) == 4, "blockSize");
+static_assert(offsetof(PD_FreeSpaceInfo, size) == 8, "size");
+#endif
 
 /* One row of SMART_INFO_ARRAY, 80 bytes. */
 typedef struct SMART_ATTRIBUTE {
@@ -181,6 +237,13 @@ typedef struct SMART_ATTRIBUTE {
     UCHAR_ thresholdValue; /* 75  percent; 0 in row 0 */
     UCHAR_ rsvd76[4];      /* 76 */
 } SMART_ATTRIBUTE, *PSMART_ATTRIBUTE;
+#ifdef __cplusplus
+static_assert(sizeof(SMART_ATTRIBUTE) == 80, "SMART_ATTRIBUTE");
+static_assert(offsetof(SMART_ATTRIBUTE, name) == 1, "name");
+static_assert(offsetof(SMART_ATTRIBUTE, nameEnd) == 65, "nameEnd");
+static_assert(offsetof(SMART_ATTRIBUTE, currentValue) == 67, "currentValue");
+static_assert(offsetof(SMART_ATTRIBUTE, thresholdValue) == 75, "thresholdValue");
+#endif
 
 /* Health of one physical disk, 2404 bytes. Rows 0 ("Percent Drive Life Remaining") and 1
  * ("Available Spare") are used, the other 28 are zero. */
@@ -189,6 +252,10 @@ typedef struct SMART_INFO_ARRAY {
     UCHAR_ rsvd1[3];                /* 1 */
     SMART_ATTRIBUTE attributes[30]; /* 4 */
 } SMART_INFO_ARRAY, *PSMART_INFO_ARRAY;
+#ifdef __cplusplus
+static_assert(sizeof(SMART_INFO_ARRAY) == 2404, "SMART_INFO_ARRAY");
+static_assert(offsetof(SMART_INFO_ARRAY, attributes) == 4, "attributes");
+#endif
 
 /* One virtual disk, 312 bytes. */
 typedef struct VD_Info {
@@ -205,6 +272,17 @@ typedef struct VD_Info {
     UCHAR_ rsvd48[260];         /*  48 */
     UNSIGNED_INTEGER blockSize; /* 308 */
 } VD_Info, *PVD_Info;
+#ifdef __cplusplus
+static_assert(sizeof(VD_Info) == 312, "VD_Info");
+static_assert(offsetof(VD_Info, status) == 2, "status");
+static_assert(offsetof(VD_Info, stripeBlockSize) == 4, "stripeBlockSize");
+static_assert(offsetof(VD_Info, raidMode) == 6, "raidMode");
+static_assert(offsetof(VD_Info, hdCount) == 7, "hdCount");
+static_assert(offsetof(VD_Info, cacheMode) == 8, "cacheMode");
+static_assert(offsetof(VD_Info, size) == 24, "size");
+static_assert(offsetof(VD_Info, name) == 32, "name");
+static_assert(offsetof(VD_Info, blockSize) == 308, "blockSize");
+#endif
 
 /* Configuration of one virtual disk, 24 bytes. */
 typedef struct VD_Config {
@@ -217,6 +295,15 @@ typedef struct VD_Config {
     UCHAR_ rsvd7;            /*  7 */
     char name[16];           /*  8  NUL terminated, at most 15 characters */
 } VD_Config, *PVD_Config;
+#ifdef __cplusplus
+static_assert(sizeof(VD_Config) == 24, "VD_Config");
+static_assert(offsetof(VD_Config, hypperWaterMark) == 1, "hypperWaterMark");
+static_assert(offsetof(VD_Config, autoRebuildOn) == 2, "autoRebuildOn");
+static_assert(offsetof(VD_Config, status) == 3, "status");
+static_assert(offsetof(VD_Config, ldId) == 4, "ldId");
+static_assert(offsetof(VD_Config, hyperRebuildMode) == 6, "hyperRebuildMode");
+static_assert(offsetof(VD_Config, name) == 8, "name");
+#endif
 
 /* Offsets inside the 304 bytes of CController, for hosts that read the record without its class.
  * Bytes not named here are reserved. */
@@ -334,6 +421,32 @@ private:
     [[maybe_unused]] UCHAR_ m_rsvd276[28];
 };
 
+/* Sees the private members of CController in order to pin them; holds nothing. */
+struct CControllerLayout {
+    static_assert(sizeof(CController) == 304 && alignof(CController) == 4, "CController");
+    static_assert(offsetof(CController, m_firmwareVersion) == CCONTROLLER_FIRMWARE_VERSION,
+                  "m_firmwareVersion");
+    static_assert(offsetof(CController, m_SystemIOBusNumber) == CCONTROLLER_SYSTEM_IO_BUS_NUMBER,
+                  "m_SystemIOBusNumber");
+    static_assert(offsetof(CController, m_slotNo) == CCONTROLLER_SLOT_NUMBER, "m_slotNo");
+    static_assert(offsetof(CController, m_vendorId) == CCONTROLLER_VENDOR_ID, "m_vendorId");
+    static_assert(offsetof(CController, m_subVendorId) == CCONTROLLER_SUB_VENDOR_ID,
+                  "m_subVendorId");
+    static_assert(offsetof(CController, m_deviceId) == CCONTROLLER_DEVICE_ID, "m_deviceId");
+    static_assert(offsetof(CController, m_subDeviceId) == CCONTROLLER_SUB_DEVICE_ID,
+                  "m_subDeviceId");
+    static_assert(offsetof(CController, m_portCount) == CCONTROLLER_PORT_COUNT, "m_portCount");
+    static_assert(offsetof(CController, m_pdCount) == CCONTROLLER_PHYSICAL_DISK_COUNT, "m_pdCount");
+    static_assert(offsetof(CController, m_vdCount) == CCONTROLLER_VIRTUAL_DISK_COUNT, "m_vdCount");
+    static_assert(offsetof(CController, m_maxBufSize) == CCONTROLLER_MAX_BUFFER_SIZE,
+                  "m_maxBufSize");
+    static_assert(offsetof(CController, m_maxSpeed) == CCONTROLLER_MAX_LINK_SPEED, "m_maxSpeed");
+    static_assert(offsetof(CController, m_linkSpeed) == CCONTROLLER_LINK_SPEED, "m_linkSpeed");
+    static_assert(offsetof(CController, m_maxLinkWidth) == CCONTROLLER_MAX_LINK_WIDTH,
+                  "m_maxLinkWidth");
+    static_assert(offsetof(CController, m_linkWidth) == CCONTROLLER_LINK_WIDTH, "m_linkWidth");
+};
+
 /* One event, 64 bytes, moved as raw bytes. A host may call the getters on a record that
  * ZT_EVT_GetEvent filled. */
 class CEvent {
@@ -364,6 +477,18 @@ private:
     [[maybe_unused]] char m_description[30];
 };
 
+/* As for CController. */
+struct CEventLayout {
+    static_assert(sizeof(CEvent) == 64 && alignof(CEvent) == 4, "CEvent");
+    static_assert(offsetof(CEvent, m_eventClass) == CEVENT_CLASS, "m_eventClass");
+    static_assert(offsetof(CEvent, m_eventCode) == CEVENT_CODE, "m_eventCode");
+    static_assert(offsetof(CEvent, m_timeStamp) == CEVENT_TIME_STAMP, "m_timeStamp");
+    static_assert(offsetof(CEvent, m_deviceId) == CEVENT_DEVICE_ID, "m_deviceId");
+    static_assert(offsetof(CEvent, m_severity) == CEVENT_SEVERITY, "m_severity");
+    static_assert(offsetof(CEvent, m_sequenceNo) == CEVENT_SEQUENCE_NO, "m_sequenceNo");
+    static_assert(offsetof(CEvent, m_description) == CEVENT_DESCRIPTION, "m_description");
+};
+
 #else /* C: plain byte records of the same size and alignment, read by the offsets above */
 
 typedef struct CController {
@@ -379,107 +504,6 @@ typedef struct CEvent {
 typedef CController* PCController;
 typedef CEvent* PCEvent;
 
-/* ---- Layout -------------------------------------------------------------------------------- */
-
-#ifdef __cplusplus
-
-static_assert(sizeof(ULONG_INT) == 8 && sizeof(BOOL_TYPE) == 1, "an LP64 target is required");
-static_assert(sizeof(Info_Request) == 16, "layout");
-static_assert(offsetof(Info_Request, requestType) == 1, "layout");
-static_assert(offsetof(Info_Request, id) == 2, "layout");
-static_assert(offsetof(Info_Request, recordCount) == 6, "layout");
-static_assert(offsetof(Info_Request, recordSize) == 8, "layout");
-static_assert(sizeof(_PackageVersion) == 8, "layout");
-static_assert(offsetof(_PackageVersion, minorVersion) == 2, "layout");
-static_assert(offsetof(_PackageVersion, revisionNumber) == 4, "layout");
-static_assert(offsetof(_PackageVersion, buildNumber) == 6, "layout");
-static_assert(sizeof(_BDF) == 3, "layout");
-static_assert(offsetof(_BDF, device) == 1 && offsetof(_BDF, bus) == 2, "layout");
-static_assert(sizeof(Adapter_OEM_Data) == 72, "layout");
-static_assert(offsetof(Adapter_OEM_Data, firmwareVersion) == 24, "layout");
-static_assert(offsetof(Adapter_OEM_Data, rsvd32) == 32, "layout");
-static_assert(sizeof(PD_OEM_Data) == 17, "layout");
-static_assert(offsetof(PD_OEM_Data, pdId) == 6, "layout");
-static_assert(offsetof(PD_OEM_Data, ledStatus) == 16, "layout");
-static_assert(sizeof(PD_Info) == 248, "layout");
-static_assert(offsetof(PD_Info, deviceId) == 36, "layout");
-static_assert(offsetof(PD_Info, sasAddress) == 48, "layout");
-static_assert(offsetof(PD_Info, hdType) == 66, "layout");
-static_assert(offsetof(PD_Info, featureSupport) == 72, "layout");
-static_assert(offsetof(PD_Info, modelNumber) == 76, "layout");
-static_assert(offsetof(PD_Info, serialNumber) == 116, "layout");
-static_assert(offsetof(PD_Info, firmwareVersion) == 136, "layout");
-static_assert(offsetof(PD_Info, size) == 144, "layout");
-static_assert(offsetof(PD_Info, blockSize) == 164, "layout");
-static_assert(offsetof(PD_Info, hdSsdType) == 184, "layout");
-static_assert(sizeof(PD_RaidStatus) == 8, "layout");
-static_assert(offsetof(PD_RaidStatus, raidStatus) == 4, "layout");
-static_assert(sizeof(PD_Config) == 8, "layout");
-static_assert(offsetof(PD_Config, online) == 2, "layout");
-static_assert(offsetof(PD_Config, hdId) == 6, "layout");
-static_assert(sizeof(PD_FreeSpaceInfo) == 16, "layout");
-static_assert(offsetof(PD_FreeSpaceInfo, blockSize) == 4, "layout");
-static_assert(offsetof(PD_FreeSpaceInfo, size) == 8, "layout");
-static_assert(sizeof(SMART_ATTRIBUTE) == 80, "layout");
-static_assert(offsetof(SMART_ATTRIBUTE, name) == 1, "layout");
-static_assert(offsetof(SMART_ATTRIBUTE, nameEnd) == 65, "layout");
-static_assert(offsetof(SMART_ATTRIBUTE, currentValue) == 67, "layout");
-static_assert(offsetof(SMART_ATTRIBUTE, thresholdValue) == 75, "layout");
-static_assert(sizeof(SMART_INFO_ARRAY) == 2404, "layout");
-static_assert(offsetof(SMART_INFO_ARRAY, attributes) == 4, "layout");
-static_assert(sizeof(VD_Info) == 312, "layout");
-static_assert(offsetof(VD_Info, status) == 2, "layout");
-static_assert(offsetof(VD_Info, stripeBlockSize) == 4, "layout");
-static_assert(offsetof(VD_Info, raidMode) == 6, "layout");
-static_assert(offsetof(VD_Info, hdCount) == 7, "layout");
-static_assert(offsetof(VD_Info, cacheMode) == 8, "layout");
-static_assert(offsetof(VD_Info, size) == 24, "layout");
-static_assert(offsetof(VD_Info, name) == 32, "layout");
-static_assert(offsetof(VD_Info, blockSize) == 308, "layout");
-static_assert(sizeof(VD_Config) == 24, "layout");
-static_assert(offsetof(VD_Config, hypperWaterMark) == 1, "layout");
-static_assert(offsetof(VD_Config, autoRebuildOn) == 2, "layout");
-static_assert(offsetof(VD_Config, status) == 3, "layout");
-static_assert(offsetof(VD_Config, ldId) == 4, "layout");
-static_assert(offsetof(VD_Config, hyperRebuildMode) == 6, "layout");
-static_assert(offsetof(VD_Config, name) == 8, "layout");
-
-/* Sees the private members of CController in order to pin them; holds nothing. */
-struct CControllerLayout {
-    static_assert(sizeof(CController) == 304 && alignof(CController) == 4, "layout");
-    static_assert(offsetof(CController, m_firmwareVersion) == CCONTROLLER_FIRMWARE_VERSION,
-                  "layout");
-    static_assert(offsetof(CController, m_SystemIOBusNumber) == CCONTROLLER_SYSTEM_IO_BUS_NUMBER,
-                  "layout");
-    static_assert(offsetof(CController, m_slotNo) == CCONTROLLER_SLOT_NUMBER, "layout");
-    static_assert(offsetof(CController, m_vendorId) == CCONTROLLER_VENDOR_ID, "layout");
-    static_assert(offsetof(CController, m_subVendorId) == CCONTROLLER_SUB_VENDOR_ID, "layout");
-    static_assert(offsetof(CController, m_deviceId) == CCONTROLLER_DEVICE_ID, "layout");
-    static_assert(offsetof(CController, m_subDeviceId) == CCONTROLLER_SUB_DEVICE_ID, "layout");
-    static_assert(offsetof(CController, m_portCount) == CCONTROLLER_PORT_COUNT, "layout");
-    static_assert(offsetof(CController, m_pdCount) == CCONTROLLER_PHYSICAL_DISK_COUNT, "layout");
-    static_assert(offsetof(CController, m_vdCount) == CCONTROLLER_VIRTUAL_DISK_COUNT, "layout");
-    static_assert(offsetof(CController, m_maxBufSize) == CCONTROLLER_MAX_BUFFER_SIZE, "layout");
-    static_assert(offsetof(CController, m_maxSpeed) == CCONTROLLER_MAX_LINK_SPEED, "layout");
-    static_assert(offsetof(CController, m_linkSpeed) == CCONTROLLER_LINK_SPEED, "layout");
-    static_assert(offsetof(CController, m_maxLinkWidth) == CCONTROLLER_MAX_LINK_WIDTH, "layout");
-    static_assert(offsetof(CController, m_linkWidth) == CCONTROLLER_LINK_WIDTH, "layout");
-};
-
-/* The same for CEvent. */
-struct CEventLayout {
-    static_assert(sizeof(CEvent) == 64 && alignof(CEvent) == 4, "layout");
-    static_assert(offsetof(CEvent, m_eventClass) == CEVENT_CLASS, "layout");
-    static_assert(offsetof(CEvent, m_eventCode) == CEVENT_CODE, "layout");
-    static_assert(offsetof(CEvent, m_timeStamp) == CEVENT_TIME_STAMP, "layout");
-    static_assert(offsetof(CEvent, m_deviceId) == CEVENT_DEVICE_ID, "layout");
-    static_assert(offsetof(CEvent, m_severity) == CEVENT_SEVERITY, "layout");
-    static_assert(offsetof(CEvent, m_sequenceNo) == CEVENT_SEQUENCE_NO, "layout");
-    static_assert(offsetof(CEvent, m_description) == CEVENT_DESCRIPTION, "layout");
-};
-
-#endif
-
 /* ---- Functions ----------------------------------------------------------------------------- */
 
 #ifdef __cplusplus
@@ -490,8 +514,8 @@ extern "C" {
  * the controller and starts event collection if there is one. Works once per process, and only as
  * the first set-up: after any other it returns ERR_NONE and does nothing, also behind a tear-down.
  * A missing controller is no failure; ask ZT_Adapter_GetCount. Throws std::out_of_range for a
- * configuration line "Debug" with nothing behind it, std::system_error if no thread can be started.
- */
+ * configuration line "Debug" with nothing behind it, std::system_error if no thread can be started,
+ * std::bad_alloc without memory. */
 UCHAR_ ZT_API_Initialize(VOID_);
 
 /* Tears the library down at its second call; other calls only count. The second call waits for the
@@ -502,7 +526,7 @@ VOID_ ZT_API_Finalize(VOID_);
 /* Sets the library up without reading the configuration: unless ZT_API_Initialize ran before, there
  * is no trace log, and the two INI files are looked for in the working directory. Every call is a
  * full start; a second start without a tear-down in between ends the process when a controller is
- * present. Throws std::system_error if no thread can be started. */
+ * present. Throws std::system_error if no thread can be started, std::bad_alloc without memory. */
 VOID_ ZNV_Library_Initialize(VOID_);
 
 /* Tears the library down at once. Waits as ZT_API_Finalize does. Throws std::system_error where
@@ -562,9 +586,9 @@ UCHAR_ ZT_LD_GetConfig(UCHAR_ adapterId, PInfo_Request pLdConfigReq);
  * pCount) and 64 bytes for each at pEvent, which must have room for 64 of them (4096 bytes). Moves
  * the mark of what was delivered in libVeskNVMeAlertMapping.ini. Events without an external code in
  * that file are not delivered. What does not fit comes with the polls that follow; before the next
- * poll there is nothing more. ERR_FAIL may say that the mark could not be stored, and that the same
- * events will come again. The second argument is not used. Throws std::out_of_range for a line of
- * that file which ends with its key, std::bad_alloc without memory. */
+ * poll there is nothing more. ERR_FAIL may say that the mark could not be stored or the file not be
+ * made sense of, and that the same events will come again; or that there was no memory for one of
+ * the events, which is passed over. The second argument is not used. */
 UCHAR_ ZT_EVT_GetEvent(UCHAR_ adapterId, UCHAR_ unused, UCHAR_* pCount, CEvent* pEvent);
 
 #ifdef __cplusplus

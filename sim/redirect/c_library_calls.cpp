@@ -18,6 +18,7 @@ extern decltype(remove) __interceptor_remove __attribute__((weak));
 extern decltype(rename) __interceptor_rename __attribute__((weak));
 extern decltype(symlink) __interceptor_symlink __attribute__((weak));
 extern decltype(popen) __interceptor_popen __attribute__((weak));
+extern decltype(read) __interceptor_read __attribute__((weak));
 extern decltype(write) __interceptor_write __attribute__((weak));
 extern decltype(writev) __interceptor_writev __attribute__((weak));
 extern decltype(sleep) __interceptor_sleep __attribute__((weak));
@@ -117,6 +118,14 @@ FILE* popen(const char* command, const char* mode) {
         }
     }
     return real(command, mode);
+}
+
+ssize_t read(int descriptor, void* data, size_t size) {
+    static auto* const real = realFunction(&__interceptor_read, "read");
+    if (fails("read", descriptor)) {
+        return -1;
+    }
+    return real(descriptor, data, size);
 }
 
 ssize_t write(int descriptor, const void* data, size_t size) {

@@ -1,7 +1,7 @@
 #include "api/builder_type_factory.h"
 
-#include "api/command_ids.h"
 #include "api/error_state.h"
+#include "api/zt_command.h"
 #include "controller/controller_builder.h"
 #include "disks/physical_disk_builder.h"
 #include "disks/virtual_disk_builder.h"
@@ -43,7 +43,7 @@ IBuilder* BuilderTypeFactory::getBuilder(USHORT_INT commandId) {
     try {
         builder = newBuilder(commandId);
     } catch (const std::bad_alloc& error) {
-        recordFailure(error.what(), ERR_FAIL);
+        stg::recordFailure(ERR_FAIL, error.what());
     }
     LOG_EXIT;
     return builder;

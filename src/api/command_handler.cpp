@@ -8,15 +8,17 @@
 #include "support/singleton.h"
 #include "support/trace.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <vector>
 
 namespace {
 
-const char* const kPrefix = "libVeskNvme: CommandHandler::navigator(): ";
+constexpr const char* kPrefix = "libVeskNvme: CommandHandler::navigator(): ";
 
 template <typename... Pieces>
 void logCommand(const Pieces&... pieces) {
@@ -178,27 +180,25 @@ constexpr DiskCommand kDiskCommands[] = {
 };
 
 void runDiskCommand(const ZTCommand& command) {
-    for (const DiskCommand& row : kDiskCommands) {
-        if (row.id != command.commandId) {
-            continue;
-        }
-        logCommand(row.openingLine);
-        if (command.commandId == PD_GetHDInfo_Ext) {
-            // ODDITY: the wording is that of the neighbouring command, and the id one raw
-            // character: id 0 is a NUL that cuts the line. Pinned by
-            // CommandHandler.DiskInfoLogsTheAdapterIdRaw.
-            if (stg::lout.isActive()) {
-                logCommand("ZT_Adapter_GetInfo : AdapterID = ", stg::RawByte{byteAt(command.arg1)});
-            }
-        }
-        const std::unique_ptr<IBuilder> builder = builderFor(command);
-        if (builder != nullptr) {
-            builder->setSpecificParams(static_cast<UCHAR_>(row.id), command.arg2);
-            builder->buidInfo(static_cast<int>(row.id));
-            builder->getSpecificObject(row.id, command.arg2);
-        }
-        logCommand(row.closingLine);
+    const auto* const row = std::find_if(
+        std::begin(kDiskCommands), std::end(kDiskCommands),
+        [&command](const DiskCommand& known) { return known.id == command.commandId; });
+    if (row == std::end(kDiskCommands)) {
+        return;
     }
+    logCommand(row->openingLine);
+    if (row->id == PD_GetHDInfo_Ext && stg::lout.isActive()) {
+        // ODDITY: the wording is that of the neighbouring command, and the id one raw character: id
+        // 0 is a NUL that cuts the line. Pinned by CommandHandler.DiskInfoLogsTheAdapterIdRaw.
+        logCommand("ZT_Adapter_GetInfo : AdapterID = ", stg::RawByte{byteAt(command.arg1)});
+    }
+    const std::unique_ptr<IBuilder> builder = builderFor(command);
+    if (builder != nullptr) {
+        builder->setSpecificParams(static_cast<UCHAR_>(row->id), command.arg2);
+        builder->buidInfo(static_cast<int>(row->id));
+        builder->getSpecificObject(row->id, command.arg2);
+    }
+    logCommand(row->closingLine);
 }
 
 }  // namespace
@@ -210,7 +210,7 @@ USHORT_INT CommandHandler::m_libraryFinalized = 0;
 
 CommandHandler* CommandHandler::getUniqueInstance() {
     LOG_ENTRY;
-    CommandHandler* const handler = createOnce<std::bad_alloc>(
+    CommandHandler* const handler = stg::createOnce<std::bad_alloc>(
         m_pCommandHandlerInstance, "CommandHandler::getUniqueInstance(): ");
     LOG_EXIT;
     return handler;
@@ -218,13 +218,8 @@ CommandHandler* CommandHandler::getUniqueInstance() {
 
 VOID_ CommandHandler::destroyMe() {
     LOG_ENTRY_LABEL("libVeskNvme:CCommandHandler::destroyMe()");
-    destroyOnce(m_pCommandHandlerInstance);
+    stg::destroyOnce(m_pCommandHandlerInstance);
     LOG_EXIT_LABEL("libVeskNvme:CCommandHandler::destroyMe()");
-}
-
-void CommandHandler::dispatch(const ZTCommand& command) {
-    getUniqueInstance();
-    navigator(command);
 }
 
 RESULT CommandHandler::navigator(ZTCommand command) {
@@ -268,3 +263,19 @@ RESULT CommandHandler::navigator(ZTCommand command) {
     LOG_EXIT;
     return 0;
 }
+
+namespace stg {
+
+void dispatch(CommandId id, VOIDPTR arg1, VOIDPTR arg2, VOIDPTR arg3, VOIDPTR arg4) {
+    ZTCommand command = {};
+    command.commandId = id;
+    command.arg1 = arg1;
+    command.arg2 = arg2;
+    command.arg3 = arg3;
+    command.arg4 = arg4;
+    // The instance is made for those who ask for it; the command runs without one too.
+    CommandHandler::getUniqueInstance();
+    CommandHandler::navigator(command);
+}
+
+}  // namespace stg

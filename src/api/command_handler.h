@@ -16,11 +16,16 @@ public:
     // Static, so that a command runs also where there was no memory for the instance: it uses none.
     static RESULT navigator(ZTCommand command);
 
-    // What every sender does: makes sure of the instance, then runs the command.
-    static void dispatch(const ZTCommand& command);
-
     static CommandHandler* m_pCommandHandlerInstance;
     static UCHAR_ m_ControllerCount;       // 0, or 1 once a controller was found; never cleared
     static UCHAR_ m_libraryInitialized;    // 1 once a set-up ran; never cleared
     static USHORT_INT m_libraryFinalized;  // calls of ZT_API_Finalize; never cleared
 };
+
+namespace stg {
+
+// How every sender runs a command: fills a zeroed record and hands it to the dispatcher.
+void dispatch(CommandId id, VOIDPTR arg1 = nullptr, VOIDPTR arg2 = nullptr, VOIDPTR arg3 = nullptr,
+              VOIDPTR arg4 = nullptr);
+
+}  // namespace stg

@@ -46,7 +46,11 @@ INTEGER VeskNVMeLibrary_Error::getErrorCode() {
     return m_errorCode;
 }
 
-void recordFailure(const char* text, INTEGER code) {
-    stg::logLine(text);
+namespace stg {
+
+void recordFailure(INTEGER code, const char* text, const char* detail) {
+    logLine(text, detail);
     VeskNVMeLibrary_Error::setErrorCode(code);
 }
+
+}  // namespace stg

@@ -14,5 +14,10 @@ private:
     static INTEGER m_errorCode;
 };
 
-// What a handler does with a failure that the caller shall see: logs the text, then sets the code.
-void recordFailure(const char* text, INTEGER code);
+namespace stg {
+
+// A failure that the caller of the library shall see: logs the text, and what stands behind it on
+// the same line, then sets the code.
+void recordFailure(INTEGER code, const char* text, const char* detail = "");
+
+}  // namespace stg

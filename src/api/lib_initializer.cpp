@@ -1,7 +1,7 @@
 #include "api/lib_initializer.h"
 
 #include "support/log_line.h"
-#include "transport/live_talker.h"
+#include "transport/i_device_talker.h"
 #include "transport/vmware_device_talker.h"
 
 CLibInitializer::CLibInitializer() = default;
@@ -19,7 +19,7 @@ VOID_ CLibInitializer::createOSdeviceTalkerInstance() {
 
 BOOL_TYPE CLibInitializer::checkControllerExistence() {
     stg::logLine("libVeskNvme: CLibInitializer::checkControllerExistence()");
-    IZNVDeviceTalker* const talker = liveDeviceTalker();
+    IZNVDeviceTalker* const talker = stg::liveDeviceTalker();
     return talker != nullptr && talker->checkControllerExistence();
 }
 
@@ -27,16 +27,16 @@ UCHAR_ CLibInitializer::getControllerCount() {
     // ODDITY: "Count" for a function named getControllerCount; kept for the readers of the log.
     // Pinned by LibInitializer.EachOperationLogsItsLine.
     stg::logLine("libVeskNvme: CLibInitializer::checkControllerCount()");
-    IZNVDeviceTalker* const talker = liveDeviceTalker();
+    IZNVDeviceTalker* const talker = stg::liveDeviceTalker();
     return talker != nullptr ? talker->getControllerCount() : static_cast<UCHAR_>(0);
 }
 
 VOID_ CLibInitializer::deleteOSdeviceTalkerInstance() {
     stg::logLine("libVeskNvme: CLibInitializer::deleteOSdeviceTalkerInstance()");
-    IZNVDeviceTalker* const talker = liveDeviceTalker();
+    IZNVDeviceTalker* const talker = stg::liveDeviceTalker();
     if (talker != nullptr) {
         // ODDITY: the pair keeps its pointer to the talker that goes here; commands are stopped by
-        // liveDeviceTalker(). Pinned by LibInitializer.PairKeepsItsPointerAfterDeletion.
+        // stg::liveDeviceTalker(). Pinned by LibInitializer.PairKeepsItsPointerAfterDeletion.
         talker->destroyOSdeviceTalker();
     }
 }

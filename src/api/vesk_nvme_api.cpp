@@ -4,24 +4,13 @@
 
 #include "api/command_handler.h"
 #include "api/error_state.h"
-#include "support/library_helper.h"
+#include "support/ini_files.h"
 #include "support/log_line.h"
 #include "support/trace.h"
 
 #include <cstring>
 
 namespace {
-
-void dispatch(CommandId id, VOIDPTR arg1 = nullptr, VOIDPTR arg2 = nullptr, VOIDPTR arg3 = nullptr,
-              VOIDPTR arg4 = nullptr) {
-    ZTCommand command = {};
-    command.commandId = id;
-    command.arg1 = arg1;
-    command.arg2 = arg2;
-    command.arg3 = arg3;
-    command.arg4 = arg4;
-    CommandHandler::dispatch(command);
-}
 
 // The start of a request: a null record is refused, for any other the error state of earlier calls
 // ends here.
@@ -42,7 +31,7 @@ UCHAR_ errorState() {
 // A disk call: the command carries the adapter id and the request.
 void requestDisks(CommandId id, UCHAR_ adapterId, PInfo_Request request, const char* complaint) {
     if (accepts(request, complaint)) {
-        dispatch(id, &adapterId, request);
+        stg::dispatch(id, &adapterId, request);
     }
 }
 
@@ -87,7 +76,7 @@ UCHAR_ ZT_API_Initialize() {
         // Ahead of the ENTRY line, which then stands in the log that the configuration asks for.
         VeskNVMeLibrary_Helper::setDebugLevel(2);
         LOG_ENTRY;
-        dispatch(API_INITIALIZE);
+        stg::dispatch(API_INITIALIZE);
         LOG_EXIT;
     }
     return errorState();
@@ -99,7 +88,7 @@ VOID_ ZT_API_Finalize() {
     // ODDITY: only the second call tears down: the first one leaves the library to its other user.
     // Pinned by LibraryStop.OnlyTheSecondFinalizeTearsDown.
     if (CommandHandler::m_libraryFinalized == 2) {
-        dispatch(API_FINALIZE);
+        stg::dispatch(API_FINALIZE);
         CommandHandler::destroyMe();
     }
     LOG_EXIT;
@@ -107,13 +96,13 @@ VOID_ ZT_API_Finalize() {
 
 VOID_ ZNV_Library_Initialize() {
     LOG_ENTRY;
-    dispatch(API_INITIALIZE);
+    stg::dispatch(API_INITIALIZE);
     LOG_EXIT;
 }
 
 VOID_ ZNV_Library_Finalize() {
     LOG_ENTRY;
-    dispatch(API_FINALIZE);
+    stg::dispatch(API_FINALIZE);
     CommandHandler::destroyMe();
     LOG_EXIT;
 }
@@ -122,7 +111,7 @@ UCHAR_ ZT_Adapter_GetCount() {
     LOG_ENTRY;
     VeskNVMeLibrary_Error::setErrorCode(ERR_NONE);
     UCHAR_ count = 0xFF;
-    dispatch(ADAPTER_GET_COUNT, &count);
+    stg::dispatch(ADAPTER_GET_COUNT, &count);
     LOG_EXIT;
     return count;
 }
@@ -131,7 +120,7 @@ UCHAR_ ZT_Adapter_GetInfo(UCHAR_ adapterId, UCHAR_* pCount, CController* pAdapte
     LOG_ENTRY;
     if (accepts(pAdapterInfo,
                 "libVeskNvme: VeskNVMeLibrary::ZT_Adapter_GetInfo: pAdapterInfo is NULL ")) {
-        dispatch(ADAPTER_GET_INFO, &adapterId, pCount, pAdapterInfo);
+        stg::dispatch(ADAPTER_GET_INFO, &adapterId, pCount, pAdapterInfo);
         logController(*pCount, *pAdapterInfo);
     }
     LOG_EXIT;
@@ -151,7 +140,7 @@ UCHAR_ ZT_Adapter_Get_OEM_Data(UCHAR_ adapterId, PAdapter_OEM_Data p_data) {
     if (accepts(p_data, "libVeskNvme: VeskNVMeLibrary::ZT_Adapter_Get_OEM_Data p_data is NULL")) {
         p_data->firmwareVersion = {0, 0, 0, 0};
         std::memset(p_data->rsvd32, 0, sizeof(p_data->rsvd32));
-        dispatch(ADAPTER_GET_OEM_DATA, &adapterId, p_data);
+        stg::dispatch(ADAPTER_GET_OEM_DATA, &adapterId, p_data);
     }
     LOG_EXIT;
     return errorState();
@@ -194,7 +183,7 @@ UCHAR_ ZT_PD_GET_SMART_INFO(UCHAR_ adapterId, UCHAR_ pdId, UCHAR_ unused,
     LOG_ENTRY;
     if (accepts(pHdSmartReq,
                 "libVeskNvme: VeskNVMeLibrary::ZT_PD_GET_SMART_INFO pHdSmartReq is NULL")) {
-        dispatch(PD_GET_SMART_INFO, &adapterId, &pdId, &unused, pHdSmartReq);
+        stg::dispatch(PD_GET_SMART_INFO, &adapterId, &pdId, &unused, pHdSmartReq);
         logHealth(*pHdSmartReq);
     }
     LOG_EXIT;
@@ -205,7 +194,7 @@ UCHAR_ ZT_PD_OEMData(UCHAR_ /*adapterId*/, PPD_OEM_Data p_pdOEMCommand) {
     LOG_ENTRY;
     if (accepts(p_pdOEMCommand,
                 "libVeskNvme: VeskNVMeLibrary::ZT_PD_OEMData p_pdOEMCommand is NULL")) {
-        dispatch(Identify_PD, p_pdOEMCommand);
+        stg::dispatch(Identify_PD, p_pdOEMCommand);
     }
     LOG_EXIT;
     return errorState();
@@ -230,7 +219,7 @@ UCHAR_ ZT_LD_GetConfig(UCHAR_ adapterId, PInfo_Request pLdConfigReq) {
 UCHAR_ ZT_EVT_GetEvent(UCHAR_ adapterId, UCHAR_ unused, UCHAR_* pCount, CEvent* pEvent) {
     LOG_ENTRY;
     if (accepts(pEvent, "libVeskNvme: VeskNVMeLibrary::ZT_EVT_GetEvent pEvent is NULL")) {
-        dispatch(EVT_GETEVENT, &adapterId, &unused, pCount, pEvent);
+        stg::dispatch(EVT_GETEVENT, &adapterId, &unused, pCount, pEvent);
         const USHORT_INT count = *pCount;
         stg::logLine("VeskNVMeLibrary::ZT_EVT_GetEvent: Number of events returned = ", count);
         for (USHORT_INT index = 0; index < count; ++index) {

@@ -24,12 +24,12 @@ struct _AdapaterData {
     UCHAR_ rsvd167;                   // 167
     _PackageVersion firmwareVersion;  // 168
 };
-static_assert(sizeof(_AdapaterData) == 176, "layout");
-static_assert(offsetof(_AdapaterData, vendorId) == 24, "layout");
-static_assert(offsetof(_AdapaterData, subDeviceId) == 30, "layout");
-static_assert(offsetof(_AdapaterData, portCount) == 33, "layout");
-static_assert(offsetof(_AdapaterData, vdCount) == 35, "layout");
-static_assert(offsetof(_AdapaterData, pdCount) == 36, "layout");
-static_assert(offsetof(_AdapaterData, maxBufSize) == 48, "layout");
-static_assert(offsetof(_AdapaterData, bdf) == 164, "layout");
-static_assert(offsetof(_AdapaterData, firmwareVersion) == 168, "layout");
+static_assert(sizeof(_AdapaterData) == 176, "_AdapaterData");
+static_assert(offsetof(_AdapaterData, vendorId) == 24, "vendorId");
+static_assert(offsetof(_AdapaterData, subDeviceId) == 30, "subDeviceId");
+static_assert(offsetof(_AdapaterData, portCount) == 33, "portCount");
+static_assert(offsetof(_AdapaterData, vdCount) == 35, "vdCount");
+static_assert(offsetof(_AdapaterData, pdCount) == 36, "pdCount");
+static_assert(offsetof(_AdapaterData, maxBufSize) == 48, "maxBufSize");
+static_assert(offsetof(_AdapaterData, bdf) == 164, "bdf");
+static_assert(offsetof(_AdapaterData, firmwareVersion) == 168, "firmwareVersion");

@@ -1,8 +1,8 @@
 #include "controller/controller_builder.h"
 
-#include "api/command_ids.h"
-#include "controller/adapter_command_builders.h"
+#include "api/zt_command.h"
 #include "controller/adapter_data.h"
+#include "controller/adapter_info_builder.h"
 #include "support/log_line.h"
 #include "support/trace.h"
 #include "transport/pcie_link_info.h"
@@ -28,8 +28,7 @@ void readInto(CController& controller, CCommandDword* (Builder::*command)()) {
             throw "Null Pointer Exception";
         }
         if (dwords->getcdw_6_7() != nullptr) {
-            auto record = readRecord<Record>(dwords->getcdw_6_7());
-            controller.setAttributes(&record);
+            controller.setAttributes(static_cast<Record*>(dwords->getcdw_6_7()));
         }
     } catch (const char* text) {
         stg::logLine(text);

@@ -3,12 +3,6 @@
 #include "support/log_line.h"
 #include "support/trace.h"
 
-namespace {
-
-constexpr UNSIGNED_INTEGER kStartBlink = 0x00020000;
-
-}  // namespace
-
 CLocatePDBuilder::CLocatePDBuilder() : m_pdId(0), m_ledStatus(0) {
     LOG_ENTRY;
     LOG_EXIT;
@@ -34,18 +28,17 @@ RESULT CLocatePDBuilder::buildCommand() {
     LOG_ENTRY;
     if (m_pCommand) {
         m_pCommand->setcdw0(0xE2);
-        m_pReply = attachReply(*m_pCommand, 0x1000);
+        m_pReply = stg::attachReply(*m_pCommand, 0x1000);
     }
     if (m_pReply) {
-        m_pCommand->setcdw12(0x000007E1);
-        UNSIGNED_INTEGER target = m_pdId;
+        m_pCommand->setcdw12(0x7E1);
         if (m_ledStatus != 0) {
-            target |= kStartBlink;
             stg::logLine("Blink initiated for PD ", getPDId());
+            m_pCommand->setcdw14(0x20000 | m_pdId);
         } else {
             stg::logLine("Blink ceased for PD ", getPDId());
+            m_pCommand->setcdw14(m_pdId);
         }
-        m_pCommand->setcdw14(target);
     }
     LOG_EXIT;
     return m_pReply ? 0 : 1;
@@ -54,7 +47,7 @@ RESULT CLocatePDBuilder::buildCommand() {
 VOID_ CLocatePDBuilder::execute() {
     LOG_ENTRY;
     ICommandBuilder::execute();
-    sendCommand(*this, m_pCommand.get());
+    stg::sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 

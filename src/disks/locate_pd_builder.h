@@ -2,7 +2,7 @@
 // is attached.
 #pragma once
 
-#include "transport/reply_buffer.h"
+#include "transport/command_steps.h"
 
 #include <memory>
 

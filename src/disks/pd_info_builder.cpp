@@ -1,13 +1,12 @@
 #include "disks/pd_info_builder.h"
 
 #include "support/trace.h"
-#include "transport/command_creation.h"
 
 CPDInfoBuilder::CPDInfoBuilder() : CPDInfoBuilder(0xFF) {}
 
 CPDInfoBuilder::CPDInfoBuilder(unsigned char pdId) : m_pdId(pdId) {
     LOG_ENTRY;
-    m_pCommand = createCommand();
+    m_pCommand = stg::createCommand();
     LOG_EXIT;
 }
 
@@ -21,9 +20,13 @@ CPDInfoBuilder::~CPDInfoBuilder() {
 RESULT CPDInfoBuilder::buildCommand() {
     LOG_ENTRY;
     if (m_pCommand) {
-        m_pReply = buildInformationRead(*m_pCommand, 0x000000E1);
+        m_pCommand->setcdw0(0xE2);
+        m_pReply = stg::attachReply(*m_pCommand, 0x1000);
     }
     if (m_pReply) {
+        m_pCommand->setcdw9(0x1000);
+        m_pCommand->setcdw10(0x400);
+        m_pCommand->setcdw12(0xE1);
         m_pCommand->setcdw14(m_pdId);
     }
     LOG_EXIT;
@@ -33,7 +36,7 @@ RESULT CPDInfoBuilder::buildCommand() {
 VOID_ CPDInfoBuilder::execute() {
     LOG_ENTRY;
     ICommandBuilder::execute();
-    sendCommand(*this, m_pCommand.get());
+    stg::sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 

@@ -1,7 +1,7 @@
 // Reads the controller's record of one physical disk, a _PDInfoData.
 #pragma once
 
-#include "transport/reply_buffer.h"
+#include "transport/command_steps.h"
 
 #include <memory>
 

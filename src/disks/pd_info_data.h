@@ -22,16 +22,16 @@ struct _PDInfoData {
     USHORT_INT hdId;             // 104  for the configuration and raid status records
     UCHAR_ rsvd106[6];           // 106
 };
-static_assert(sizeof(_PDInfoData) == 112, "layout");
-static_assert(offsetof(_PDInfoData, pdAbsent) == 4, "layout");
-static_assert(offsetof(_PDInfoData, deviceId) == 8, "layout");
-static_assert(offsetof(_PDInfoData, pdStatus) == 10, "layout");
-static_assert(offsetof(_PDInfoData, modelNumber) == 20, "layout");
-static_assert(offsetof(_PDInfoData, serialNumber) == 60, "layout");
-static_assert(offsetof(_PDInfoData, blockSize) == 80, "layout");
-static_assert(offsetof(_PDInfoData, fwVersion) == 84, "layout");
-static_assert(offsetof(_PDInfoData, size) == 96, "layout");
-static_assert(offsetof(_PDInfoData, hdId) == 104, "layout");
+static_assert(sizeof(_PDInfoData) == 112, "_PDInfoData");
+static_assert(offsetof(_PDInfoData, pdAbsent) == 4, "pdAbsent");
+static_assert(offsetof(_PDInfoData, deviceId) == 8, "deviceId");
+static_assert(offsetof(_PDInfoData, pdStatus) == 10, "pdStatus");
+static_assert(offsetof(_PDInfoData, modelNumber) == 20, "modelNumber");
+static_assert(offsetof(_PDInfoData, serialNumber) == 60, "serialNumber");
+static_assert(offsetof(_PDInfoData, blockSize) == 80, "blockSize");
+static_assert(offsetof(_PDInfoData, fwVersion) == 84, "fwVersion");
+static_assert(offsetof(_PDInfoData, size) == 96, "size");
+static_assert(offsetof(_PDInfoData, hdId) == 104, "hdId");
 
 constexpr UCHAR_ kOnlineBit = 0x01;  // of pdStatus; such a disk has no free space
 constexpr UCHAR_ kSmartBit = 0x20;   // of pdStatus; selects the SMART status

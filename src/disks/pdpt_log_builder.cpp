@@ -3,7 +3,7 @@
 #include "support/log_line.h"
 #include "support/trace.h"
 
-CPDPTLogBuilder::CPDPTLogBuilder() : m_pdId(0), m_logPageId(0) {
+CPDPTLogBuilder::CPDPTLogBuilder() {
     LOG_ENTRY;
     LOG_EXIT;
 }
@@ -27,14 +27,14 @@ RESULT CPDPTLogBuilder::buildCommand() {
     if (m_pCommand) {
         m_pCommand->setcdw0(0xC2);
         m_pCommand->setcdw1(m_pdId);
-        m_pReply = attachReply(*m_pCommand, 0x200);
+        m_pReply = stg::attachReply(*m_pCommand, 0x200);
     }
     if (m_pReply) {
         m_pCommand->setcdw9(0x200);
         const UNSIGNED_INTEGER dword10 = 0x7F0000 | m_logPageId;
         stg::logLine("CPDPTLogBuilder: CDW10 = ", dword10);
         m_pCommand->setcdw10(dword10);
-        m_pCommand->setcdw14(2);
+        m_pCommand->setcdw14(0x2);
         m_pCommand->setcdw15(0xFFFFFFFF);
     }
     LOG_EXIT;
@@ -44,7 +44,7 @@ RESULT CPDPTLogBuilder::buildCommand() {
 VOID_ CPDPTLogBuilder::execute() {
     LOG_ENTRY;
     setdwIOCTLcode(1);
-    sendCommand(*this, m_pCommand.get());
+    stg::sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 

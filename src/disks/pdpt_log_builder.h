@@ -1,7 +1,7 @@
 // Reads a log page of one physical disk, carried through the controller.
 #pragma once
 
-#include "transport/reply_buffer.h"
+#include "transport/command_steps.h"
 
 #include <memory>
 
@@ -23,7 +23,7 @@ public:
 
 private:
     std::unique_ptr<CCommandDword> m_pCommand;
-    UCHAR_ m_pdId;
-    UCHAR_ m_logPageId;
+    UCHAR_ m_pdId = 0;
+    UCHAR_ m_logPageId = 0;
     ReplyBuffer m_pReply;  // 512 bytes
 };

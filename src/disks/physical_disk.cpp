@@ -1,10 +1,20 @@
 #include "disks/physical_disk.h"
 
 #include "disks/pd_info_data.h"
+#include "disks/smart_log_entry.h"
 #include "disks/text_field.h"
+#include "support/log_line.h"
 #include "support/trace.h"
 
 #include <cstring>
+
+namespace {
+
+// Health states of SMART_INFO_ARRAY.
+constexpr UCHAR_ kStatusBitClear = 0x4F;
+constexpr UCHAR_ kStatusBitSet = 1;
+
+}  // namespace
 
 CPhysicalDisk::CPhysicalDisk()
     : m_info(), m_raidStatus(), m_smartInfo(), m_config(), m_freeSpace() {
@@ -60,7 +70,7 @@ unsigned int CPhysicalDisk::getFeatureSupport() {
 }
 
 VOID_ CPhysicalDisk::setModelNum(unsigned char* text) {
-    copyText(m_info.modelNumber, text);
+    stg::copyText(m_info.modelNumber, text);
 }
 
 char* CPhysicalDisk::getModelNum() {
@@ -68,7 +78,7 @@ char* CPhysicalDisk::getModelNum() {
 }
 
 VOID_ CPhysicalDisk::setSerialNumber(unsigned char* text) {
-    copyText(m_info.serialNumber, text);
+    stg::copyText(m_info.serialNumber, text);
 }
 
 char* CPhysicalDisk::getSerialNumber() {
@@ -76,7 +86,7 @@ char* CPhysicalDisk::getSerialNumber() {
 }
 
 VOID_ CPhysicalDisk::setFWVersion(unsigned char* text) {
-    copyText(m_info.firmwareVersion, text);
+    stg::copyText(m_info.firmwareVersion, text);
 }
 
 char* CPhysicalDisk::getFWVersion() {
@@ -203,13 +213,55 @@ unsigned long long CPhysicalDisk::getSizeForFreeSpace() {
     return m_freeSpace.size;
 }
 
+VOID_ CPhysicalDisk::setSmartStatus(unsigned char status) {
+    m_smartInfo.smartStatus = status;
+}
+
+unsigned char CPhysicalDisk::getSmartStatus() {
+    return m_smartInfo.smartStatus;
+}
+
+VOID_ CPhysicalDisk::setSmartAttributeId(unsigned short index) {
+    m_smartInfo.attributes[index].id = static_cast<UCHAR_>(index & 0xFF);
+}
+
+unsigned char CPhysicalDisk::getSmartAttributeId(unsigned short index) {
+    return m_smartInfo.attributes[index].id;
+}
+
+VOID_ CPhysicalDisk::setSmartAttributeName(unsigned short index, unsigned char* name) {
+    SMART_ATTRIBUTE& attribute = m_smartInfo.attributes[index];
+    std::memcpy(attribute.name, name, sizeof(attribute.name));
+    attribute.nameEnd = 0;
+}
+
+char* CPhysicalDisk::getSmartAttributeName(unsigned short index) {
+    return m_smartInfo.attributes[index].name;
+}
+
+VOID_ CPhysicalDisk::setSmartAttributeCurrentValue(unsigned short index, unsigned char value) {
+    m_smartInfo.attributes[index].currentValue = value;
+}
+
+unsigned char CPhysicalDisk::getSmartAttributeCurrentValue(unsigned short index) {
+    return m_smartInfo.attributes[index].currentValue;
+}
+
+VOID_ CPhysicalDisk::setSmartAttributeThresholdValue(unsigned short index, unsigned char value) {
+    m_smartInfo.attributes[index].thresholdValue = value;
+}
+
+unsigned char CPhysicalDisk::getSmartAttributeThresholdValue(unsigned short index) {
+    return m_smartInfo.attributes[index].thresholdValue;
+}
+
 VOID_ CPhysicalDisk::setPDInfoAttributes(_PDInfoData* disk) {
     LOG_ENTRY;
     setDevID(disk->deviceId);
     setHDType(0x40);
-    setModelNum(asBytes(disk->modelNumber));
-    setSerialNumber(asBytes(disk->serialNumber));
-    setFWVersion(asBytes(disk->fwVersion));
+    setModelNum(stg::asBytes(disk->modelNumber));
+    setSerialNumber(stg::asBytes(disk->serialNumber));
+    setFWVersion(stg::asBytes(disk->fwVersion));
     setSize(disk->size);
     setBlockSize(disk->blockSize);
     setHD_SSD_Type(1);
@@ -245,6 +297,29 @@ VOID_ CPhysicalDisk::setFreeSpaceAttributes(_PDInfoData* disk) {
     setBlockSizeForFreeSpace(static_cast<USHORT_INT>(disk->blockSize & 0xFFFF));
     // All or nothing, by the disk's own status; what virtual disks use is another question.
     setSizeForFreeSpace((disk->pdStatus & kOnlineBit) != 0 ? 0 : disk->size);
+    LOG_EXIT;
+}
+
+VOID_ CPhysicalDisk::setSmartInfoAttributes(_PDInfoData* disk,
+                                            _SMART_HEALTH_INFORMATION_LOG_ENTRY* page) {
+    LOG_ENTRY;
+    // As long as their field, since a name is copied as a whole block.
+    unsigned char lifeName[64] = "Percent Drive Life Remaining";
+    unsigned char spareName[64] = "Available Spare";
+    setSmartStatus((disk->pdStatus & kSmartBit) != 0 ? kStatusBitSet : kStatusBitClear);
+    // ODDITY: named life remaining, and the raw percentage used: a new disk reads 0, a worn one
+    // 100. Hosts receive the drive's byte. Pinned by
+    // DriveHealth.LifeRemainingCarriesThePercentageUsed.
+    setSmartAttributeId(0);
+    setSmartAttributeName(0, lifeName);
+    setSmartAttributeCurrentValue(0, page->percentageUsed);
+    stg::logLine("PercentageUsed= ", page->percentageUsed);
+    setSmartAttributeId(1);
+    setSmartAttributeName(1, spareName);
+    setSmartAttributeCurrentValue(1, page->availableSpare);
+    setSmartAttributeThresholdValue(1, page->availableSpareThreshold);
+    stg::logLine("AvailableSpare= ", page->availableSpare);
+    stg::logLine("AvailableSpareThreshold= ", page->availableSpareThreshold);
     LOG_EXIT;
 }
 

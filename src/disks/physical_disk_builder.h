@@ -47,11 +47,9 @@ private:
     using Setter = VOID_ (CPhysicalDisk::*)(_PDInfoData*);
 
     void gatherAllOrOne(const char* complaint, Setter setter);
-    void gatherOne(const char* complaint, Setter setter, bool logsStatus);
-    void gather(bool all, Setter setter, bool logsStatus);
 
     std::unique_ptr<CPhysicalDisk[]> m_pDisks;
-    UCHAR_ m_activePDCount;  // disks that exist, packed at the front of the array
-    UCHAR_ m_pdId;
-    UCHAR_ m_requestType;
+    UCHAR_ m_activePDCount = 0;  // disks that exist, packed at the front of the array
+    UCHAR_ m_pdId = 0xFF;
+    UCHAR_ m_requestType = 0xFF;
 };

@@ -13,9 +13,10 @@ struct _SMART_HEALTH_INFORMATION_LOG_ENTRY {
     UCHAR_ percentageUsed;           // 5  may exceed 100
     UCHAR_ rsvd6[506];
 };
-static_assert(sizeof(_SMART_HEALTH_INFORMATION_LOG_ENTRY) == 512, "layout");
-static_assert(offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, temperature) == 1, "layout");
-static_assert(offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, availableSpare) == 3, "layout");
+static_assert(sizeof(_SMART_HEALTH_INFORMATION_LOG_ENTRY) == 512,
+              "_SMART_HEALTH_INFORMATION_LOG_ENTRY");
+static_assert(offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, temperature) == 1, "temperature");
+static_assert(offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, availableSpare) == 3, "availableSpare");
 static_assert(offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, availableSpareThreshold) == 4,
-              "layout");
-static_assert(offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, percentageUsed) == 5, "layout");
+              "availableSpareThreshold");
+static_assert(offsetof(_SMART_HEALTH_INFORMATION_LOG_ENTRY, percentageUsed) == 5, "percentageUsed");

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstring>
 
+namespace stg {
+
 // Copies up to a NUL in the source or to the last byte but one, zeroes the rest. Nothing is
 // trimmed.
 template <std::size_t N>
@@ -16,3 +18,5 @@ template <std::size_t N>
 unsigned char* asBytes(char (&field)[N]) {
     return reinterpret_cast<unsigned char*>(field);
 }
+
+}  // namespace stg

@@ -1,13 +1,12 @@
 #include "disks/vd_info_builder.h"
 
 #include "support/trace.h"
-#include "transport/command_creation.h"
 
 CVDInfoBuilder::CVDInfoBuilder() : CVDInfoBuilder(0xFF) {}
 
 CVDInfoBuilder::CVDInfoBuilder(unsigned short vdId) : m_vdId(static_cast<UCHAR_>(vdId & 0xFF)) {
     LOG_ENTRY;
-    m_pCommand = createCommand();
+    m_pCommand = stg::createCommand();
     LOG_EXIT;
 }
 
@@ -21,9 +20,13 @@ CVDInfoBuilder::~CVDInfoBuilder() {
 RESULT CVDInfoBuilder::buildCommand() {
     LOG_ENTRY;
     if (m_pCommand) {
-        m_pReply = buildInformationRead(*m_pCommand, 0x000000E2);
+        m_pCommand->setcdw0(0xE2);
+        m_pReply = stg::attachReply(*m_pCommand, 0x1000);
     }
     if (m_pReply) {
+        m_pCommand->setcdw9(0x1000);
+        m_pCommand->setcdw10(0x400);
+        m_pCommand->setcdw12(0xE2);
         m_pCommand->setcdw14(m_vdId);
     }
     LOG_EXIT;
@@ -33,7 +36,7 @@ RESULT CVDInfoBuilder::buildCommand() {
 VOID_ CVDInfoBuilder::execute() {
     LOG_ENTRY;
     ICommandBuilder::execute();
-    sendCommand(*this, m_pCommand.get());
+    stg::sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 

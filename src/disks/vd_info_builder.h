@@ -1,7 +1,7 @@
 // Reads the controller's record of one virtual disk, a _vdInfoData.
 #pragma once
 
-#include "transport/reply_buffer.h"
+#include "transport/command_steps.h"
 
 #include <memory>
 

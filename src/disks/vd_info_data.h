@@ -26,14 +26,14 @@ struct _vdInfoData {
     char vdName[15];                      //  96
     UCHAR_ rsvd111[81];                   // 111
 };
-static_assert(sizeof(_vdInfoData) == 192, "layout");
-static_assert(offsetof(_vdInfoData, vdAbsent) == 4, "layout");
-static_assert(offsetof(_vdInfoData, vdId) == 8, "layout");
-static_assert(offsetof(_vdInfoData, vdStatus) == 10, "layout");
-static_assert(offsetof(_vdInfoData, raidMode) == 12, "layout");
-static_assert(offsetof(_vdInfoData, memberCount) == 13, "layout");
-static_assert(offsetof(_vdInfoData, size) == 16, "layout");
-static_assert(offsetof(_vdInfoData, memberIds) == 24, "layout");
-static_assert(offsetof(_vdInfoData, stripeBlockSize) == 90, "layout");
-static_assert(offsetof(_vdInfoData, blockSize) == 92, "layout");
-static_assert(offsetof(_vdInfoData, vdName) == 96, "layout");
+static_assert(sizeof(_vdInfoData) == 192, "_vdInfoData");
+static_assert(offsetof(_vdInfoData, vdAbsent) == 4, "vdAbsent");
+static_assert(offsetof(_vdInfoData, vdId) == 8, "vdId");
+static_assert(offsetof(_vdInfoData, vdStatus) == 10, "vdStatus");
+static_assert(offsetof(_vdInfoData, raidMode) == 12, "raidMode");
+static_assert(offsetof(_vdInfoData, memberCount) == 13, "memberCount");
+static_assert(offsetof(_vdInfoData, size) == 16, "size");
+static_assert(offsetof(_vdInfoData, memberIds) == 24, "memberIds");
+static_assert(offsetof(_vdInfoData, stripeBlockSize) == 90, "stripeBlockSize");
+static_assert(offsetof(_vdInfoData, blockSize) == 92, "blockSize");
+static_assert(offsetof(_vdInfoData, vdName) == 96, "vdName");

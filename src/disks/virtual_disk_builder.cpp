@@ -1,10 +1,11 @@
 #include "disks/virtual_disk_builder.h"
 
-#include "api/command_ids.h"
 #include "api/error_state.h"
-#include "disks/disk_walk.h"
+#include "api/zt_command.h"
+#include "disks/disk_answer.h"
 #include "disks/vd_info_builder.h"
 #include "disks/vd_info_data.h"
+#include "support/heap_record.h"
 #include "support/log_line.h"
 #include "support/trace.h"
 
@@ -14,17 +15,18 @@
 
 namespace {
 
-const char* const kBuidInfo = "libVeskNvme: CVirtualDiskBuilder::buidInfo(): ";
-const char* const kSetSpecificParams = "libVeskNvme: CVirtualDiskBuilder::setSpecificParams(): ";
+constexpr const char* kBuidInfo = "libVeskNvme: CVirtualDiskBuilder::buidInfo(): ";
+constexpr const char* kSetSpecificParams =
+    "libVeskNvme: CVirtualDiskBuilder::setSpecificParams(): ";
 
 }  // namespace
 
-CVirtualDiskBuilder::CVirtualDiskBuilder() : m_activeVDCount(0), m_vdId(0xFF), m_requestType(0xFF) {
+CVirtualDiskBuilder::CVirtualDiskBuilder() {
     LOG_ENTRY;
     try {
         m_pDisks = std::make_unique<CVirtualDisk[]>(kMaxDisks);
     } catch (const std::bad_alloc& error) {
-        recordFailure(error.what(), ERR_FAIL);
+        stg::recordFailure(ERR_FAIL, error.what());
     }
     LOG_EXIT;
 }
@@ -83,15 +85,15 @@ VOID_ CVirtualDiskBuilder::getSpecificObject(unsigned int commandId, void* out) 
     const UCHAR_ count = getActiveVDCount();
     switch (commandId) {
     case LD_GetInfo:
-        deliverHeader(out, count, sizeof(VD_Info));
+        stg::deliverHeader(out, count, sizeof(VD_Info));
         for (UCHAR_ index = 0; index < count; ++index) {
-            deliverRecord(out, index, m_pDisks[index].getVDInfoStruct());
+            stg::deliverRecord(out, index, m_pDisks[index].getVDInfoStruct());
         }
         break;
     case LD_GetConfig:
-        deliverHeader(out, count, sizeof(VD_Config));
+        stg::deliverHeader(out, count, sizeof(VD_Config));
         for (UCHAR_ index = 0; index < count; ++index) {
-            deliverRecord(out, index, m_pDisks[index].getVDConfigStruct());
+            stg::deliverRecord(out, index, m_pDisks[index].getVDConfigStruct());
         }
         break;
     case GET_UsedRaidSpacePerPDInVD:
@@ -124,31 +126,41 @@ VOID_ CVirtualDiskBuilder::getUsedRaidSpacePerPDInVD() {
     try {
         gather(true, &CVirtualDisk::setAttributesForUsedSpacePerPDInVD);
     } catch (const std::bad_alloc& error) {
-        recordFailure(error.what(), ERR_FAIL);
+        stg::recordFailure(ERR_FAIL, error.what());
     }
     LOG_EXIT;
 }
 
 void CVirtualDiskBuilder::gatherAllOrOne(const char* complaint, Setter setter) {
+    const bool all = getRequestType() == REQUEST_ALL;
+    if (!all && getRequestType() != REQUEST_SINGLE) {
+        stg::recordFailure(ERR_FAIL, complaint);
+        return;
+    }
     try {
-        demandRequestType(getRequestType() == REQUEST_ALL || getRequestType() == REQUEST_SINGLE,
-                          complaint);
-        gather(getRequestType() == REQUEST_ALL, setter);
+        gather(all, setter);
     } catch (const std::exception& error) {
-        recordFailure(error.what(), ERR_FAIL);
+        stg::recordFailure(ERR_FAIL, error.what());
     }
 }
 
+// Asks for every virtual disk, or for the selected one, and fills an object of the array for each
+// that exists. Throws std::bad_alloc.
 void CVirtualDiskBuilder::gather(bool all, Setter setter) {
-    walkDisks(
-        all, &_vdInfoData::vdAbsent, [this](UCHAR_ id) { setVDId(id); },
-        [this](_vdInfoData* disk) { getAttributesForOneVD(disk); },
-        [this, setter](_vdInfoData* disk) {
-            if (m_pDisks) {
-                (m_pDisks[m_activeVDCount].*setter)(disk);
-                ++m_activeVDCount;
-            }
-        });
+    const HeapRecord<_vdInfoData> disk = stg::allocateZeroed<_vdInfoData>();
+    const UCHAR_ count = all ? kMaxDisks : 1;
+    for (UCHAR_ id = 0; id < count; ++id) {
+        *disk = {};
+        disk->vdAbsent = 1;  // as which a command that could not be built then reads
+        if (all) {
+            setVDId(id);
+        }
+        getAttributesForOneVD(disk.get());
+        if (disk->vdAbsent == 0 && m_pDisks) {
+            (m_pDisks[m_activeVDCount].*setter)(disk.get());
+            ++m_activeVDCount;
+        }
+    }
 }
 
 VOID_ CVirtualDiskBuilder::getAttributesForOneVD(_vdInfoData* out) {
@@ -157,17 +169,17 @@ VOID_ CVirtualDiskBuilder::getAttributesForOneVD(_vdInfoData* out) {
         CVDInfoBuilder builder(getVDId());
         if (builder.buildCommand() == 0) {
             builder.execute();
-            const auto disk =
-                readRecord<_vdInfoData>(builder.getCCommandDwordObject()->getcdw_6_7());
+            const auto* const reply =
+                static_cast<const _vdInfoData*>(builder.getCCommandDwordObject()->getcdw_6_7());
             stg::logLine(
                 "libVeskNvme: CVirtualDiskBuilder::getAttributesForOneVD: VD details: ID: ",
-                disk.vdId);
+                reply->vdId);
             stg::logLine("libVeskNvme: CVirtualDiskBuilder::getAttributesForOneVD: LBA size: ",
-                         disk.size);
-            *out = disk;
+                         reply->size);
+            *out = *reply;
         }
     } catch (const std::bad_alloc& error) {
-        recordFailure(error.what(), ERR_FAIL);
+        stg::recordFailure(ERR_FAIL, error.what());
     }
     LOG_EXIT;
 }

@@ -41,7 +41,7 @@ private:
     void gather(bool all, Setter setter);
 
     std::unique_ptr<CVirtualDisk[]> m_pDisks;
-    UCHAR_ m_activeVDCount;  // disks that exist, packed at the front of the array
-    UCHAR_ m_vdId;
-    UCHAR_ m_requestType;
+    UCHAR_ m_activeVDCount = 0;  // disks that exist, packed at the front of the array
+    UCHAR_ m_vdId = 0xFF;
+    UCHAR_ m_requestType = 0xFF;
 };

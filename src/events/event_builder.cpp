@@ -1,9 +1,10 @@
 #include "events/event_builder.h"
 
 #include "api/error_state.h"
+#include "events/event_log_layout.h"
 #include "events/znv_event_builder.h"
 #include "support/heap_record.h"
-#include "support/library_helper.h"
+#include "support/ini_files.h"
 #include "support/log_line.h"
 #include "support/trace.h"
 
@@ -12,11 +13,6 @@
 #include <new>
 
 namespace {
-
-constexpr UNSIGNED_INTEGER kLogAreaSize = 0x10000;
-constexpr UNSIGNED_INTEGER kPageSize = 0x1000;
-constexpr UNSIGNED_INTEGER kCarryOffset = 0xFF8;  // 8 bytes of the page, then 8 of the next one
-constexpr UNSIGNED_INTEGER kCarrySize = 0x10;
 
 constexpr int kMostEventsDelivered = 64;
 constexpr USHORT_INT kNoExternalCode = 0xFFFF;
@@ -57,6 +53,37 @@ INTEGER collectPiece(CEventBuilder& builder, EventParser& parser, CZNVEventBuild
     builder.makeIOCTL(&reader, offset, length);
     auto* const text = static_cast<char*>(reader.getZNVEventCommand()->getcdw_6_7());
     return text == nullptr ? 0 : parser.parseEventBuffer(text, CEventBuilder::events);
+}
+
+// Appends copies of the events above `last`, with their external codes, in rising order up to the
+// most that one delivery takes; `last` moves along. Throws what a lookup or the vector throws.
+void pushNewEvents(CEventBuilder& builder, std::vector<IObject*>& objects, INTEGER& last) {
+    int budget = kMostEventsDelivered;
+    for (const auto& entry : *CEventBuilder::events) {
+        // ODDITY: compared as signed, so numbers from 0x80000000 on are never above a mark.
+        // Pinned by EventDelivery.NumbersAboveTheSignedRangeAreSkipped.
+        const auto sequenceNo = static_cast<INTEGER>(entry.second->sequenceNo);
+        if (sequenceNo <= last) {
+            continue;
+        }
+        HeapRecord<_Event> copy = stg::tryAllocateZeroed<_Event>();
+        if (!copy) {
+            stg::recordFailure(ERR_FAIL, std::bad_alloc().what());
+            continue;
+        }
+        *copy = *entry.second;
+        builder.mapEventInfo(copy.get());
+        if (copy->eventCode == kNoExternalCode) {
+            continue;
+        }
+        objects.push_back(reinterpret_cast<IObject*>(copy.get()));
+        static_cast<void>(copy.release());
+        stg::logLine("CEventBuilder::getObjectVector: Sequence Number pushed: ", sequenceNo);
+        last = sequenceNo;
+        if (--budget == 0) {
+            break;
+        }
+    }
 }
 
 }  // namespace
@@ -111,8 +138,8 @@ VOID_ CEventBuilder::getEventInfo() {
         if (events == nullptr) {
             events = new EventMap;
         }
-        for (UNSIGNED_INTEGER offset = 0; offset < kLogAreaSize; offset += kPageSize) {
-            INTEGER count = collectPiece(*this, *m_pParser, *reader, offset, kPageSize);
+        for (UNSIGNED_INTEGER offset = 0; offset < kEventAreaSize; offset += kEventPageSize) {
+            INTEGER count = collectPiece(*this, *m_pParser, *reader, offset, kEventPageSize);
             if (!m_pParser->getRemainingEvent().empty()) {
                 // For the last page this reaches past the area, and is sent all the same.
                 count +=
@@ -124,10 +151,10 @@ VOID_ CEventBuilder::getEventInfo() {
         }
         logEvents(*events);
     } catch (const std::bad_alloc& error) {
-        recordFailure(error.what(), ERR_FAIL);
+        stg::recordFailure(ERR_FAIL, error.what());
         throw std::bad_alloc();
     } catch (const std::exception& error) {
-        recordFailure(error.what(), ERR_FAIL);
+        stg::recordFailure(ERR_FAIL, error.what());
         throw std::exception();
     }
     lock.unlock();
@@ -138,43 +165,23 @@ VOID_ CEventBuilder::getObjectVector(std::vector<IObject*>& objects) {
     LOG_ENTRY;
     std::unique_lock<std::mutex> lock(mtx);
     if (events != nullptr) {
-        INTEGER last = VeskNVMeLibrary_Helper::readEventSeqNumberFromINIFile();
-        stg::logLine("CEventBuilder::getObjectVector: Read Last processed SEQ number = ", last);
-        stg::logLine("CEventBuilder::getObjectVector: Event map size: ", events->size());
-        int budget = kMostEventsDelivered;
-        for (const auto& entry : *events) {
-            const _Event* const event = entry.second;
-            // ODDITY: compared as signed, so numbers from 0x80000000 on are never above a mark.
-            // Pinned by EventDelivery.NumbersAboveTheSignedRangeAreSkipped.
-            const auto sequenceNo = static_cast<INTEGER>(event->sequenceNo);
-            if (sequenceNo <= last) {
-                continue;
+        try {
+            INTEGER last = VeskNVMeLibrary_Helper::readEventSeqNumberFromINIFile();
+            stg::logLine("CEventBuilder::getObjectVector: Read Last processed SEQ number = ", last);
+            stg::logLine("CEventBuilder::getObjectVector: Event map size: ", events->size());
+            pushNewEvents(*this, objects, last);
+            if (VeskNVMeLibrary_Helper::writeLastProcessedEventSeqNumberToINIFile(last) != 0) {
+                // The map stays, and the next delivery brings the same events: at least once.
+                VeskNVMeLibrary_Error::setErrorCode(ERR_FAIL);
+            } else {
+                // ODDITY: also what is beyond the 64th goes; the next poll brings it back for as
+                // long as the controller holds it. Pinned by
+                // EventDelivery.HundredEventsComeInTwoDeliveries.
+                destroyEventsInEventsMap();
             }
-            HeapRecord<_Event> copy = tryAllocateZeroed<_Event>();
-            if (!copy) {
-                stg::logLine("CEventBuilder::getObjectVector: No memory for event ", sequenceNo);
-                continue;
-            }
-            *copy = *event;
-            mapEventInfo(copy.get());
-            if (copy->eventCode == kNoExternalCode) {
-                continue;
-            }
-            objects.push_back(reinterpret_cast<IObject*>(copy.get()));
-            static_cast<void>(copy.release());
-            stg::logLine("CEventBuilder::getObjectVector: Sequence Number pushed: ", sequenceNo);
-            last = sequenceNo;
-            if (--budget == 0) {
-                break;
-            }
-        }
-        if (VeskNVMeLibrary_Helper::writeLastProcessedEventSeqNumberToINIFile(last) != 0) {
-            // The map stays, and the next delivery brings the same events: at least once.
-            VeskNVMeLibrary_Error::setErrorCode(ERR_FAIL);
-        } else {
-            // ODDITY: also what is beyond the 64th goes; the next poll brings it back for as long
-            // as the controller holds it. Pinned by EventDelivery.HundredEventsComeInTwoDeliveries.
-            destroyEventsInEventsMap();
+        } catch (const std::exception& error) {
+            // What was pushed is delivered. Mark and map stay, so it comes again with the rest.
+            stg::recordFailure(ERR_FAIL, error.what());
         }
     }
     lock.unlock();

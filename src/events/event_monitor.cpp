@@ -2,7 +2,7 @@
 
 #include "api/command_handler.h"
 #include "events/event_builder.h"
-#include "support/library_helper.h"
+#include "support/ini_files.h"
 #include "support/log_line.h"
 #include "support/singleton.h"
 #include "support/trace.h"
@@ -48,7 +48,7 @@ CVeskNVMeMonitor::~CVeskNVMeMonitor() = default;
 
 CVeskNVMeMonitor* CVeskNVMeMonitor::getUniqueInstance() {
     LOG_ENTRY;
-    CVeskNVMeMonitor* const monitor = createOnce<std::bad_alloc>(
+    CVeskNVMeMonitor* const monitor = stg::createOnce<std::bad_alloc>(
         m_pNVMeMonitorInstance, "libVeskNVMe:CVeskNVMeMonitor::getUniqueInstance(): ");
     LOG_EXIT;
     return monitor;
@@ -56,7 +56,7 @@ CVeskNVMeMonitor* CVeskNVMeMonitor::getUniqueInstance() {
 
 VOID_ CVeskNVMeMonitor::destroyMe() {
     LOG_ENTRY;
-    destroyOnce(m_pNVMeMonitorInstance);
+    stg::destroyOnce(m_pNVMeMonitorInstance);
     LOG_EXIT;
 }
 
@@ -86,11 +86,9 @@ VOID_ CVeskNVMeMonitor::stopMonitoring() {
 VOID_ CVeskNVMeMonitor::polling(std::future<void> stop) {
     LOG_ENTRY_LABEL("libVeskNVMe:CVeskNVMeMonitor::polling()");
     stg::logLine("polling started");
-    ZTCommand command = {};
-    command.commandId = VeskNVMe_GetEvent;
     const USHORT_INT interval = pollingInterval();
     while (stop.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
-        CommandHandler::dispatch(command);
+        stg::dispatch(VeskNVMe_GetEvent);
         // ODDITY: plain sleep: a stop waits for the end of the interval, and nothing wakes it.
         // Pinned by EventMonitor.StopWaitsForTheSleep.
         sleep(interval);

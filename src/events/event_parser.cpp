@@ -1,19 +1,18 @@
 #include "events/event_parser.h"
 
-#include "events/number_text.h"
+#include "events/event_log_layout.h"
 #include "support/heap_record.h"
 #include "support/log_line.h"
 #include "support/trace.h"
 
 #include <algorithm>
+#include <cctype>
+#include <charconv>
 #include <cstring>
+#include <iterator>
+#include <system_error>
 
 namespace {
-
-constexpr std::size_t kPageTextBegin = 40;
-constexpr std::size_t kPageEnd = 4096;
-constexpr std::size_t kCarryTextBegin = 8;  // the 8 bytes before are the end of the page itself
-constexpr std::size_t kCarryEnd = 16;
 
 constexpr UCHAR_ kUnknownName = 255;
 
@@ -53,19 +52,50 @@ void logEventLine(std::string_view line) {
     stg::lout << '\n';
 }
 
+struct NumberText {
+    bool valid;  // false: no digits, or more than 64 bits
+    ULONG_INT value;
+};
+
+bool isHexPrefix(std::string_view text) {
+    return text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X') &&
+           std::isxdigit(static_cast<unsigned char>(text[2])) != 0;
+}
+
+// The number at the start of a text as strtoul reads it, without a copy of the text and without an
+// exception: blanks, a sign that wraps, a "0x" before hexadecimal digits; what follows is ignored.
+NumberText readNumber(std::string_view text, int base) {
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())) != 0) {
+        text.remove_prefix(1);
+    }
+    const bool negative = !text.empty() && text.front() == '-';
+    if (negative || (!text.empty() && text.front() == '+')) {
+        text.remove_prefix(1);
+    }
+    if (base == 16 && isHexPrefix(text)) {
+        text.remove_prefix(2);
+    }
+    ULONG_INT value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
+    static_cast<void>(end);
+    return NumberText{error == std::errc(), negative ? 0 - value : value};
+}
+
 // What the standard conversions say of a text that they do not take, and so does the log.
-const char* const kBadNumber = "stoul";
-const char* const kBadSequenceNumber = "stoull";
-const char* const kSequenceOutOfRange =
+constexpr const char* kBadNumber = "stoul";
+constexpr const char* kBadSequenceNumber = "stoull";
+constexpr const char* kSequenceOutOfRange =
     "Sequence is a negative number or greater than max expected sequence number";
 
-// Signatures of the operations that the functions below do the work of, and trace as.
-const char* const kParseEvent = "RESULT EventParser::parseEvent(std::string, PEvent)";
-const char* const kAddToEventStruct =
+// ODDITY: the functions below trace under the names of the operations that they do the work of and
+// that do not run: those take strings by value, a copy for each tag of a poll, and the lines of the
+// log are fixed. Pinned by EventParserLog.PublicFormsAreTracedOnceEach.
+constexpr const char* kParseEvent = "RESULT EventParser::parseEvent(std::string, PEvent)";
+constexpr const char* kAddToEventStruct =
     "RESULT EventParser::addToEventStruct(PEvent, std::string, std::string)";
-const char* const kParseMsg = "VOID_ EventParser::parseMSG(PEvent, std::string, std::string)";
-const char* const kMapSeverity = "UCHAR_ EventParser::mapSeverity(std::string)";
-const char* const kMapClassName = "USHORT_INT EventParser::mapClassName(std::string)";
+constexpr const char* kParseMsg = "VOID_ EventParser::parseMSG(PEvent, std::string, std::string)";
+constexpr const char* kMapSeverity = "UCHAR_ EventParser::mapSeverity(std::string)";
+constexpr const char* kMapClassName = "USHORT_INT EventParser::mapClassName(std::string)";
 
 UCHAR_ severityOf(std::string_view name) {
     LOG_ENTRY_AS(kMapSeverity);
@@ -188,8 +218,8 @@ INTEGER EventParser::parseEventBuffer(char* page, EventMap* events) {
     INTEGER added = 0;
     const bool carried = !m_remaining.empty();
     std::string_view text =
-        carried ? std::string_view(page + kCarryTextBegin, kCarryEnd - kCarryTextBegin)
-                : std::string_view(page + kPageTextBegin, kPageEnd - kPageTextBegin);
+        carried ? std::string_view(page + kCarryTextBegin, kCarrySize - kCarryTextBegin)
+                : std::string_view(page + kEventTextBegin, kEventPageSize - kEventTextBegin);
     // What stands in front of the range's first line: the cut line that it may complete.
     std::string beginning = std::move(m_remaining);
     m_remaining.clear();
@@ -232,7 +262,7 @@ bool EventParser::addLine(std::string_view line, EventMap& events) {
     if (place != events.end() && place->first == event.sequenceNo) {
         return false;
     }
-    HeapRecord<_Event> record = tryAllocateZeroed<_Event>();
+    HeapRecord<_Event> record = stg::tryAllocateZeroed<_Event>();
     if (!record) {
         stg::logLine(
             "EventParser:parseEventBuffer(): No memory for the event, left to the next poll");

@@ -20,13 +20,13 @@ struct _Event {
 };
 typedef _Event* PEvent;
 
-static_assert(sizeof(_Event) == sizeof(CEvent), "layout");
-static_assert(offsetof(_Event, eventCode) == CEVENT_CODE, "layout");
-static_assert(offsetof(_Event, timeStamp) == CEVENT_TIME_STAMP, "layout");
-static_assert(offsetof(_Event, deviceId) == CEVENT_DEVICE_ID, "layout");
-static_assert(offsetof(_Event, severity) == CEVENT_SEVERITY, "layout");
-static_assert(offsetof(_Event, sequenceNo) == CEVENT_SEQUENCE_NO, "layout");
-static_assert(offsetof(_Event, description) == CEVENT_DESCRIPTION, "layout");
+static_assert(sizeof(_Event) == sizeof(CEvent), "_Event");
+static_assert(offsetof(_Event, eventCode) == CEVENT_CODE, "eventCode");
+static_assert(offsetof(_Event, timeStamp) == CEVENT_TIME_STAMP, "timeStamp");
+static_assert(offsetof(_Event, deviceId) == CEVENT_DEVICE_ID, "deviceId");
+static_assert(offsetof(_Event, severity) == CEVENT_SEVERITY, "severity");
+static_assert(offsetof(_Event, sequenceNo) == CEVENT_SEQUENCE_NO, "sequenceNo");
+static_assert(offsetof(_Event, description) == CEVENT_DESCRIPTION, "description");
 
 // Owns its records.
 using EventMap = std::map<unsigned int, _Event*>;

@@ -5,13 +5,7 @@
 
 #include <cstring>
 
-namespace {
-
-constexpr std::size_t kBufferSize = 0x1000;
-
-}  // namespace
-
-CZNVEventBuilder::CZNVEventBuilder() : m_eventOffset(0), m_pageLength(0) {
+CZNVEventBuilder::CZNVEventBuilder() {
     LOG_ENTRY;
     m_pCommand = std::make_unique<CCommandDword>();
     LOG_EXIT;
@@ -29,10 +23,9 @@ RESULT CZNVEventBuilder::buildCommand() {
     m_pCommand->setcdw0(0xE2);
     if (m_pReply) {
         // A read that fails must not show the text of the one before it.
-        std::memset(m_pReply.get(), 0, kBufferSize);
-        m_pCommand->setcdw_6_7(m_pReply.get());
+        std::memset(m_pReply.get(), 0, 0x1000);
     } else {
-        m_pReply = attachReply(*m_pCommand, kBufferSize, "CZNVEventBuilder::buildCommand(): ");
+        m_pReply = stg::attachReply(*m_pCommand, 0x1000, "CZNVEventBuilder::buildCommand(): ");
     }
     if (m_pReply) {
         // ODDITY: length and size are those of a whole page, also for a read of 16 bytes; what is
@@ -51,7 +44,7 @@ RESULT CZNVEventBuilder::buildCommand() {
 VOID_ CZNVEventBuilder::execute() {
     LOG_ENTRY;
     ICommandBuilder::execute();
-    sendCommand(*this, m_pCommand.get());
+    stg::sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 

@@ -1,7 +1,7 @@
 // Reads a piece of the controller's event log area.
 #pragma once
 
-#include "transport/reply_buffer.h"
+#include "transport/command_steps.h"
 
 #include <memory>
 
@@ -23,7 +23,7 @@ public:
 
 private:
     std::unique_ptr<CCommandDword> m_pCommand;
-    UNSIGNED_INTEGER m_eventOffset;
-    UNSIGNED_INTEGER m_pageLength;
+    UNSIGNED_INTEGER m_eventOffset = 0;
+    UNSIGNED_INTEGER m_pageLength = 0;
     ReplyBuffer m_pReply;  // 4096 bytes
 };

@@ -1,6 +1,7 @@
-// Plain records from malloc, released with free.
+// Zeroed memory from calloc, released with free: plain records, and buffers that have no type.
 #pragma once
 
+#include <cstddef>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -12,13 +13,20 @@ struct FreeDeleter {
 template <typename Record>
 using HeapRecord = std::unique_ptr<Record, FreeDeleter>;
 
-// All bytes zero. Null without memory.
-template <typename Record>
-HeapRecord<Record> tryAllocateZeroed() {
-    return HeapRecord<Record>(static_cast<Record*>(std::calloc(1, sizeof(Record))));
+namespace stg {
+
+// Null without memory.
+inline HeapRecord<void> tryAllocateZeroed(std::size_t size) {
+    return HeapRecord<void>(std::calloc(1, size));
 }
 
-// The same. Throws std::bad_alloc without memory.
+// Null without memory.
+template <typename Record>
+HeapRecord<Record> tryAllocateZeroed() {
+    return HeapRecord<Record>(static_cast<Record*>(tryAllocateZeroed(sizeof(Record)).release()));
+}
+
+// Throws std::bad_alloc without memory.
 template <typename Record>
 HeapRecord<Record> allocateZeroed() {
     HeapRecord<Record> record = tryAllocateZeroed<Record>();
@@ -27,3 +35,5 @@ HeapRecord<Record> allocateZeroed() {
     }
     return record;
 }
+
+}  // namespace stg

@@ -9,8 +9,8 @@
 
 namespace {
 
-const char* const kLogFile = "/scratch/log/libVeskNVMe.log";
-const char* const kLogLink = "/var/log/libVeskNVMe.log";
+constexpr const char* kLogFile = "/scratch/log/libVeskNVMe.log";
+constexpr const char* kLogLink = "/var/log/libVeskNVMe.log";
 
 constexpr std::uint64_t kFileLimit = 0x6400000;   // 100 MiB; rotated above it
 constexpr std::streamoff kBufferLimit = 0xFFFFF;  // an unfinished line is flushed above it
@@ -40,7 +40,6 @@ const char* timeText(std::time_t now) {
 
 namespace stg {
 
-CLogger lout;
 std::mutex CLogger::logMutex;
 
 CLogger::CLogger() : m_active(false) {}
@@ -51,10 +50,10 @@ VOID_ CLogger::startDebug() {
     const std::lock_guard<std::mutex> lock(logMutex);
     m_logPath = getLogFilePath();
     m_active = true;
-    // Opening an open stream would fail it, and a failed stream is rotated at the next line.
-    if (!m_logStream.is_open()) {
-        m_logStream.open(m_logPath, std::ios::app);
-    }
+    // ODDITY: a start on an open file fails the stream, and a failed stream is rotated and opened
+    // anew by the next line: a start that is tried again begins a new file. Pinned by
+    // Logger.StartOnAnOpenFileRotatesItAtTheNextLine.
+    m_logStream.open(m_logPath, std::ios::app);
 }
 
 VOID_ CLogger::stopDebug() {

@@ -6,6 +6,8 @@
 
 #include "support/log_line.h"
 
+namespace stg {
+
 // Returns `instance`, created if it was null; null if that failed with an exception of the kind
 // that is caught. `caller` begins the log line of a failure.
 template <typename Caught, typename T>
@@ -14,7 +16,7 @@ T* createOnce(T*& instance, const char* caller) {
         try {
             instance = new T;
         } catch (const Caught& error) {
-            stg::logLine(caller, "Failed to allocate Memory. ", error.what());
+            logLine(caller, "Failed to allocate Memory. ", error.what());
         }
     }
     return instance;
@@ -26,3 +28,5 @@ void destroyOnce(T*& instance) {
     delete instance;
     instance = nullptr;
 }
+
+}  // namespace stg

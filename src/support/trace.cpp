@@ -18,6 +18,8 @@ std::string withBlankBehindPointers(std::string signature) {
 
 }  // namespace
 
+namespace stg {
+
 std::string methodName(const std::string& signature) {
     const std::size_t end = std::min(signature.rfind('('), signature.size());
     // A function outside of any class has no "::"; its name starts behind its result type.
@@ -26,8 +28,6 @@ std::string methodName(const std::string& signature) {
     const std::size_t start = blank == std::string::npos ? 0 : blank + 1;
     return signature.substr(start, end - start) + "()";
 }
-
-namespace stg {
 
 void writeTrace(const char* signature, const char* label, const char* event) {
     try {

@@ -8,10 +8,10 @@
 
 #include <string>
 
+namespace stg {
+
 // The name in a trace line: class and method of a function signature, and "()".
 std::string methodName(const std::string& signature);
-
-namespace stg {
 
 // Writes the line. `signature` is the compiler's text for the function, `label` stands right behind
 // the parentheses of the name, `event` is " ENTRY " or " EXIT ".

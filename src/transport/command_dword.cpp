@@ -3,23 +3,8 @@
 #include "support/log_line.h"
 #include "support/trace.h"
 #include "transport/i_device_talker.h"
-#include "transport/live_talker.h"
 
-CCommandDword::CCommandDword()
-    : cdw0(0),
-      cdw1(0),
-      cdw2(0),
-      cdw3(0),
-      cdw_4_5(nullptr),
-      cdw_6_7(nullptr),
-      cdw8(0),
-      cdw9(0),
-      cdw10(0),
-      cdw11(0),
-      cdw12(0),
-      cdw13(0),
-      cdw14(0),
-      cdw15(0) {
+CCommandDword::CCommandDword() {
     LOG_ENTRY;
     LOG_EXIT;
 }
@@ -139,7 +124,7 @@ UNSIGNED_INTEGER CCommandDword::getcdw15() {
 RESULT CCommandDword::execute(ULONG_INT code) {
     LOG_ENTRY;
     RESULT result = 1;
-    IZNVDeviceTalker* const talker = liveDeviceTalker();
+    IZNVDeviceTalker* const talker = stg::liveDeviceTalker();
     if (talker != nullptr) {
         result = talker->executeCMD(this, code);
     } else {

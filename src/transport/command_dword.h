@@ -45,19 +45,19 @@ public:
     RESULT execute(ULONG_INT code);
 
 private:
-    UNSIGNED_INTEGER
-    cdw0;  // opcode in bits 0 to 7, fused operation in 8 and 9, command identifier in 16 to 31
-    UNSIGNED_INTEGER cdw1;   // namespace id
-    UNSIGNED_INTEGER cdw2;   // never sent
-    UNSIGNED_INTEGER cdw3;   // never sent
-    VOIDPTR cdw_4_5;         // address of a metadata buffer
-    VOIDPTR cdw_6_7;         // address of the data buffer
-    UNSIGNED_INTEGER cdw8;   // metadata length in bytes
-    UNSIGNED_INTEGER cdw9;   // data length in bytes
-    UNSIGNED_INTEGER cdw10;  // command specific
-    UNSIGNED_INTEGER cdw11;  // command specific
-    UNSIGNED_INTEGER cdw12;  // command specific
-    UNSIGNED_INTEGER cdw13;  // command specific
-    UNSIGNED_INTEGER cdw14;  // command specific
-    UNSIGNED_INTEGER cdw15;  // command specific
+    // Opcode in bits 0 to 7, fused operation in 8 and 9, command identifier in 16 to 31.
+    UNSIGNED_INTEGER cdw0 = 0;
+    UNSIGNED_INTEGER cdw1 = 0;   // namespace id
+    UNSIGNED_INTEGER cdw2 = 0;   // never sent
+    UNSIGNED_INTEGER cdw3 = 0;   // never sent
+    VOIDPTR cdw_4_5 = nullptr;   // address of a metadata buffer
+    VOIDPTR cdw_6_7 = nullptr;   // address of the data buffer
+    UNSIGNED_INTEGER cdw8 = 0;   // metadata length in bytes
+    UNSIGNED_INTEGER cdw9 = 0;   // data length in bytes
+    UNSIGNED_INTEGER cdw10 = 0;  // 10 to 15: command specific
+    UNSIGNED_INTEGER cdw11 = 0;
+    UNSIGNED_INTEGER cdw12 = 0;
+    UNSIGNED_INTEGER cdw13 = 0;
+    UNSIGNED_INTEGER cdw14 = 0;
+    UNSIGNED_INTEGER cdw15 = 0;
 };

@@ -2,7 +2,7 @@
 
 #include "support/trace.h"
 
-ICommandBuilder::ICommandBuilder() : dwIOCTLcode(0) {
+ICommandBuilder::ICommandBuilder() {
     LOG_ENTRY;
     LOG_EXIT;
 }

@@ -27,5 +27,5 @@ public:
     ULONG_INT getdwIOCTLcode();
 
 private:
-    ULONG_INT dwIOCTLcode;  // 1: device command, 0: PCI link data of the host's files
+    ULONG_INT dwIOCTLcode = 0;  // 1: device command, 0: PCI link data of the host's files
 };

@@ -1,4 +1,5 @@
-// The route to the controller as the rest of the library sees it.
+// The route to the controller as the rest of the library sees it, and the one place where it is
+// kept.
 //
 // No locks. Discovery changes handle and bdf and must not overlap commands; commands of several
 // threads may overlap, as they share only the read-only connection.
@@ -9,9 +10,27 @@
 
 #include <utility>
 
+class IZNVDeviceTalker;
+
+namespace stg {
+
+// The talker of the pair below if commands may use it: null before set-up and after tear-down.
+// The pair keeps its pointer when its talker is destroyed; a command that follows would call into
+// freed memory.
+IZNVDeviceTalker* liveDeviceTalker();
+
+// For constructors: whatever lay at this address before, a talker lies there now.
+void markTalkerLive(const IZNVDeviceTalker* talker);
+
+}  // namespace stg
+
 class IZNVDeviceTalker {
 public:
     IZNVDeviceTalker();
+    IZNVDeviceTalker(const IZNVDeviceTalker& other) : handle(other.handle), bdf(other.bdf) {
+        stg::markTalkerLive(this);
+    }
+    IZNVDeviceTalker& operator=(const IZNVDeviceTalker& other) = default;
     virtual ~IZNVDeviceTalker();
 
     // Looks for the controller anew, and keeps the connection to it.
@@ -32,6 +51,6 @@ public:
     static std::pair<STDSTR, IZNVDeviceTalker*> OS_OSTYPEPTR_PAIR;
 
 private:
-    HANDLE handle;
-    BDF bdf;
+    HANDLE handle = nullptr;
+    BDF bdf = {0, 0, 0};
 };

@@ -1,4 +1,4 @@
-#include "transport/management.h"
+#include "transport/management_tables.h"
 
 // Lists the NVMe adapters: their count, and an array of up to 64 entries.
 const ManagementCallback globalCallbacks[1] = {

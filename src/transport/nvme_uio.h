@@ -30,20 +30,20 @@ struct nvme_uio {
     VOIDPTR dataAddress;          // 104
     VOIDPTR metaAddress;          // 112
 };
-static_assert(sizeof(nvme_uio) == 120, "layout");
-static_assert(offsetof(nvme_uio, nsid) == 4, "layout");
-static_assert(offsetof(nvme_uio, cdw10) == 40, "layout");
-static_assert(offsetof(nvme_uio, cdw15) == 60, "layout");
-static_assert(offsetof(nvme_uio, completion) == 64, "layout");
-static_assert(offsetof(nvme_uio, completionStatus) == 78, "layout");
-static_assert(offsetof(nvme_uio, namespaceId) == 80, "layout");
-static_assert(offsetof(nvme_uio, direction) == 81, "layout");
-static_assert(offsetof(nvme_uio, uioStatus) == 84, "layout");
-static_assert(offsetof(nvme_uio, dataLength) == 88, "layout");
-static_assert(offsetof(nvme_uio, metaLength) == 92, "layout");
-static_assert(offsetof(nvme_uio, timeout) == 96, "layout");
-static_assert(offsetof(nvme_uio, dataAddress) == 104, "layout");
-static_assert(offsetof(nvme_uio, metaAddress) == 112, "layout");
+static_assert(sizeof(nvme_uio) == 120, "nvme_uio");
+static_assert(offsetof(nvme_uio, nsid) == 4, "nsid");
+static_assert(offsetof(nvme_uio, cdw10) == 40, "cdw10");
+static_assert(offsetof(nvme_uio, cdw15) == 60, "cdw15");
+static_assert(offsetof(nvme_uio, completion) == 64, "completion");
+static_assert(offsetof(nvme_uio, completionStatus) == 78, "completionStatus");
+static_assert(offsetof(nvme_uio, namespaceId) == 80, "namespaceId");
+static_assert(offsetof(nvme_uio, direction) == 81, "direction");
+static_assert(offsetof(nvme_uio, uioStatus) == 84, "uioStatus");
+static_assert(offsetof(nvme_uio, dataLength) == 88, "dataLength");
+static_assert(offsetof(nvme_uio, metaLength) == 92, "metaLength");
+static_assert(offsetof(nvme_uio, timeout) == 96, "timeout");
+static_assert(offsetof(nvme_uio, dataAddress) == 104, "dataAddress");
+static_assert(offsetof(nvme_uio, metaAddress) == 112, "metaAddress");
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "records are moved as they stand");
 
 // Every command goes out with this; the driver interprets it.

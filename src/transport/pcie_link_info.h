@@ -12,7 +12,7 @@ struct _VESKPCIInfo {
     UCHAR_ negotiatedLinkWidth;  // 2
     UCHAR_ maxLinkWidth;         // 3
 };
-static_assert(sizeof(_VESKPCIInfo) == 4, "layout");
-static_assert(offsetof(_VESKPCIInfo, maxLinkSpeed) == 1, "layout");
-static_assert(offsetof(_VESKPCIInfo, negotiatedLinkWidth) == 2, "layout");
-static_assert(offsetof(_VESKPCIInfo, maxLinkWidth) == 3, "layout");
+static_assert(sizeof(_VESKPCIInfo) == 4, "_VESKPCIInfo");
+static_assert(offsetof(_VESKPCIInfo, maxLinkSpeed) == 1, "maxLinkSpeed");
+static_assert(offsetof(_VESKPCIInfo, negotiatedLinkWidth) == 2, "negotiatedLinkWidth");
+static_assert(offsetof(_VESKPCIInfo, maxLinkWidth) == 3, "maxLinkWidth");

@@ -18,7 +18,7 @@ CReadPCIeCommandBuilder::~CReadPCIeCommandBuilder() {
 
 RESULT CReadPCIeCommandBuilder::buildCommand() {
     LOG_ENTRY;
-    m_pReply = attachReply(*m_pCommand, sizeof(_VESKPCIInfo));
+    m_pReply = stg::attachReply(*m_pCommand, sizeof(_VESKPCIInfo));
     const RESULT result = m_pReply ? 0 : 1;
     LOG_EXIT;
     return result;
@@ -27,7 +27,7 @@ RESULT CReadPCIeCommandBuilder::buildCommand() {
 VOID_ CReadPCIeCommandBuilder::execute() {
     LOG_ENTRY;
     // Not the base's execute(): the code stays 0, which leads to the host's file.
-    sendCommand(*this, m_pCommand.get());
+    stg::sendCommand(*this, m_pCommand.get());
     LOG_EXIT;
 }
 

@@ -2,7 +2,7 @@
 // _VESKPCIInfo and comes from a file of the host: no command is sent.
 #pragma once
 
-#include "transport/reply_buffer.h"
+#include "transport/command_steps.h"
 
 #include <memory>
 

@@ -4,12 +4,22 @@
 #include "support/log_line.h"
 #include "support/singleton.h"
 #include "support/trace.h"
-#include "transport/live_talker.h"
-#include "transport/management.h"
+#include "transport/management_calls.h"
+#include "transport/management_tables.h"
+#include "transport/nvme_adapter_list.h"
+#include "transport/pci_dump_parser.h"
+#include "transport/pcie_link_info.h"
+#include "transport/vmk_mgmt.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
+#include <fstream>
+#include <memory>
 #include <new>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -40,6 +50,35 @@ nvme_uio passThroughRecord(CCommandDword& command) {
     return uio;
 }
 
+constexpr USHORT_INT kControllerVendor = 0x1B4B;
+constexpr std::size_t kIdentifySize = 0x1000;
+
+// Ends a connection that was opened and does not lead to the controller.
+struct ConnectionCloser {
+    void operator()(nvme_handle* adapter) const {
+        vmk_MgmtUserDestroy(adapter->handle);
+        std::free(adapter);
+    }
+};
+using OpenConnection = std::unique_ptr<nvme_handle, ConnectionCloser>;
+
+// A connection to the adapter, or null if it could not be opened.
+OpenConnection openConnection(const nvmeAdapterInfo& info) {
+    HeapRecord<nvme_handle> adapter = stg::allocateZeroed<nvme_handle>();
+    stg::CVmwareZNVDeviceTalker_Helper helper;
+    if (helper.getDeviceHandle(adapter.get(), info) != 0) {
+        return nullptr;
+    }
+    return OpenConnection(adapter.release());
+}
+
+constexpr const char* kPciDumpFile = "/opt/orvo/pciconfig/Templspciconfig.txt";
+constexpr int kDumpLines = 16;  // of 16 bytes each
+
+UCHAR_ lowByte(USHORT_INT value) {
+    return static_cast<UCHAR_>(value & 0xFF);
+}
+
 }  // namespace
 
 CVMWareZNVDeviceTalker* CVMWareZNVDeviceTalker::m_pVMWareZNVDeviceTalkerInstance = nullptr;
@@ -66,7 +105,6 @@ CVMWareZNVDeviceTalker& CVMWareZNVDeviceTalker::operator=(const CVMWareZNVDevice
 
 CVMWareZNVDeviceTalker::~CVMWareZNVDeviceTalker() {
     LOG_ENTRY;
-    markTalkerGone(this);
     auto* const adapter = static_cast<nvme_handle*>(getHandle());
     if (adapter != nullptr) {
         vmk_MgmtUserDestroy(adapter->handle);
@@ -78,16 +116,15 @@ CVMWareZNVDeviceTalker::~CVMWareZNVDeviceTalker() {
 
 CVMWareZNVDeviceTalker* CVMWareZNVDeviceTalker::getUniqueInstance() {
     LOG_ENTRY;
-    CVMWareZNVDeviceTalker* const talker = createOnce<std::exception>(
+    CVMWareZNVDeviceTalker* const talker = stg::createOnce<std::exception>(
         m_pVMWareZNVDeviceTalkerInstance, "CVMWareZNVDeviceTalker::getUniqueInstance(): ");
-    markTalkerLive(talker);
     LOG_EXIT;
     return talker;
 }
 
 VOID_ CVMWareZNVDeviceTalker::destroyOSdeviceTalker() {
     LOG_ENTRY;
-    destroyOnce(m_pVMWareZNVDeviceTalkerInstance);
+    stg::destroyOnce(m_pVMWareZNVDeviceTalkerInstance);
     LOG_EXIT;
 }
 
@@ -110,7 +147,7 @@ RESULT CVMWareZNVDeviceTalker::executeCMD(CCommandDword* command, ULONG_INT code
         if (code == 0) {
             result = readPCIeConfigSpaceRegion(command);
         } else {
-            const HeapRecord<znvTalkerMulti> request = allocateZeroed<znvTalkerMulti>();
+            const HeapRecord<znvTalkerMulti> request = stg::allocateZeroed<znvTalkerMulti>();
             nvme_uio uio = passThroughRecord(*command);
             request->handle = static_cast<nvme_handle*>(getHandle());
             request->uio = &uio;
@@ -149,6 +186,170 @@ RESULT CVMWareZNVDeviceTalker::executeIOCTL(znvTalkerMulti* request) {
                          (status >> 9) & 0x07);
             stg::logLine("CVMWareZNVDeviceTalker::executeIOCTL: Status Code: ",
                          (status >> 1) & 0xFF);
+        }
+    }
+    LOG_EXIT;
+    return result;
+}
+
+// ---- Finding the controller: each adapter that the driver lists is opened and asked who it is,
+// until one answers with the right PCI vendor.
+
+UCHAR_ CVMWareZNVDeviceTalker::getControllerCount() {
+    LOG_ENTRY;
+    UCHAR_ controllers = 0;
+    try {
+        const HeapRecord<nvme_adapter_list> list = stg::allocateZeroed<nvme_adapter_list>();
+        BDF address = {0, 0, 0};
+        stg::CVmwareZNVDeviceTalker_Helper helper;
+        if (helper.getAllNVMeAdapters(list.get()) == 0) {
+            // The list has room for no more, whatever the driver claims.
+            const UNSIGNED_INTEGER count = std::min<UNSIGNED_INTEGER>(list->count, kMaxAdapters);
+            for (USHORT_INT index = 0; index < count && controllers == 0; ++index) {
+                OpenConnection adapter = openConnection(list->adapter[index]);
+                if (!adapter || isZenthraNVMeVESKcontroller(adapter.get()) != 0) {
+                    continue;
+                }
+                stg::logLine("CVMWareZNVDeviceTalker::getControllerCount(): Found Zenthra VESK R7 "
+                             "controller");
+                // ODDITY: a connection of an earlier scan is neither closed nor released here; the
+                // commands of another thread may be on it. Pinned by
+                // AdapterDiscovery.EachScanLeavesOneMoreConnectionOpen.
+                setHandle(adapter.release());
+                if (helper.findAndSetBDF(getHandle(), address) == 0) {
+                    setBDF(address);
+                    stg::logLine("CVMWareZNVDeviceTalker::getControllerCount(): Bus: ",
+                                 getBDF().bus);
+                    stg::logLine("CVMWareZNVDeviceTalker::getControllerCount(): Device: ",
+                                 getBDF().device);
+                    stg::logLine("CVMWareZNVDeviceTalker::getControllerCount(): Function: ",
+                                 getBDF().function);
+                }
+                controllers = 1;
+            }
+        }
+    } catch (const std::bad_alloc& error) {
+        stg::logLine("CVMWareZNVDeviceTalker::getControllerCount: Memory Allocation failed: ",
+                     error.what());
+    } catch (const std::exception& error) {
+        stg::logLine("CVMWareZNVDeviceTalker::getControllerCount: ", error.what());
+    }
+    LOG_EXIT;
+    return controllers;
+}
+
+RESULT CVMWareZNVDeviceTalker::getIdentifyData(nvme_handle* adapter, VOIDPTR buffer) {
+    LOG_ENTRY;
+    RESULT result = 1;
+    try {
+        nvme_uio uio = {};
+        uio.opcode = 6;  // Identify
+        uio.cdw10 = 1;   // the controller
+        uio.direction = 1;
+        uio.dataLength = kIdentifySize;
+        uio.timeout = kCommandTimeout;
+        uio.dataAddress = buffer;
+        const HeapRecord<znvTalkerMulti> request = stg::allocateZeroed<znvTalkerMulti>();
+        request->handle = adapter;
+        request->code = 1;
+        request->uio = &uio;
+        result = executeIOCTL(request.get());
+    } catch (const std::bad_alloc& error) {
+        stg::logLine("CVMWareZNVDeviceTalker::getIdentifyData: Memory allocation failed: ",
+                     error.what());
+    } catch (const std::exception& error) {
+        stg::logLine("CVMWareZNVDeviceTalker::getIdentifyData : Exception Error: ", error.what());
+    }
+    LOG_EXIT;
+    return result;
+}
+
+RESULT CVMWareZNVDeviceTalker::isZenthraNVMeVESKcontroller(nvme_handle* adapter) {
+    LOG_ENTRY;
+    UCHAR_ data[kIdentifySize] = {};
+    RESULT result = getIdentifyData(adapter, data);
+    if (result == 0) {
+        const auto vendor = static_cast<USHORT_INT>(data[0] | (data[1] << 8));
+        stg::logLine("CVMWareZNVDeviceTalker::isZenthraNVMeVESKcontroller: Vendor ID returned by "
+                     "identify admin command: ",
+                     vendor);
+        result = vendor == kControllerVendor ? 0 : 1;
+    }
+    LOG_EXIT;
+    return result;
+}
+
+// ---- The local road of a request with code 0: PCIe link data out of a text file of the host.
+
+RESULT CVMWareZNVDeviceTalker::readPCIeConfigSpaceRegion(CCommandDword* command) {
+    LOG_ENTRY;
+    RESULT result = 1;
+    try {
+        std::map<STDSTR, USHORT_INT> values;
+        result = getPCIeInfo(values);
+        if (result == 0 && command->getcdw_6_7() != nullptr) {
+            _VESKPCIInfo link = {};
+            link.negotiatedLinkSpeed = lowByte(values["Negotiated Link Speed"]);
+            link.maxLinkSpeed = lowByte(values["Max Link Speed"]);
+            link.negotiatedLinkWidth = lowByte(values["Negotiated Link Width"]);
+            link.maxLinkWidth = lowByte(values["Max Link Width"]);
+            std::memcpy(command->getcdw_6_7(), &link, sizeof(link));
+        }
+    } catch (const std::bad_alloc& error) {
+        stg::logLine(
+            "CVMWareZNVDeviceTalker::readPCIeConfigSpaceRegion(): Memory allocation failed: ",
+            error.what());
+        result = 1;
+    } catch (const std::exception& error) {
+        stg::logLine("CVMWareZNVDeviceTalker::readPCIeConfigSpaceRegion() : Exception Error: ",
+                     error.what());
+        result = 1;
+    }
+    LOG_EXIT;
+    return result;
+}
+
+RESULT CVMWareZNVDeviceTalker::getPCIeInfo(std::map<STDSTR, USHORT_INT>& values) {
+    LOG_ENTRY;
+    RESULT result = 1;
+    const auto* const adapter = static_cast<const nvme_handle*>(getHandle());
+    if (adapter != nullptr) {
+        stg::IZNVDeviceTalker_Helper helper;
+        std::ifstream file(kPciDumpFile);
+        std::vector<USHORT_INT> dump;
+        std::string line;
+        // ODDITY: the count is never reset, so a second header reads no lines of its own and parses
+        // the first dump again. Pinned by PciLink.SecondHeaderParsesTheFirstDumpAgain.
+        int dumpLines = 0;
+        while (std::getline(file, line)) {
+            if (line.find(adapter->name) == std::string::npos) {
+                continue;
+            }
+            stg::logLine(
+                "CVMWareZNVDeviceTalker::getPCIeInfo: Found Zenthra NVMe controller in pci "
+                "config file");
+            while (dumpLines < kDumpLines && std::getline(file, line)) {
+                ++dumpLines;
+                result = helper.fetchHexDumpLineIntoVector(line, dump, 0);
+                if (result != 0) {
+                    break;
+                }
+            }
+            if (result != 0) {
+                continue;
+            }
+            result = helper.parsePCIHexDump(dump, values);
+            stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Parse PCI config space hex dump "
+                         "result: ",
+                         result);
+            stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Negotiated Link Speed ",
+                         values["Negotiated Link Speed"]);
+            stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Speed: ",
+                         values["Max Link Speed"]);
+            stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Negotiated Link Width: ",
+                         values["Negotiated Link Width"]);
+            stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Width: ",
+                         values["Max Link Width"]);
         }
     }
     LOG_EXIT;

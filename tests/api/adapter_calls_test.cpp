@@ -1,9 +1,9 @@
 // The adapter calls on a host without a controller, and the life of a failure code.
 #include "api/command_handler.h"
 #include "api/error_state.h"
-#include "traced_host.h"
-#include "noise.h"
 #include "discovery_script.h"
+#include "noise.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
@@ -15,10 +15,10 @@ namespace {
 
 using vesktest::count;
 using vesktest::inOrder;
-using vesktest::TracedHost;
 using vesktest::LogLines;
 using vesktest::noise;
 using vesktest::ScriptedDriver;
+using vesktest::TracedHost;
 
 const char* const kSuccess = "libVeskNVMe SUCESS: ERR_NONE ";
 

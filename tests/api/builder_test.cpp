@@ -2,8 +2,8 @@
 #include "api/builder_type_factory.h"
 #include "api/error_state.h"
 #include "controller/controller_builder.h"
-#include "traced_host.h"
 #include "memory_faults.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
@@ -13,8 +13,8 @@
 namespace {
 
 using vesktest::AllocationSize;
-using vesktest::TracedHost;
 using vesktest::LogLines;
+using vesktest::TracedHost;
 
 // A builder that overrides what it must.
 class LeastBuilder : public IBuilder {

@@ -1,11 +1,11 @@
 // The dispatcher: every command id, without a controller.
 #include "api/command_handler.h"
 #include "api/error_state.h"
+#include "discovery_script.h"
 #include "events/event_monitor.h"
-#include "traced_host.h"
 #include "memory_faults.h"
 #include "noise.h"
-#include "discovery_script.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
@@ -21,10 +21,10 @@ namespace {
 using vesktest::contains;
 using vesktest::count;
 using vesktest::inOrder;
-using vesktest::TracedHost;
 using vesktest::LogLines;
 using vesktest::noise;
 using vesktest::ScriptedDriver;
+using vesktest::TracedHost;
 
 RESULT run(UNSIGNED_INTEGER id, VOIDPTR arg1 = nullptr, VOIDPTR arg2 = nullptr,
            VOIDPTR arg3 = nullptr, VOIDPTR arg4 = nullptr) {

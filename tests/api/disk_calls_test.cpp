@@ -1,7 +1,7 @@
 // What the disk and event calls log around their dispatch. Their answers are the builders' affair.
-#include "traced_host.h"
-#include "noise.h"
 #include "discovery_script.h"
+#include "noise.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
@@ -13,10 +13,10 @@ namespace {
 
 using vesktest::count;
 using vesktest::inOrder;
-using vesktest::TracedHost;
 using vesktest::LogLines;
 using vesktest::noise;
 using vesktest::ScriptedDriver;
+using vesktest::TracedHost;
 
 struct DiskCall {
     const char* function;

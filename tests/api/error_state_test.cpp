@@ -6,8 +6,8 @@
 
 namespace {
 
-using vesktest::TracedHost;
 using vesktest::LogLines;
+using vesktest::TracedHost;
 using ErrorStateClass = VeskNVMeLibrary_Error;
 
 }  // namespace

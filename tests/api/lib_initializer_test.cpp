@@ -1,8 +1,8 @@
 // Making and unmaking the talker, and asking it for the controller.
 #include "api/lib_initializer.h"
-#include "traced_host.h"
-#include "memory_faults.h"
 #include "discovery_script.h"
+#include "memory_faults.h"
+#include "traced_host.h"
 #include "transport/vmware_device_talker.h"
 
 #include <gtest/gtest.h>
@@ -11,9 +11,9 @@ namespace {
 
 using vesktest::contains;
 using vesktest::count;
-using vesktest::TracedHost;
 using vesktest::PrivateHost;
 using vesktest::ScriptedDriver;
+using vesktest::TracedHost;
 
 const auto& pair() {
     return IZNVDeviceTalker::OS_OSTYPEPTR_PAIR;

@@ -3,7 +3,7 @@
 #include "api/error_state.h"
 #include "events/event_monitor.h"
 #include "scripted_driver.h"
-#include "support/library_helper.h"
+#include "support/ini_files.h"
 #include "support/logger.h"
 #include "transport/vmware_device_talker.h"
 

@@ -1,10 +1,10 @@
 // Set-up on a host without a controller.
 #include "api/command_handler.h"
 #include "api/error_state.h"
-#include "events/event_monitor.h"
-#include "traced_host.h"
 #include "discovery_script.h"
-#include "support/library_helper.h"
+#include "events/event_monitor.h"
+#include "support/ini_files.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
@@ -14,10 +14,10 @@ using vesktest::contains;
 using vesktest::inOrder;
 using vesktest::kLogPath;
 using vesktest::LogFile;
-using vesktest::TracedHost;
 using vesktest::LogLines;
 using vesktest::PrivateHost;
 using vesktest::ScriptedDriver;
+using vesktest::TracedHost;
 
 }  // namespace
 

@@ -1,8 +1,8 @@
 // Tear-down of a library without a controller: the counter, and the exception.
 #include "api/command_handler.h"
 #include "api/error_state.h"
-#include "traced_host.h"
 #include "discovery_script.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
@@ -11,8 +11,8 @@
 namespace {
 
 using vesktest::contains;
-using vesktest::TracedHost;
 using vesktest::LogLines;
+using vesktest::TracedHost;
 
 }  // namespace
 

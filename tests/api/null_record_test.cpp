@@ -1,8 +1,8 @@
 // Calls with a null record pointer.
 #include "api/command_handler.h"
 #include "api/error_state.h"
-#include "traced_host.h"
 #include "scripted_driver.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
@@ -11,8 +11,8 @@
 
 namespace {
 
-using vesktest::TracedHost;
 using vesktest::LogLines;
+using vesktest::TracedHost;
 
 struct NullCall {
     const char* function;

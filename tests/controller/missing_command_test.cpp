@@ -6,7 +6,9 @@
 #include "traced_host.h"
 
 #include "api/error_state.h"
-#include "controller/adapter_command_builders.h"
+#include "controller/adapter_config_builder.h"
+#include "controller/adapter_info_builder.h"
+#include "controller/adapter_oem_data_builder.h"
 #include "controller/controller_builder.h"
 #include "transport/read_pcie_command_builder.h"
 

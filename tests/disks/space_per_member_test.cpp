@@ -1,6 +1,7 @@
 // What a virtual disk takes of each of its members.
 #include "disk_records.h"
 #include "disk_rig.h"
+#include "memory_faults.h"
 
 #include "disks/vd_info_data.h"
 #include "disks/virtual_disk.h"
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -45,6 +47,24 @@ public:
 
     CVirtualDisk disk;
 };
+
+TEST(SpacePerMember, EachIdIsLoggedAndThenTaken) {
+    if (!vesktest::kCanFailNew) {
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
+    }
+    const vesktest::TracedHost host;
+    CVirtualDisk disk;
+    unsigned short ids[] = {7, 8, 9};
+    {
+        // The list grows to one byte, and then to two.
+        const vesktest::FailNew fault(vesktest::AllocationSize::exactly(2));
+        EXPECT_THROW(disk.setPDIdsOfContainingPDs(3, ids), std::bad_alloc);
+        EXPECT_TRUE(fault.triggered());
+    }
+    stg::lout << '\n';
+    EXPECT_EQ(disk.getPDIdsOfContainingPDs(), Bytes{7});
+    EXPECT_TRUE(vesktest::contains(host.lines(), kIds + "7 8 "));
+}
 
 TEST(SpacePerMember, ModeZeroIsDividedByTheMembersAndTruncated) {
     SpaceRig rig;

@@ -90,32 +90,26 @@ TEST(EventDeliveryFailure, EventsBeyondTheBudgetAreKeptTooWhenTheMarkFails) {
     EXPECT_EQ(host.deliverNumbers(), numbers(1, 64));
 }
 
-TEST(EventDeliveryFailure, EventWithoutMemoryForItsCopyIsSkippedWithALine) {
+TEST(EventDeliveryFailure, EventWithoutMemoryForItsCopyIsSkippedAndIsAFailure) {
     EventHost host(kMapping);
     host.poll(eventLines(1, 3));
     host.host().forgetLines();
-    host.deliverNumbers();
-    const std::size_t usualLines = host.host().messages().size();
-
-    host.poll(eventLines(4, 6));
-    host.host().forgetLines();
+    VeskNVMeLibrary_Error::setErrorCode(0);
     Numbers delivered;
     {
         const FailMalloc fault(AllocationSize::exactly(64), 2);
-        std::vector<IObject*> objects;
-        CEventBuilder().getObjectVector(objects);
+        delivered = host.deliverNumbers();
         EXPECT_TRUE(fault.triggered());
-        for (IObject* const object : objects) {
-            delivered.push_back(static_cast<_Event*>(static_cast<void*>(object))->sequenceNo);
-            std::free(object);
-        }
     }
-    EXPECT_EQ(delivered, (Numbers{4, 6}));
-    // Three lines less of the event that was skipped, and one more that says so.
-    EXPECT_EQ(host.host().messages().size(), usualLines - 3 + 1);
+    EXPECT_EQ(delivered, (Numbers{1, 3}));
+    EXPECT_TRUE(vesktest::inOrder(host.host().messages(),
+                                  {"CEventBuilder::getObjectVector: Sequence Number pushed: 1",
+                                   "std::bad_alloc", "libVeskNVMe FAILED: ERR_FAIL ",
+                                   "CEventBuilder::getObjectVector: Sequence Number pushed: 3"}));
     EXPECT_FALSE(vesktest::contains(host.host().messages(),
-                                    "CEventBuilder::getObjectVector: Sequence Number pushed: 5"));
-    EXPECT_EQ(host.mapping(), "[PhysicalDevice]\n1=500\n[EventSequenceNumber]\nSequenceNumber=6\n");
+                                    "CEventBuilder::getObjectVector: Sequence Number pushed: 2"));
+    EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 1);
+    EXPECT_EQ(host.mapping(), "[PhysicalDevice]\n1=500\n[EventSequenceNumber]\nSequenceNumber=3\n");
 }
 
 TEST(EventDeliveryFailure, LastEventWithoutMemoryComesWithTheNextDelivery) {
@@ -131,35 +125,62 @@ TEST(EventDeliveryFailure, LastEventWithoutMemoryComesWithTheNextDelivery) {
     EXPECT_EQ(host.deliverNumbers(), (Numbers{3}));
 }
 
-TEST(EventDeliveryFailure, RowThatEndsWithItsKeyThrowsAndReleasesTheLock) {
+TEST(EventDeliveryFailure, RowThatEndsWithItsKeyDeliversWhatWasPushedAndKeepsTheRest) {
     const std::string mapping =
         "[PhysicalDevice]\n1=500\n2\n[EventSequenceNumber]\nSequenceNumber=0\n";
     EventHost host(mapping);
-    host.poll(eventLines(1, 2) + "[SEQ]3[EVT_ID]2[MSG]PD_event_INFO\n");
-    std::vector<IObject*> objects;
-    {
-        CEventBuilder builder;
-        EXPECT_THROW(builder.getObjectVector(objects), std::out_of_range);
-    }
+    host.poll(eventLines(1, 2) + "[SEQ]3[EVT_ID]2[MSG]PD_event_INFO\n" + eventLines(4, 4));
+    host.host().forgetLines();
+    VeskNVMeLibrary_Error::setErrorCode(0);
+    EXPECT_EQ(host.deliverNumbers(), (Numbers{1, 2}));
+    EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 1);
+    EXPECT_TRUE(vesktest::inOrder(host.host().lines(),
+                                  {"CEventBuilder::getObjectVector: Sequence Number pushed: 2",
+                                   "libVeskNVMe FAILED: ERR_FAIL ",
+                                   "CEventBuilder::getObjectVector() EXIT "}));
+    EXPECT_TRUE(vesktest::containsPart(host.host().messages(), "basic_string::substr"));
     EXPECT_TRUE(EventHost::unlocked());
     EXPECT_EQ(host.mapping(), mapping);
-    EXPECT_EQ(EventHost::collected(), numbers(1, 3));
-    // Whether what was pushed before is still there or not, it is the holder's of the vector.
-    for (IObject* const object : objects) {
-        std::free(object);
-    }
+    EXPECT_EQ(EventHost::collected(), numbers(1, 4));
     // The row mended, all of them come.
     host.files().writeMappingIni(
         "[PhysicalDevice]\n1=500\n2=600\n[EventSequenceNumber]\nSequenceNumber=0\n");
-    EXPECT_EQ(host.deliverNumbers(), (Numbers{1, 2, 3}));
+    EXPECT_EQ(host.deliverNumbers(), (Numbers{1, 2, 3, 4}));
 }
 
-TEST(EventDeliveryFailure, MarkThatEndsWithItsKeyThrowsAndReleasesTheLock) {
-    EventHost host("[PhysicalDevice]\n1=500\n[EventSequenceNumber]\nSequenceNumber\n");
+TEST(EventDeliveryFailure, MarkThatEndsWithItsKeyDeliversNothingAndKeepsTheEvents) {
+    const std::string mapping = "[PhysicalDevice]\n1=500\n[EventSequenceNumber]\nSequenceNumber\n";
+    EventHost host(mapping);
     host.poll(eventLines(1, 2));
-    EXPECT_THROW(host.deliver(), std::out_of_range);
+    VeskNVMeLibrary_Error::setErrorCode(0);
+    EXPECT_EQ(host.deliverNumbers(), Numbers{});
+    EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 1);
     EXPECT_TRUE(EventHost::unlocked());
+    EXPECT_EQ(host.mapping(), mapping);
     EXPECT_EQ(EventHost::collected(), numbers(1, 2));
+}
+
+TEST(EventDeliveryFailure, WithoutMemoryForTheListNothingIsLost) {
+    if (!vesktest::kCanFailNew) {
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
+    }
+    EventHost host(kMapping);
+    host.poll(eventLines(1, 20));
+    VeskNVMeLibrary_Error::setErrorCode(0);
+    std::vector<IObject*> objects;
+    {
+        // The list doubles its room: from 16 pointers on to 32.
+        const vesktest::FailNew fault(AllocationSize::exactly(32 * sizeof(void*)));
+        CEventBuilder().getObjectVector(objects);
+        EXPECT_TRUE(fault.triggered());
+    }
+    EXPECT_EQ(objects.size(), 16U);
+    for (IObject* const object : objects) {
+        std::free(object);
+    }
+    EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 1);
+    EXPECT_EQ(host.mapping(), kMapping);
+    EXPECT_EQ(host.deliverNumbers(), numbers(1, 20));
 }
 
 // Each allocation of a delivery in turn. A later delivery has all the events that the failed one

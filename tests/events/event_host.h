@@ -6,7 +6,7 @@
 #include "traced_host.h"
 
 #include "events/event_builder.h"
-#include "support/library_helper.h"
+#include "support/ini_files.h"
 
 #include <cstdlib>
 #include <cstring>

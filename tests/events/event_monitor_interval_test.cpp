@@ -2,7 +2,7 @@
 #include "running_monitor.h"
 #include "traced_host.h"
 
-#include "support/library_helper.h"
+#include "support/ini_files.h"
 
 #include <gtest/gtest.h>
 

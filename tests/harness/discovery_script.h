@@ -3,7 +3,7 @@
 
 #include "scripted_driver.h"
 
-#include "transport/management.h"
+#include "transport/management_tables.h"
 
 #include <cstdint>
 #include <string>

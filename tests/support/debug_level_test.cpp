@@ -1,7 +1,7 @@
 // Switching the log on and off.
 #include "log_file.h"
 #include "private_host.h"
-#include "support/library_helper.h"
+#include "support/ini_files.h"
 #include "support/logger.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // INI files that hold anything at all.
+#include "support/ini_files.h"
 #include "traced_host.h"
-#include "support/library_helper.h"
 
 #include <gtest/gtest.h>
 
@@ -87,7 +87,7 @@ TEST(HostileIni, NumberOfAMillionDigitsIsAConversionError) {
     const std::string digits(1000000, '9');
     logging.files().writeConfigIni("[Polling]\npollingIntervalInSeconds=" + digits + "\n");
     logging.files().writeMappingIni("[Adapter]\n1=" + digits +
-                                   "\n[EventSequenceNumber]\nSequenceNumber=" + digits + "\n");
+                                    "\n[EventSequenceNumber]\nSequenceNumber=" + digits + "\n");
     EXPECT_EQ(Helper::readPollingIntervalFromINIFile(), 50);
     EXPECT_EQ(Helper::readEventCodeFromINIFile("Adapter", 1), 0);
     EXPECT_EQ(Helper::readEventSeqNumberFromINIFile(), 0);

@@ -1,7 +1,7 @@
 // Where the INI files are looked for.
 #include "failing_calls.h"
+#include "support/ini_files.h"
 #include "traced_host.h"
-#include "support/library_helper.h"
 
 #include <gtest/gtest.h>
 

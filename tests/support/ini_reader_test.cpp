@@ -1,6 +1,6 @@
 // How a property is found in an INI file.
+#include "support/ini_files.h"
 #include "traced_host.h"
-#include "support/library_helper.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The three numbers that the library reads from its INI files.
+#include "support/ini_files.h"
 #include "traced_host.h"
-#include "support/library_helper.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,8 @@
 
 namespace {
 
-using vesktest::TracedHost;
 using vesktest::LogLines;
+using vesktest::TracedHost;
 using Helper = VeskNVMeLibrary_Helper;
 
 class IniValues : public ::testing::Test {

@@ -19,9 +19,9 @@ using vesktest::kLogLinkPath;
 using vesktest::kLogPath;
 using vesktest::LogEntry;
 using vesktest::LogFile;
-using vesktest::TracedHost;
 using vesktest::LogLines;
 using vesktest::PrivateHost;
+using vesktest::TracedHost;
 
 std::string ownThreadId() {
     std::ostringstream text;
@@ -220,24 +220,19 @@ TEST(Logger, StopWithoutStartDoesNothing) {
     EXPECT_FALSE(host.exists(kLogPath));
 }
 
-TEST(Logger, SecondStartKeepsTheOpenFile) {
+TEST(Logger, StartOnAnOpenFileRotatesItAtTheNextLine) {
     TracedHost logging;
     lout << "one" << '\n';
-    // A file that was opened anew would be another one.
-    std::filesystem::rename(logging.files().path(kLogPath),
-                            logging.files().path("/scratch/log/moved"));
     lout.startDebug();
+    EXPECT_FALSE(logging.files().exists("/scratch/log/libVeskNVMe.log.1"));
     lout << "two" << '\n';
     lout << "three" << '\n';
-    EXPECT_FALSE(logging.files().exists(kLogPath));
-    EXPECT_FALSE(logging.files().exists("/scratch/log/libVeskNVMe.log.1"));
-    const LogLines expected = {"one", "two", "three"};
-    const std::vector<LogEntry> entries =
-        vesktest::parseLog(logging.files().read("/scratch/log/moved"));
-    ASSERT_EQ(entries.size(), expected.size());
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        EXPECT_EQ(entries[i].text, expected[i]);
-    }
+    EXPECT_EQ(logging.log().lines(), (LogLines{"two", "three"}));
+    const std::vector<LogEntry> before =
+        vesktest::parseLog(logging.files().read("/scratch/log/libVeskNVMe.log.1"));
+    ASSERT_EQ(before.size(), 1U);
+    EXPECT_EQ(before[0].text, "one");
+    EXPECT_FALSE(logging.files().exists("/scratch/log/libVeskNVMe.log.2"));
 }
 
 TEST(Logger, FileThatCannotBeOpenedDropsTheLines) {

@@ -1,8 +1,8 @@
 // The rewriting of the stored sequence number, in place.
 #include "failing_calls.h"
-#include "traced_host.h"
 #include "memory_faults.h"
-#include "support/library_helper.h"
+#include "support/ini_files.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
@@ -158,6 +158,21 @@ TEST(SequenceNumberFile, FullDiskFails) {
     });
     EXPECT_EQ(Helper::writeSEQNumberToFile(kMappingIniPath, "45678"), 1);
     EXPECT_EQ(host.read(kMappingIniPath), "SequenceNumber=123\n");
+}
+
+TEST(SequenceNumberFile, ReadThatFailsOnTheWayBackFailsAndLeavesTheNumber) {
+    const vesktest::TracedHost host;
+    const std::string text = "[EventSequenceNumber]\nSequenceNumber=123\n";
+    host.files().writeMappingIni(text);
+    {
+        const FailingCalls failing([](const std::string& call, const std::string& path) {
+            return call == "read" && path == kMappingIniPath ? EIO : 0;
+        });
+        EXPECT_EQ(Helper::writeSEQNumberToFile(kMappingIniPath, "456"), 1);
+    }
+    EXPECT_EQ(host.files().read(kMappingIniPath), text);
+    EXPECT_FALSE(vesktest::containsPart(host.lines(), "Write SEQ Number"));
+    EXPECT_FALSE(vesktest::containsPart(host.lines(), "Write complete..."));
 }
 
 TEST(SequenceNumberFile, LackOfMemoryFailsAndIsLogged) {

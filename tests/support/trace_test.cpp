@@ -1,6 +1,6 @@
 // The names in trace lines, and the trace lines themselves.
-#include "traced_host.h"
 #include "support/trace.h"
+#include "traced_host.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 
 namespace {
 
-using vesktest::TracedHost;
 using vesktest::LogLines;
+using vesktest::TracedHost;
 
 class TracedThing {
 public:
@@ -31,38 +31,42 @@ public:
 }  // namespace
 
 TEST(MethodName, HoldsClassAndMethodWithoutReturnType) {
-    EXPECT_EQ(methodName("void CEventBuilder::getEventInfo()"), "CEventBuilder::getEventInfo()");
+    EXPECT_EQ(stg::methodName("void CEventBuilder::getEventInfo()"),
+              "CEventBuilder::getEventInfo()");
 }
 
 TEST(MethodName, DropsTheArguments) {
-    EXPECT_EQ(methodName("RESULT EventParser::parseEvent(std::__cxx11::string, PEvent)"),
+    EXPECT_EQ(stg::methodName("RESULT EventParser::parseEvent(std::__cxx11::string, PEvent)"),
               "EventParser::parseEvent()");
 }
 
 TEST(MethodName, StartsBehindTheLastBlankBeforeTheClass) {
-    EXPECT_EQ(methodName("static CommandHandler* CommandHandler::getUniqueInstance()"),
+    EXPECT_EQ(stg::methodName("static CommandHandler* CommandHandler::getUniqueInstance()"),
               "CommandHandler::getUniqueInstance()");
-    EXPECT_EQ(methodName("virtual VOID_ CControllerBuilder::buidInfo(int)"),
+    EXPECT_EQ(stg::methodName("virtual VOID_ CControllerBuilder::buidInfo(int)"),
               "CControllerBuilder::buidInfo()");
 }
 
 TEST(MethodName, SignatureWithoutReturnTypeStartsAtItsFirstCharacter) {
-    EXPECT_EQ(methodName("CController::CController()"), "CController::CController()");
+    EXPECT_EQ(stg::methodName("CController::CController()"), "CController::CController()");
 }
 
 TEST(MethodName, KeepsAReturnTypeThatHoldsANamespace) {
-    EXPECT_EQ(methodName("std::__cxx11::string VeskNVMeLibrary_Helper::readPropertyFromFile(int)"),
-              "std::__cxx11::string VeskNVMeLibrary_Helper::readPropertyFromFile()");
-    EXPECT_EQ(methodName("static std::string Helper::text(int)"), "std::string Helper::text()");
+    EXPECT_EQ(
+        stg::methodName("std::__cxx11::string VeskNVMeLibrary_Helper::readPropertyFromFile(int)"),
+        "std::__cxx11::string VeskNVMeLibrary_Helper::readPropertyFromFile()");
+    EXPECT_EQ(stg::methodName("static std::string Helper::text(int)"),
+              "std::string Helper::text()");
 }
 
 TEST(MethodName, EndsBeforeTheLastParenthesis) {
-    EXPECT_EQ(methodName("void Thing::run(int (*)(char))"), "Thing::run(int (*)()");
+    EXPECT_EQ(stg::methodName("void Thing::run(int (*)(char))"), "Thing::run(int (*)()");
 }
 
 TEST(MethodName, KeepsTheWholeQualification) {
-    EXPECT_EQ(methodName("INTEGER stg::CVmwareZNVDeviceTalker_Helper::getAllNVMeAdapters(int)"),
-              "stg::CVmwareZNVDeviceTalker_Helper::getAllNVMeAdapters()");
+    EXPECT_EQ(
+        stg::methodName("INTEGER stg::CVmwareZNVDeviceTalker_Helper::getAllNVMeAdapters(int)"),
+        "stg::CVmwareZNVDeviceTalker_Helper::getAllNVMeAdapters()");
 }
 
 TEST(Trace, EntryAndExitCarryTheName) {

@@ -3,7 +3,7 @@
 #include "discovery_script.h"
 #include "traced_host.h"
 
-#include "transport/vmware_device_talker_helper.h"
+#include "transport/management_calls.h"
 
 #include <gtest/gtest.h>
 

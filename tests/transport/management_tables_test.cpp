@@ -1,5 +1,6 @@
 // The tables that go over to the driver's side, byte by byte.
-#include "transport/management.h"
+#include "transport/management_tables.h"
+#include "transport/vmk_mgmt.h"
 
 #include <gtest/gtest.h>
 
@@ -13,9 +14,8 @@ namespace {
 
 // On x86-64 a call without a prototype of the parameters serves a platform function of either kind;
 // the fixed form leaves AL undefined for a variadic one.
-static_assert(
-    std::is_same_v<decltype(vmk_MgmtUserCallbackInvokeInt),
-                   int(unsigned long, unsigned long, unsigned long, unsigned int, ...)>);
+static_assert(std::is_same_v<decltype(vmk_MgmtUserCallbackInvokeInt),
+                             int(unsigned long, unsigned long, unsigned long, unsigned int, ...)>);
 
 template <std::size_t Size, typename Object>
 std::array<std::uint8_t, Size> bytesOf(const Object& object) {

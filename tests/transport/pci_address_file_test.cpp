@@ -2,7 +2,7 @@
 #include "noise.h"
 #include "traced_host.h"
 
-#include "transport/vmware_device_talker_helper.h"
+#include "transport/management_calls.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // One line of a PCI configuration dump.
 #include "traced_host.h"
 
-#include "transport/device_talker_helper.h"
+#include "transport/pci_dump_parser.h"
 
 #include <gtest/gtest.h>
 

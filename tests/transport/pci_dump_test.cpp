@@ -1,7 +1,7 @@
 // The walk through a dump of configuration space to the PCI Express capability.
 #include "traced_host.h"
 
-#include "transport/device_talker_helper.h"
+#include "transport/pci_dump_parser.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 #include "pci_dump_file.h"
 #include "traced_host.h"
 
-#include "transport/device_talker_helper.h"
+#include "transport/pci_dump_parser.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,8 @@
 // functions stand in front of any library's.
 #include "traced_host.h"
 
-#include "transport/management.h"
+#include "transport/management_tables.h"
+#include "transport/vmk_mgmt.h"
 #include "transport/vmware_device_talker.h"
 
 #include <gtest/gtest.h>

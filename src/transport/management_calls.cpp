@@ -1,17 +1,16 @@
-#include "transport/vmware_device_talker_helper.h"
+#include "transport/management_calls.h"
 
 #include "support/log_line.h"
 #include "support/trace.h"
-#include "transport/management.h"
+#include "transport/management_tables.h"
+#include "transport/pci_address_file.h"
+#include "transport/vmk_mgmt.h"
 
 #include <cstring>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 
 namespace {
-
-const char* const kBdfFile = "/opt/orvo/pciconfig/Templspcibdf.txt";
 
 // Closes the connection to the adapter list on every way out.
 class ListConnection {
@@ -29,23 +28,6 @@ private:
 void copyName(char (&target)[32], const char (&source)[32]) {
     std::memset(target, 0, sizeof(target));
     std::memcpy(target, source, strnlen(source, sizeof(source) - 1));
-}
-
-// The first `length` characters behind the first `mark` at or behind `position`, which then stands
-// behind that mark. Without such a mark: an empty text, which no conversion takes.
-std::string textBehind(const std::string& line, char mark, std::size_t length,
-                       std::size_t& position) {
-    const std::size_t found = line.find(mark, position);
-    if (found == std::string::npos) {
-        position = line.size();
-        return std::string();
-    }
-    position = found + 1;
-    return line.substr(position, length);
-}
-
-UCHAR_ hexByte(const std::string& text) {
-    return static_cast<UCHAR_>(std::stoul(text, nullptr, 16));
 }
 
 }  // namespace
@@ -97,28 +79,13 @@ INTEGER CVmwareZNVDeviceTalker_Helper::getDeviceHandle(nvme_handle* adapter, nvm
 RESULT CVmwareZNVDeviceTalker_Helper::findAndSetBDF(HANDLE adapter, BDF& address) {
     LOG_ENTRY;
     RESULT result = 1;
-    std::ifstream file(kBdfFile);
-    if (!file.is_open()) {
+    std::string line;
+    if (!findAddressLine(static_cast<const nvme_handle*>(adapter)->name, line)) {
         logLine(
             "stg::CVmwareZNVDeviceTalker_Helper::findAndSetBDF: PCI BDF file could not be opened");
     } else {
-        const char* const name = static_cast<const nvme_handle*>(adapter)->name;
-        std::string line;
-        bool found = false;
-        while (!found && std::getline(file, line)) {
-            found = line.find(name) != std::string::npos;
-        }
-        if (!found) {
-            line.clear();
-        }
-        std::size_t position = 0;
-        const std::string bus = textBehind(line, ':', 2, position);
-        const std::string device = textBehind(line, ':', 2, position);
-        const std::string function = textBehind(line, '.', 1, position);
         try {
-            address.bus = hexByte(bus);
-            address.device = hexByte(device);
-            address.function = hexByte(function);
+            readAddress(line, address);
             result = 0;
         } catch (const std::logic_error& error) {
             logLine(

@@ -2,6 +2,7 @@
 // PCI address of one of them.
 #pragma once
 
+#include "transport/nvme_adapter_list.h"
 #include "transport/nvme_handle.h"
 
 namespace stg {

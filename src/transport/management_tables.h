@@ -2,7 +2,6 @@
 #pragma once
 
 #include "VeskNvme.h"
-#include "transport/vmk_mgmt.h"
 
 #include <cstddef>
 
@@ -19,13 +18,13 @@ struct ManagementCallback {
     UNSIGNED_INTEGER padding52;     // 52
     ULONG_INT callbackId;           // 56
 };
-static_assert(sizeof(ManagementCallback) == 64, "layout");
-static_assert(offsetof(ManagementCallback, callback) == 8, "layout");
-static_assert(offsetof(ManagementCallback, synchronous) == 16, "layout");
-static_assert(offsetof(ManagementCallback, numParms) == 17, "layout");
-static_assert(offsetof(ManagementCallback, parmSizes) == 20, "layout");
-static_assert(offsetof(ManagementCallback, parmTypes) == 36, "layout");
-static_assert(offsetof(ManagementCallback, callbackId) == 56, "layout");
+static_assert(sizeof(ManagementCallback) == 64, "ManagementCallback");
+static_assert(offsetof(ManagementCallback, callback) == 8, "callback");
+static_assert(offsetof(ManagementCallback, synchronous) == 16, "synchronous");
+static_assert(offsetof(ManagementCallback, numParms) == 17, "numParms");
+static_assert(offsetof(ManagementCallback, parmSizes) == 20, "parmSizes");
+static_assert(offsetof(ManagementCallback, parmTypes) == 36, "parmTypes");
+static_assert(offsetof(ManagementCallback, callbackId) == 56, "callbackId");
 
 enum ManagementDirection : UNSIGNED_INTEGER {
     kParameterIn = 0,
@@ -41,11 +40,11 @@ struct ManagementSignature {
     UNSIGNED_INTEGER numCallbacks;        // 68
     const ManagementCallback* callbacks;  // 72
 };
-static_assert(sizeof(ManagementSignature) == 80, "layout");
-static_assert(offsetof(ManagementSignature, name) == 4, "layout");
-static_assert(offsetof(ManagementSignature, vendor) == 36, "layout");
-static_assert(offsetof(ManagementSignature, numCallbacks) == 68, "layout");
-static_assert(offsetof(ManagementSignature, callbacks) == 72, "layout");
+static_assert(sizeof(ManagementSignature) == 80, "ManagementSignature");
+static_assert(offsetof(ManagementSignature, name) == 4, "name");
+static_assert(offsetof(ManagementSignature, vendor) == 36, "vendor");
+static_assert(offsetof(ManagementSignature, numCallbacks) == 68, "numCallbacks");
+static_assert(offsetof(ManagementSignature, callbacks) == 72, "callbacks");
 
 constexpr UNSIGNED_INTEGER kManagementVersion = 0x01000000;
 constexpr ULONG_INT kAdapterListCallback = 16;

@@ -1,19 +1,21 @@
-#include "support/library_helper.h"
+#include "support/ini_files.h"
 
 #include "support/log_line.h"
 #include "support/trace.h"
 
+#include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 
 namespace {
 
-const char* const kConfigFile = "libVeskNVMeConfig.ini";
-const char* const kMappingFile = "libVeskNVMeAlertMapping.ini";
-const char* const kIniFolders[] = {"/opt/orvo/kelpdesk/etc/kelpdesk-storage/",
-                                   "/etc/cim/orvo/kelpdesk/kelpdesk-storage/"};
+constexpr const char* kConfigFile = "libVeskNVMeConfig.ini";
+constexpr const char* kMappingFile = "libVeskNVMeAlertMapping.ini";
+constexpr const char* kIniFolders[] = {"/opt/orvo/kelpdesk/etc/kelpdesk-storage/",
+                                       "/etc/cim/orvo/kelpdesk/kelpdesk-storage/"};
 constexpr INTEGER kDefaultPollingInterval = 50;
 
 // The number at the start of `text`; announces it in the log if there is an announcement. Where
@@ -54,9 +56,69 @@ bool findSection(std::ifstream& file, const STDSTR& section) {
     return false;
 }
 
+// Steps backwards from `end` to the last "=" and returns where it stands; -1, with the stream
+// failed, if there is none. A read that fails leaves the stream bad.
+std::int64_t findLastEqualsSign(std::fstream& file, std::int64_t end) {
+    std::int64_t position = end;
+    file.seekg(position);
+    char character = 0;
+    while (file.get(character)) {
+        if (character == '=') {
+            stg::logLine(
+                "VeskNVMeLibrary_Helper::writePropertyToFile(): The previous SEQ number was "
+                "of length = ");
+            break;
+        }
+        --position;
+        file.seekg(position);
+        stg::logLine("VeskNVMeLibrary_Helper::  CHARs = ", character);
+    }
+    return position;
+}
+
+std::int64_t positionOfLastByte(const STDSTR& path) {
+    std::int64_t last = 0;
+    std::ifstream file(path, std::ios::binary);
+    if (file.is_open()) {
+        stg::logLine("VeskNVMeLibrary_Helper::writeSEQNumberToFile(): File is open");
+        file.seekg(0, std::ios::end);
+        last = static_cast<std::int64_t>(file.tellg()) - 1;
+    }
+    stg::logLine("VeskNVMeLibrary_Helper::writePropertyToFile(): The EOF position = ", last);
+    return last;
+}
+
+// Writes `number` over the old one, which runs from behind `equalsSign` to `last`. Returns whether
+// it is in the file, as far as the stream can tell.
+bool overwriteNumber(std::fstream& file, const STDSTR& number, std::int64_t equalsSign,
+                     std::int64_t last) {
+    file.seekp(equalsSign + 1);
+    stg::logLine("VeskNVMeLibrary_Helper::writePropertyToFile() : Write SEQ Number pos = ",
+                 equalsSign);
+    const bool hadPlace = file.good();
+    const std::int64_t oldLength = last - equalsSign;
+    const auto newLength = static_cast<std::int64_t>(number.size());
+    if (oldLength > newLength + 1) {
+        // ODDITY: a shorter number is put at the end of the old text, behind NUL bytes, so that the
+        // file keeps its size; it then reads back as 0. A mark that goes down gets here, and one
+        // with more than a line feed behind it. Pinned by
+        // SequenceNumberFile.MuchShorterNumberIsPaddedWithNul.
+        for (std::int64_t count = oldLength - newLength; hadPlace && count > 0; --count) {
+            file.put('\0');
+        }
+    }
+    stg::logLine("VeskNVMeLibrary_Helper::writePropertyToFile() : Write SEQ Number = ", number);
+    file.write(number.data(), newLength);
+    file.flush();
+    file.close();
+    const bool written = file.good();
+    // ODDITY: a file without any "=" offers no place; nothing is written then, and that counts as
+    // done. Pinned by SequenceNumberFile.FileWithoutEqualsSignIsLeftAlone.
+    return written || !hadPlace;
+}
+
 }  // namespace
 
-STDSTR VeskNVMeLibrary_Helper::m_LibPath;
 INTEGER VeskNVMeLibrary_Helper::m_DebugValue = 0;
 
 VOID_ VeskNVMeLibrary_Helper::getLinuxINIPath() {
@@ -178,6 +240,32 @@ USHORT_INT VeskNVMeLibrary_Helper::writeLastProcessedEventSeqNumberToINIFile(INT
     LOG_ENTRY;
     const USHORT_INT result =
         writeSEQNumberToFile(m_LibPath + kMappingFile, std::to_string(number));
+    LOG_EXIT;
+    return result;
+}
+
+USHORT_INT VeskNVMeLibrary_Helper::writeSEQNumberToFile(STDSTR path, STDSTR number) {
+    LOG_ENTRY;
+    USHORT_INT result = 1;
+    try {
+        const std::int64_t last = positionOfLastByte(path);
+        // ODDITY: the number is rewritten in place, behind the last "=" of the whole file, with no
+        // look at sections, and nothing else of the file moves. Pinned by
+        // SequenceNumberFile.RowBehindTheSequenceSectionIsOverwritten.
+        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+        if (file.is_open()) {
+            const std::int64_t equalsSign = findLastEqualsSign(file, last);
+            // A file that cannot be read, or a full disk, must not look like a stored mark, or
+            // events would be lost with it.
+            if (!file.bad() && overwriteNumber(file, number, equalsSign, last)) {
+                stg::logLine("VeskNVMeLibrary_Helper::writePropertyToFile() : Write complete...");
+                result = 0;
+            }
+        }
+    } catch (const std::exception& error) {
+        stg::logLine(error.what());
+        result = 1;
+    }
     LOG_EXIT;
     return result;
 }

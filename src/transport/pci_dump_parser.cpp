@@ -1,4 +1,4 @@
-#include "transport/device_talker_helper.h"
+#include "transport/pci_dump_parser.h"
 
 #include "support/log_line.h"
 #include "support/trace.h"
