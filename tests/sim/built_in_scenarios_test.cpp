@@ -2,8 +2,8 @@
 #include "raw_host.h"
 
 #include "private_host.h"
-#include "sim/host_folder.h"
-#include "sim/simulated_host.h"
+#include "sim/host/host_folder.h"
+#include "sim/host/simulated_host.h"
 
 #include <gtest/gtest.h>
 

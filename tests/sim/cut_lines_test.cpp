@@ -1,7 +1,7 @@
 // Lines that run on across page ends.
 #include "raw_host.h"
 
-#include "sim/simulated_host.h"
+#include "sim/host/simulated_host.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The event log as it grows, by a clock that is moved by hand.
 #include "raw_host.h"
 
-#include "sim/simulated_host.h"
+#include "sim/host/simulated_host.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "raw_host.h"
 
-#include "sim/simulated_host.h"
+#include "sim/host/simulated_host.h"
 #include "transport/vmk_mgmt.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
-#include "sim/host_state.h"
+#include "sim/host/host_state.h"
 
 #include "private_host.h"
 #include "raw_host.h"
 
-#include "sim/simulated_host.h"
+#include "sim/host/simulated_host.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 // read and the writer of the mark can rewrite.
 #include "ini_rules.h"
 
-#include "sim/host_folder.h"
-#include "sim/random_events.h"
+#include "sim/host/host_folder.h"
+#include "sim/events/random_events.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "raw_host.h"
 
-#include "sim/simulated_host.h"
+#include "sim/host/simulated_host.h"
 
 #include <gtest/gtest.h>
 

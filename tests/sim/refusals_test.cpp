@@ -1,7 +1,7 @@
 // Each broken rule of the management interface is answered with its own number.
 #include "raw_host.h"
 
-#include "sim/simulated_host.h"
+#include "sim/host/simulated_host.h"
 #include "transport/vmk_mgmt.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // A scenario that is not right is refused with the file, the place and the reason.
 #include "private_host.h"
 
-#include "sim/scenario.h"
-#include "sim/simulated_host.h"
+#include "sim/scenario/scenario.h"
+#include "sim/host/simulated_host.h"
 
 #include <gtest/gtest.h>
 

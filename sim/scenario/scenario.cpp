@@ -1,0 +1,115 @@
+#include "sim/scenario/scenario.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+namespace vesksim {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// An installed program brings its scenarios along; in the build tree those of the source are used.
+std::vector<fs::path> scenarioFolders() {
+    std::vector<fs::path> folders;
+    std::error_code failure;
+    const fs::path program = fs::read_symlink("/proc/self/exe", failure);
+    if (!failure) {
+        folders.push_back(program.parent_path().parent_path() / "share/veskctl-sim/scenarios");
+    }
+    folders.emplace_back(VESKSIM_SCENARIO_DIR);
+    return folders;
+}
+
+bool endsWith(const std::string& text, const std::string& end) {
+    return text.size() >= end.size() &&
+           text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+fs::path findBuiltIn(const std::string& name) {
+    for (const fs::path& folder : scenarioFolders()) {
+        fs::path file = folder / (name + ".json");
+        std::error_code failure;
+        if (fs::is_regular_file(file, failure)) {
+            return file;
+        }
+    }
+    throw ScenarioError(fmt::format("scenario \"{}\"", name), "", "there is none of that name",
+                        fmt::format("Take one of {}, or name a file with its path or with .json "
+                                    "at its end",
+                                    fmt::join(builtInScenarios(), ", ")));
+}
+
+std::string readText(const fs::path& file) {
+    // A directory opens like a file and only fails, by an exception, when it is read.
+    std::error_code failure;
+    std::ifstream stream;
+    if (!fs::is_directory(file, failure)) {
+        stream.open(file, std::ios::binary);
+    }
+    if (!stream.is_open()) {
+        throw ScenarioError(file.string(), "", "the file cannot be read",
+                            "Look whether it is a file, exists and may be read");
+    }
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+std::string compose(const std::string& source, const std::string& place, const std::string& reason,
+                    const std::string& advice) {
+    return fmt::format("{}: {}{}{}. {}.", source, place, place.empty() ? "" : ": ", reason, advice);
+}
+
+}  // namespace
+
+ScenarioError::ScenarioError(const std::string& source, const std::string& place,
+                             const std::string& reason, const std::string& advice)
+    : std::runtime_error(compose(source, place, reason, advice)) {}
+
+std::vector<Disk> defaultDisks() {
+    Disk second;
+    second.id = 1;
+    second.deviceId = 1;
+    second.hdId = 0x101;
+    second.serial = "VD00480A000171";
+    second.smart.temperatureKelvin = 313;
+    return {Disk(), second};
+}
+
+std::vector<EventEntry> defaultEvents() {
+    return {
+        "[SEQ]1[TIME]1790000000[EVT_ID]0x1[DEV_ID]0[MSG]NVMe_Controller started_INFO",
+        "[SEQ]2[TIME]1790000002[EVT_ID]0x65[DEV_ID]0[MSG]PD_Drive online_INFO",
+        "[SEQ]3[TIME]1790000002[EVT_ID]0x65[DEV_ID]1[MSG]PD_Drive online_INFO",
+        "[SEQ]4[TIME]1790000003[EVT_ID]0xC9[DEV_ID]0[MSG]VD_Volume optimal_INFO",
+    };
+}
+
+std::vector<std::string> builtInScenarios() {
+    std::vector<std::string> names;
+    for (const fs::path& folder : scenarioFolders()) {
+        std::error_code failure;
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder, failure)) {
+            const std::string file = entry.path().filename().string();
+            if (endsWith(file, ".json") && !endsWith(file, ".schema.json")) {
+                names.push_back(entry.path().stem().string());
+            }
+        }
+    }
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+}
+
+Scenario loadScenario(const std::string& fileOrName) {
+    const bool isFile = fileOrName.find('/') != std::string::npos || endsWith(fileOrName, ".json");
+    const fs::path file = isFile ? fs::path(fileOrName) : findBuiltIn(fileOrName);
+    return parseScenario(readText(file), file.string());
+}
+
+}  // namespace vesksim
