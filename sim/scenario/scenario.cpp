@@ -1,5 +1,7 @@
 #include "sim/scenario/scenario.h"
 
+#include "sim/scenario/built_in_scenarios.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -15,35 +17,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// An installed program brings its scenarios along; in the build tree those of the source are used.
-std::vector<fs::path> scenarioFolders() {
-    std::vector<fs::path> folders;
-    std::error_code failure;
-    const fs::path program = fs::read_symlink("/proc/self/exe", failure);
-    if (!failure) {
-        folders.push_back(program.parent_path().parent_path() / "share/veskctl-sim/scenarios");
-    }
-    folders.emplace_back(VESKSIM_SCENARIO_DIR);
-    return folders;
-}
-
 bool endsWith(const std::string& text, const std::string& end) {
     return text.size() >= end.size() &&
            text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
-fs::path findBuiltIn(const std::string& name) {
-    for (const fs::path& folder : scenarioFolders()) {
-        fs::path file = folder / (name + ".json");
-        std::error_code failure;
-        if (fs::is_regular_file(file, failure)) {
-            return file;
-        }
-    }
-    throw ScenarioError(fmt::format("scenario \"{}\"", name), "", "there is none of that name",
-                        fmt::format("Take one of {}, or name a file with its path or with .json "
-                                    "at its end",
-                                    fmt::join(builtInScenarios(), ", ")));
 }
 
 std::string readText(const fs::path& file) {
@@ -92,24 +68,27 @@ std::vector<EventEntry> defaultEvents() {
 
 std::vector<std::string> builtInScenarios() {
     std::vector<std::string> names;
-    for (const fs::path& folder : scenarioFolders()) {
-        std::error_code failure;
-        for (const fs::directory_entry& entry : fs::directory_iterator(folder, failure)) {
-            const std::string file = entry.path().filename().string();
-            if (endsWith(file, ".json") && !endsWith(file, ".schema.json")) {
-                names.push_back(entry.path().stem().string());
-            }
-        }
+    for (const BuiltInScenario& scenario : builtInScenarioTexts()) {
+        names.emplace_back(scenario.name);
     }
     std::sort(names.begin(), names.end());
-    names.erase(std::unique(names.begin(), names.end()), names.end());
     return names;
 }
 
 Scenario loadScenario(const std::string& fileOrName) {
-    const bool isFile = fileOrName.find('/') != std::string::npos || endsWith(fileOrName, ".json");
-    const fs::path file = isFile ? fs::path(fileOrName) : findBuiltIn(fileOrName);
-    return parseScenario(readText(file), file.string());
+    if (fileOrName.find('/') != std::string::npos || endsWith(fileOrName, ".json")) {
+        return parseScenario(readText(fileOrName), fileOrName);
+    }
+    const std::string source = fmt::format("scenario \"{}\"", fileOrName);
+    for (const BuiltInScenario& scenario : builtInScenarioTexts()) {
+        if (scenario.name == fileOrName) {
+            return parseScenario(std::string(scenario.text), source);
+        }
+    }
+    throw ScenarioError(source, "", "there is none of that name",
+                        fmt::format("Take one of {}, or name a file with its path or with .json "
+                                    "at its end",
+                                    fmt::join(builtInScenarios(), ", ")));
 }
 
 }  // namespace vesksim

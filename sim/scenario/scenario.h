@@ -184,8 +184,8 @@ public:
                   const std::string& advice);
 };
 
-// A name without "/" and ".json" is one of our own scenarios; anything else is a file. Throws
-// ScenarioError.
+// A name without "/" and ".json" is one of our own scenarios, which are inside this library;
+// anything else is a file. Throws ScenarioError.
 Scenario loadScenario(const std::string& fileOrName);
 // The same from text in memory; `source` stands in messages.
 Scenario parseScenario(const std::string& text, const std::string& source);
