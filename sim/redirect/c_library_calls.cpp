@@ -2,7 +2,7 @@
 // without sanitizers: their run-time libraries put functions of the same names before the C
 // library's, under a second name (__interceptor_...), and these here have to stand before those and
 // lead on to them. Called from any thread.
-#include "call_policy.h"
+#include "sim/redirect/call_policy.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,8 +1,8 @@
 // The root, the handlers, and the decisions that the replaced functions ask for. A handler is
 // copied under the lock and called without it, so it may do what it likes, also set a new one.
-#include "redirect.h"
+#include "sim/redirect/redirect.h"
 
-#include "call_policy.h"
+#include "sim/redirect/call_policy.h"
 
 #include <algorithm>
 #include <array>

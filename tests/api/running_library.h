@@ -3,9 +3,9 @@
 
 #include "VeskNvme.h"
 #include "private_host.h"
-#include "redirect.h"
-#include "sim/host_folder.h"
-#include "sim/simulated_host.h"
+#include "sim/host/host_folder.h"
+#include "sim/host/simulated_host.h"
+#include "sim/redirect/redirect.h"
 #include "sleep_gate.h"
 
 namespace vesktest {

@@ -2,7 +2,7 @@
 // of the call and the path, and returns the errno to fail with, or 0.
 #pragma once
 
-#include "redirect.h"
+#include "sim/redirect/redirect.h"
 
 #include <string>
 #include <utility>

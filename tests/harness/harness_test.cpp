@@ -5,8 +5,8 @@
 #include "memory_faults.h"
 #include "noise.h"
 #include "private_host.h"
-#include "redirect.h"
 #include "scripted_driver.h"
+#include "sim/redirect/redirect.h"
 #include "sleep_gate.h"
 
 #include <gtest/gtest-spi.h>

@@ -1,6 +1,6 @@
 #include "private_host.h"
 
-#include "redirect.h"
+#include "sim/redirect/redirect.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "sim_host.h"
 
 #include "VeskNvme.h"
-#include "sim/host_folder.h"
+#include "sim/host/host_folder.h"
 
 namespace vesktest {
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "private_host.h"
-#include "sim/scenario.h"
-#include "sim/simulated_host.h"
+#include "sim/host/simulated_host.h"
+#include "sim/scenario/scenario.h"
 #include "sleep_gate.h"
 
 #include <string>

@@ -1,6 +1,6 @@
 #include "sleep_gate.h"
 
-#include "redirect.h"
+#include "sim/redirect/redirect.h"
 
 #include <gtest/gtest.h>
 

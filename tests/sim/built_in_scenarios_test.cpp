@@ -1,188 +1,182 @@
-// Every scenario of ours loads, and the host behind it answers as its description says.
+// The scenarios inside the library: each one loads, and the host behind it answers as its
+// description says.
 #include "raw_host.h"
 
 #include "private_host.h"
-#include "sim/host_folder.h"
-#include "sim/simulated_host.h"
-
-#include <gtest/gtest.h>
+#include "sim/host/host_folder.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <set>
+#include <sys/resource.h>
 
+using namespace std::string_literals;
 using simtest::Bytes;
-using simtest::Connection;
+using simtest::diskRead;
+using simtest::Lines;
+using simtest::smartRead;
 using simtest::text;
-using vesksim::SimulatedHost;
+using simtest::volumeRead;
 
 namespace {
 
-void load(const std::string& name) {
-    SimulatedHost::instance().load(vesksim::loadScenario(name));
+std::string contentOf(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    EXPECT_TRUE(stream.is_open()) << file;
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-TEST(BuiltInScenarios, AreThese) {
-    EXPECT_EQ(vesksim::builtInScenarios(),
-              (std::vector<std::string>{"busy-log", "commands-fail", "cut-lines", "degraded",
-                                        "event-storm", "foreign-disk", "garbage-log", "healthy",
-                                        "identify-fails", "mixed-volumes", "no-controller",
-                                        "no-volumes", "sequence-reset", "two-adapters", "worn"}));
+std::vector<unsigned long> numbersOf(const Lines& lines) {
+    std::vector<unsigned long> numbers;
+    for (const std::string& line : lines) {
+        numbers.push_back(std::stoul(line.substr(5)));
+    }
+    return numbers;
 }
 
-TEST(BuiltInScenarios, LoadAndAnswer) {
+using BuiltInScenarios = simtest::RawHost;
+
+TEST_F(BuiltInScenarios, AreTheFilesOfTheFolderToTheLastByte) {
+    const std::string library = contentOf(VESK_SIM_LIBRARY);
+    Lines names;
+    for (const auto& entry : std::filesystem::directory_iterator(VESK_SCENARIOS)) {
+        if (entry.path().extension() == ".json" && entry.path().stem() != "scenario.schema") {
+            names.push_back(entry.path().stem());
+            EXPECT_NE(library.find(contentOf(entry.path()) + '\0'), std::string::npos) << entry;
+        }
+    }
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(vesksim::builtInScenarios(), names);
+    EXPECT_EQ(library.find("/sim/scenarios"), std::string::npos) << "no place of the sources";
+}
+
+TEST_F(BuiltInScenarios, LoadWithoutAnyFile) {
+    rlimit before = {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none = {0, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    EXPECT_THROW(vesksim::loadScenario(VESK_SCENARIOS "/healthy.json"), vesksim::ScenarioError);
+    for (const std::string& name : vesksim::builtInScenarios()) {
+        EXPECT_NO_THROW(vesksim::loadScenario(name)) << name;
+    }
+    setrlimit(RLIMIT_NOFILE, &before);
+}
+
+TEST_F(BuiltInScenarios, LoadAndAnswer) {
     for (const std::string& name : vesksim::builtInScenarios()) {
         SCOPED_TRACE(name);
         const vesktest::PrivateHost files;
         const vesksim::Scenario scenario = vesksim::loadScenario(name);
         vesksim::writeHostFiles(files.path("/"), scenario);
-        SimulatedHost::instance().load(scenario);
+        load(scenario);
         for (const vesksim::Adapter& adapter : scenario.adapters) {
-            Connection connection(adapter.signature);
-            EXPECT_EQ(connection.send(simtest::diskRead(0)).code, 0);
-            EXPECT_EQ(connection.send(simtest::volumeRead(0)).code, 0);
-            EXPECT_EQ(connection.send(simtest::smartRead(0)).code, 0);
-            EXPECT_EQ(connection.send(simtest::eventRead(0, 0x1000)).code, 0);
+            simtest::Connection connection(adapter.signature);
+            for (const auto& command :
+                 {diskRead(0), volumeRead(0), smartRead(0), simtest::eventRead(0, 0x1000)}) {
+                EXPECT_EQ(connection.send(command).code, 0);
+            }
         }
-        EXPECT_TRUE(SimulatedHost::instance().refusals().empty());
+        EXPECT_EQ(host().refusals(), Lines{});
     }
 }
 
-TEST(BuiltInScenarios, HealthyIsTheDefault) {
-    SimulatedHost::instance().load({});
-    Bytes disk;
-    Bytes log;
-    {
-        Connection connection;
-        disk = connection.send(simtest::diskRead(1)).data;
-        log = connection.area();
-    }
+TEST_F(BuiltInScenarios, HealthyIsTheDefault) {
+    const Bytes disk = send(diskRead(1)).data;
+    const Bytes log = area();
     load("healthy");
-    Connection connection;
-    EXPECT_EQ(connection.send(simtest::diskRead(1)).data, disk);
-    EXPECT_EQ(connection.area(), log);
-    EXPECT_EQ(text(disk, 20, 40), "VESK M2 480G                            ");
-    EXPECT_EQ(text(disk, 60, 20), "VD00480A000171      ");
-    EXPECT_EQ(text(disk, 84, 7), "E8FK113");
+    EXPECT_EQ(send(diskRead(1)).data, disk);
+    EXPECT_EQ(area(), log);
 }
 
-TEST(BuiltInScenarios, DegradedHasOneDisk) {
+// Bytes of replies.
+const struct {
+    const char* scenario;
+    simtest::CommandRecord command;
+    std::size_t offset;
+    std::string bytes;
+} kReplies[] = {
+    {"healthy", diskRead(1), 20, "VESK M2 480G                            "},
+    {"healthy", diskRead(1), 60, "VD00480A000171      "},
+    {"healthy", diskRead(1), 84, "E8FK113"},
+    // One disk.
+    {"degraded", diskRead(0), 4, "\0"s},
+    {"degraded", diskRead(1), 4, "\1"},
+    {"degraded", volumeRead(0), 4, "\0"s},
+    {"degraded", volumeRead(0), 10, "\2"},    // status
+    {"degraded", volumeRead(0), 12, "\1\2"},  // RAID mode, members
+    // Health alert; spare, its threshold, percentage used.
+    {"worn", diskRead(0), 10, "\x01"},
+    {"worn", diskRead(1), 10, "\x21"},
+    {"worn", smartRead(1), 3, "\x04\x0A\x68"},
+    // Unusual texts.
+    {"foreign-disk", diskRead(0), 20, "FULL WIDTH MODEL NAME OF FORTY CHARACTER"},
+    {"foreign-disk", diskRead(0), 60, "SN-20-CHARACTERS-END"},
+    {"foreign-disk", diskRead(0), 84, "FW8CHARS"},
+    {"foreign-disk", diskRead(0), 96, "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"},
+    {"foreign-disk", diskRead(1), 20,
+     "  \xC3\x9C"
+     "be"},
+    {"foreign-disk", diskRead(1), 60,
+     "  SN\xE9\xFC\0"
+     "17\t\xFF\xFE  \0\0\0\0\0\0"s},
+    {"foreign-disk", diskRead(1), 84, " 1.0 \0\0\0"s},
+    // Free disks, no volumes.
+    {"no-volumes", diskRead(0), 10, "\0"s},
+    {"no-volumes", diskRead(1), 10, "\0"s},
+    {"no-volumes", volumeRead(0), 4, "\1"},
+    {"no-volumes", volumeRead(1), 4, "\1"},
+    // RAID mode; size; stripe and block size; name.
+    {"mixed-volumes", volumeRead(0), 12, "\0"s},
+    {"mixed-volumes", volumeRead(0), 16, "\x41\x42\x0F\0\0\0\0\0"s},
+    {"mixed-volumes", volumeRead(0), 90, "\x40\0\0\2\0\0"s},
+    {"mixed-volumes", volumeRead(1), 12, "\x0F"},
+    {"mixed-volumes", volumeRead(1), 90, "\0\1\0\x10\0\0"s},
+    {"mixed-volumes", volumeRead(1), 96, "DATA VOLUME 015"},
+};
+
+TEST_F(BuiltInScenarios, AnswerWithTheseBytes) {
+    for (const auto& row : kReplies) {
+        load(row.scenario);
+        EXPECT_EQ(text(send(row.command).data, row.offset, row.bytes.size()), row.bytes)
+            << row.scenario << ", byte " << row.offset;
+    }
+}
+
+TEST_F(BuiltInScenarios, DegradedLacksADisk) {
     load("degraded");
-    Connection connection;
-    EXPECT_EQ(connection.send(simtest::diskRead(0)).data[4], 0);
-    EXPECT_NE(connection.send(simtest::diskRead(1)).data[4], 0);
-    const Bytes volume = connection.send(simtest::volumeRead(0)).data;
-    EXPECT_EQ(volume[4], 0);
-    EXPECT_EQ(volume[10], 2) << "status";
-    EXPECT_EQ(volume[12], 1) << "RAID mode";
-    EXPECT_EQ(volume[13], 2) << "members";
-    EXPECT_EQ(connection.send(simtest::smartRead(1)).status, 0x8005);
-    EXPECT_EQ(connection.readableLines().back(),
+    EXPECT_EQ(send(smartRead(1)).status, 0x8005);
+    EXPECT_EQ(lines().back(),
               "[SEQ]6[TIME]1790000071[EVT_ID]0xCA[DEV_ID]0[MSG]VD_Volume degraded_MAJOR");
 }
 
-TEST(BuiltInScenarios, WornHasADiskAtItsEnd) {
-    load("worn");
-    Connection connection;
-    EXPECT_EQ(connection.send(simtest::diskRead(0)).data[10], 0x01);
-    EXPECT_EQ(connection.send(simtest::diskRead(1)).data[10], 0x21);
-    const Bytes smart = connection.send(simtest::smartRead(1)).data;
-    EXPECT_EQ(smart[3], 4) << "spare";
-    EXPECT_EQ(smart[4], 10) << "its threshold";
-    EXPECT_EQ(smart[5], 104) << "percentage used";
-}
-
-TEST(BuiltInScenarios, ForeignDiskHasUnusualTexts) {
-    load("foreign-disk");
-    Connection connection;
-    const Bytes full = connection.send(simtest::diskRead(0)).data;
-    EXPECT_EQ(text(full, 20, 40), "FULL WIDTH MODEL NAME OF FORTY CHARACTER");
-    EXPECT_EQ(text(full, 60, 20), "SN-20-CHARACTERS-END");
-    EXPECT_EQ(text(full, 84, 8), "FW8CHARS");
-    EXPECT_EQ(Bytes(full.begin() + 96, full.begin() + 104), Bytes(8, 0xFF));
-    const Bytes odd = connection.send(simtest::diskRead(1)).data;
-    EXPECT_EQ(text(odd, 20, 6), "  \xC3\x9C"
-                                "be");
-    EXPECT_EQ(text(odd, 60, 20), std::string("  SN\xE9\xFC\0"
-                                             "17\t\xFF\xFE  \0\0\0\0\0\0",
-                                             20));
-    EXPECT_EQ(text(odd, 84, 8), std::string(" 1.0 \0\0\0", 8));
-}
-
-TEST(BuiltInScenarios, NoVolumesHasFreeDisks) {
-    load("no-volumes");
-    Connection connection;
-    EXPECT_EQ(connection.send(simtest::diskRead(0)).data[10], 0);
-    EXPECT_EQ(connection.send(simtest::diskRead(1)).data[10], 0);
-    EXPECT_NE(connection.send(simtest::volumeRead(0)).data[4], 0);
-    EXPECT_NE(connection.send(simtest::volumeRead(1)).data[4], 0);
-}
-
-TEST(BuiltInScenarios, MixedVolumesAreUnlike) {
-    load("mixed-volumes");
-    Connection connection;
-    const Bytes first = connection.send(simtest::volumeRead(0)).data;
-    const Bytes second = connection.send(simtest::volumeRead(1)).data;
-    EXPECT_EQ(first[12], 0);
-    EXPECT_EQ(second[12], 15);
-    EXPECT_EQ(Bytes(first.begin() + 16, first.begin() + 24),
-              (Bytes{0x41, 0x42, 0x0F, 0, 0, 0, 0, 0}));
-    EXPECT_EQ(Bytes(first.begin() + 90, first.begin() + 96), (Bytes{64, 0, 0, 2, 0, 0}));
-    EXPECT_EQ(Bytes(second.begin() + 90, second.begin() + 96), (Bytes{0, 1, 0, 0x10, 0, 0}));
-    EXPECT_EQ(text(second, 96, 15), "DATA VOLUME 015");
-}
-
-TEST(BuiltInScenarios, BusyLogIsFullAndHasDroppedItsOldestPage) {
+TEST_F(BuiltInScenarios, BusyLogIsFullAndHasDroppedItsOldestPage) {
     load("busy-log");
-    Connection connection;
-    const Bytes area = connection.area();
+    const Bytes log = area();
     for (std::size_t page = 0; page < 16; ++page) {
-        EXPECT_EQ(text(area, page * 4096 + 40, 5), "[SEQ]") << page;
+        EXPECT_EQ(text(log, page * 4096 + 40, 5), "[SEQ]") << page;
     }
-    std::set<unsigned long> numbers;
-    for (const std::string& line : connection.readableLines()) {
-        numbers.insert(std::stoul(line.substr(5)));
-    }
-    EXPECT_EQ(*numbers.rbegin(), 1000U);
-    EXPECT_GT(*numbers.begin(), 1U);
-    EXPECT_EQ(numbers.size(), 1001 - *numbers.begin()) << "no gap";
+    const auto all = numbersOf(lines());
+    const std::set<unsigned long> sorted(all.begin(), all.end());
+    EXPECT_EQ(*sorted.rbegin(), 1000U);
+    EXPECT_GT(*sorted.begin(), 1U);
+    EXPECT_EQ(sorted.size(), 1001 - *sorted.begin()) << "no gap";
 }
 
-TEST(BuiltInScenarios, EventStormGrowsFast) {
+TEST_F(BuiltInScenarios, EventStormGrowsFast) {
     load("event-storm");
-    SimulatedHost::instance().setClock([] { return 10.0; });
-    Connection connection;
-    const std::size_t count = connection.readableLines().size();
-    EXPECT_GT(count, 150U);
-    EXPECT_LT(count, 250U);
+    moveTo(10);
+    EXPECT_GT(lines().size(), 150U);
+    EXPECT_LT(lines().size(), 250U);
 }
 
-TEST(BuiltInScenarios, GarbageLogHasGoodLinesAtBothEnds) {
-    load("garbage-log");
-    Connection connection;
-    const std::vector<std::string> lines = connection.readableLines();
-    ASSERT_GT(lines.size(), 40U);
-    EXPECT_EQ(lines.front(),
-              "[SEQ]1[TIME]1790000000[EVT_ID]0x1[DEV_ID]0[MSG]NVMe_Controller started_INFO");
-    EXPECT_EQ(std::count(lines.begin(), lines.end(),
-                         "[SEQ]18[TIME]1790000019[EVT_ID]0x65[DEV_ID]1[MSG]PD_Drive online_INFO"),
-              1);
-}
-
-TEST(BuiltInScenarios, SequenceResetCountsFromOneAgain) {
+TEST_F(BuiltInScenarios, SequenceResetCountsFromOneAgain) {
     load("sequence-reset");
-    const auto numbers = [] {
-        Connection connection;
-        std::vector<unsigned long> result;
-        for (const std::string& line : connection.readableLines()) {
-            result.push_back(std::stoul(line.substr(5)));
-        }
-        return result;
-    };
-    SimulatedHost::instance().setClock([] { return 0.0; });
-    EXPECT_EQ(numbers(), (std::vector<unsigned long>{40001, 40002, 40003, 1, 2, 3}));
-    SimulatedHost::instance().setClock([] { return 100.0; });
-    EXPECT_EQ(numbers(), (std::vector<unsigned long>{40001, 40002, 40003, 1, 2, 3, 4294967294,
-                                                     4294967295, 0, 1}));
+    EXPECT_EQ(numbersOf(lines()), (std::vector<unsigned long>{40001, 40002, 40003, 1, 2, 3}));
+    moveTo(100);
+    EXPECT_EQ(numbersOf(lines()), (std::vector<unsigned long>{40001, 40002, 40003, 1, 2, 3,
+                                                              4294967294, 4294967295, 0, 1}));
 }
 
 }  // namespace

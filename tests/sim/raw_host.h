@@ -2,7 +2,12 @@
 // tested, too.
 #pragma once
 
+#include "sim/host/simulated_host.h"
+
+#include <gtest/gtest.h>
+
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -11,18 +16,18 @@
 namespace simtest {
 
 using Bytes = std::vector<std::uint8_t>;
+using Lines = std::vector<std::string>;
 
-// Little endian.
-void put(std::uint8_t* place, std::uint64_t value, std::size_t width);
 std::string text(const Bytes& bytes, std::size_t offset, std::size_t width);
 
-// What a connection is opened with: 80 bytes of signature, 64 bytes for each callback. The address
-// of the table is filled in when it is opened.
+// What a connection is opened with: 80 bytes of signature, then 64 for each callback. The address
+// of the callbacks is filled in when it is opened.
+constexpr std::size_t kCallbacks = 80;
+constexpr std::size_t kSecondCallback = 144;
 struct Opening {
-    std::array<std::uint8_t, 80> signature = {};
-    std::array<std::uint8_t, 128> table = {};
+    std::array<std::uint8_t, 208> bytes = {};
     std::uint64_t cookie = 0;
-    bool withTable = true;
+    bool withCallbacks = true;
 
     int open(std::uint64_t* handle);
 };
@@ -51,15 +56,41 @@ public:
     Connection& operator=(const Connection&) = delete;
 
     std::uint64_t handle() const { return m_handle; }
-    Result send(const CommandRecord& command, std::uint32_t request = 1);
+    Result send(const CommandRecord& command);
 
     Bytes area();  // the 64 KiB of the event log
-    // The lines that a reader of the log gets: page by page from byte 40 on, and of a line that is
-    // cut at a page end the rest among the first 8 bytes of the next page, if it ends there.
-    std::vector<std::string> readableLines();
 
 private:
     std::uint64_t m_handle = 0;
 };
+
+// The lines that a reader of the log gets: page by page from byte 40 on, and of a line that is cut
+// at a page end the rest among the first 8 bytes of the next page, if it ends there.
+Lines readableLines(const Bytes& area);
+
+// A healthy host whose clock stands at 0 until it is moved by hand. Each look at it, and each
+// command, is a connection of its own.
+class RawHost : public ::testing::Test {
+protected:
+    RawHost() { load(vesksim::Scenario()); }
+    ~RawHost() override { host().load({}); }  // the clock is a member
+
+    static vesksim::SimulatedHost& host() { return vesksim::SimulatedHost::instance(); }
+    void load(const vesksim::Scenario& scenario);
+    void load(const std::string& name) { load(vesksim::loadScenario(name)); }
+    void moveTo(double seconds) { m_seconds = seconds; }
+
+    static Result send(const CommandRecord& command) { return Connection().send(command); }
+    static Bytes area() { return Connection().area(); }
+    static Lines lines() { return readableLines(area()); }
+    static std::vector<unsigned> blinking() { return host().locatingDisks("vmhba2"); }
+
+private:
+    std::atomic<double> m_seconds = 0;
+};
+
+// The healthy host with a log of these.
+vesksim::Scenario withEvents(const std::vector<vesksim::EventEntry>& events,
+                             const std::vector<vesksim::ScheduledEvent>& schedule = {});
 
 }  // namespace simtest

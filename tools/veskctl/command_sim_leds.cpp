@@ -1,6 +1,6 @@
 #include "veskctl/command_sim_leds.h"
 
-#include "sim/simulated_host.h"
+#include "sim/host/simulated_host.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

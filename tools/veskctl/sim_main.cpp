@@ -1,9 +1,9 @@
 // veskctl-sim: veskctl on the simulated host instead of a real one.
-#include "sim/host_folder.h"
-#include "sim/host_state.h"
+#include "sim/host/host_folder.h"
+#include "sim/host/host_state.h"
+#include "sim/host/simulated_host.h"
 #include "sim/redirect/redirect.h"
-#include "sim/scenario.h"
-#include "sim/simulated_host.h"
+#include "sim/scenario/scenario.h"
 #include "veskctl/cli.h"
 #include "veskctl/command_sim_leds.h"
 #include "veskctl/leave_process.h"

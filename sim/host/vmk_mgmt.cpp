@@ -1,0 +1,45 @@
+// libvmkmgmt.so as the simulated host has it.
+#include "transport/vmk_mgmt.h"
+
+#include "sim/host/connections.h"
+#include "sim/host/simulated_host.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <exception>
+
+namespace {
+
+// The callers are C: nothing may be thrown at them, not even for a scenario that does not load.
+template <typename Call>
+int guarded(Call call) {
+    try {
+        return call(vesksim::SimulatedHost::instance());
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "libvmkmgmt: %s\n", failure.what());
+        return static_cast<int>(vesksim::MgmtError::kNoHost);
+    }
+}
+
+}  // namespace
+
+int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long* handle) {
+    return guarded(
+        [=](vesksim::SimulatedHost& host) { return host.open(signature, cookie, handle); });
+}
+
+int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId,
+                                  unsigned long callbackId, unsigned int parameterCount, ...) {
+    std::va_list parameters;
+    va_start(parameters, parameterCount);
+    void* const parameter0 = va_arg(parameters, void*);
+    void* const parameter1 = va_arg(parameters, void*);
+    va_end(parameters);
+    return guarded([=](vesksim::SimulatedHost& host) {
+        return host.invoke(handle, instanceId, callbackId, parameterCount, parameter0, parameter1);
+    });
+}
+
+int vmk_MgmtUserDestroy(unsigned long handle) {
+    return guarded([=](vesksim::SimulatedHost& host) { return host.close(handle); });
+}
