@@ -51,12 +51,18 @@ TEST_F(Handles, ThatWereNeverGivenOutAreUnknown) {
     EXPECT_EQ(vmk_MgmtUserDestroy(12345), 1020);
 }
 
-TEST_F(Handles, OfAHostThatStartedOverAreUnknown) {
+TEST_F(Handles, AndHistoryAreForgottenByAHostThatStartsOver) {
     std::uint64_t old = 0;
     ASSERT_EQ(adapterOpening().open(&old), 0);
+    EXPECT_EQ(passThrough(old), 0);
+    EXPECT_EQ(passThrough(0), 1020);
+    EXPECT_EQ(host().commands().size(), 1U);
+    EXPECT_EQ(host().refusals().size(), 1U);
     host().load({});
-    EXPECT_EQ(passThrough(old), 1020);
     EXPECT_EQ(host().openHandles(), 0U);
+    EXPECT_TRUE(host().commands().empty());
+    EXPECT_TRUE(host().refusals().empty());
+    EXPECT_EQ(passThrough(old), 1020);
 }
 
 TEST_F(Handles, AreNotGivenWhereOpeningIsToFail) {
