@@ -1,23 +1,32 @@
-// A poll: the event log becomes the event map.
+// A poll: the event log becomes the event map, also when it meets exceptions and lack of memory.
 #include "event_host.h"
+#include "memory_faults.h"
 #include "owned_events.h"
 #include "virtual_slot.h"
 
 #include "api/builder_type_factory.h"
 #include "api/command_handler.h"
+#include "api/error_state.h"
 #include "events/znv_event_builder.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <memory>
+#include <new>
+#include <stdexcept>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 namespace {
 
+using vesktest::AllocationSize;
 using vesktest::count;
 using vesktest::EventHost;
+using vesktest::FailMalloc;
+using vesktest::FailNew;
 using vesktest::inOrder;
 using Numbers = std::vector<unsigned>;
 using Reads = std::vector<vesktest::PagedTalker::Read>;
@@ -53,120 +62,51 @@ TEST(EventCollection, FactoryMakesTheBuilderForBothCommands) {
     }
 }
 
-TEST(EventCollection, MapIsNullUntilTheFirstPoll) {
+TEST(EventCollection, ReadsAll16PagesWhateverTheyHoldAndWhateverTheCommand) {
     EventHost host;
-    EXPECT_EQ(CEventBuilder::events, nullptr);
-    { CEventBuilder builder; }
-    EXPECT_EQ(CEventBuilder::events, nullptr);
-    host.poll();
-    ASSERT_NE(CEventBuilder::events, nullptr);
-    EXPECT_TRUE(CEventBuilder::events->empty());
-}
-
-TEST(EventCollection, ReadsAll16PagesInOrderWithNoEarlyEnd) {
-    EventHost host;
-    host.poll();
-    EXPECT_EQ(host.talker().reads, kSixteenPages);
-    EXPECT_EQ(host.talker().codes, std::vector<ULONG_INT>(16, 1));
-}
-
-TEST(EventCollection, CommandIdIsIgnored) {
-    EventHost host;
-    host.area().putPage(0, "[SEQ]1\n");
-    for (const int id : {0, 6, -1, 99}) {
-        CEventBuilder().buidInfo(id);
-        EXPECT_EQ(EventHost::collected(), (Numbers{1}));
+    CEventBuilder builder;
+    EXPECT_EQ(CEventBuilder::events, nullptr) << "until the first poll";
+    for (const int id : {5, 0, 6, -1, 99}) {
+        host.talker().reads.clear();
+        host.talker().codes.clear();
+        builder.buidInfo(id);
+        ASSERT_NE(CEventBuilder::events, nullptr);
+        EXPECT_EQ(EventHost::collected(), Numbers{});
+        EXPECT_EQ(host.talker().reads, kSixteenPages);
+        EXPECT_EQ(host.talker().codes, std::vector<ULONG_INT>(16, 1));
     }
-    EXPECT_EQ(host.talker().reads.size(), 64U);
-}
-
-TEST(EventCollection, TakesTheRecordsOfEveryPage) {
-    EventHost host;
-    for (unsigned page = 0; page < 16; ++page) {
-        host.area().putPage(page, "[SEQ]" + std::to_string(page + 10) + "\n");
-    }
-    host.poll();
-    EXPECT_EQ(EventHost::collected(), vesktest::numbers(10, 25));
-}
-
-TEST(EventCollection, PageOfNothingDoesNotEndThePoll) {
-    EventHost host;
     host.area().putPage(15, "[SEQ]4\n");
     host.poll();
-    EXPECT_EQ(EventHost::collected(), (Numbers{4}));
+    EXPECT_EQ(EventHost::collected(), (Numbers{4})) << "pages of nothing do not end the poll";
 }
 
-TEST(EventCollection, CutRecordIsCompletedWithACarryRead) {
+TEST(EventCollection, CarryReadFollowsEachPageThatEndsInARecord) {
     EventHost host;
     host.area().put(0x2000 - 9, "[SEQ]7[TIME]56\n");
     host.area().putPage(2, "[SEQ]8\n");
+    host.area().put(0x10000 - 6, "[SEQ]9");
     host.poll();
-    EXPECT_EQ(EventHost::collected(), (Numbers{7, 8}));
+    EXPECT_EQ(EventHost::collected(), (Numbers{7, 8})) << "nothing but NUL lies behind the area";
     EXPECT_EQ((*CEventBuilder::events)[7]->timeStamp, 56U);
     Reads expected = kSixteenPages;
     expected.insert(expected.begin() + 2, {0x1FF8, 0x10});
-    EXPECT_EQ(host.talker().reads, expected);
-}
-
-TEST(EventCollection, CarryReadOfThe16thPageIsSentAllTheSame) {
-    EventHost host;
-    host.area().put(0x10000 - 6, "[SEQ]7");
-    host.poll();
-    Reads expected = kSixteenPages;
     expected.push_back({0xFFF8, 0x10});
     EXPECT_EQ(host.talker().reads, expected);
-    EXPECT_EQ(EventHost::collected(), Numbers{}) << "nothing but NUL lies behind the area";
-}
 
-TEST(EventCollection, RecordCutAtEveryPageEndNeedsACarryReadEach) {
-    EventHost host;
-    for (unsigned page = 0; page < 16; ++page) {
-        host.area().put((page + 1) * 0x1000 - 5, "[SEQ]" + std::to_string(page + 10) + "\n");
-    }
-    host.poll();
-    EXPECT_EQ(host.talker().reads.size(), 32U);
-    EXPECT_EQ(EventHost::collected(), vesktest::numbers(10, 24)) << "the last tail is out of reach";
-}
-
-TEST(EventCollection, RecordIsCutAtEveryByte) {
-    // The tail, line feed included, has to be among the next page's first 8 bytes.
-    const std::string line = "[SEQ]7[EVT_ID]1F[TIME]1000[MSG]PD_Lost_CRITICAL\n";
-    ASSERT_EQ(line.size(), 48U);
-    for (const std::size_t page : {std::size_t{1}, std::size_t{15}}) {
-        for (std::size_t cut = 8; cut <= 48; ++cut) {
-            SCOPED_TRACE(cut);
-            vesktest::QuietEventHost host;
-            host.area().put(page * 0x1000 - cut, line);
-            host.poll();
-            EXPECT_EQ(EventHost::collected(), cut >= 40 ? Numbers{7} : Numbers{});
-            EXPECT_EQ(host.talker().reads.size(), cut == 48 ? 16U : 17U);
-        }
-    }
-}
-
-TEST(EventCollection, CutRecordDoesNotSurviveFromOnePollToTheNext) {
-    EventHost host;
-    host.area().put(0x10000 - 6, "[SEQ]7");
-    host.poll();
+    host.talker().reads.clear();
     host.area().clear();
     host.area().put(0, "XXXXXXXX\nXXXXXXXX\n");
     host.poll();
-    EXPECT_EQ(EventHost::collected(), Numbers{});
-    EXPECT_EQ(host.talker().reads.size(), 17U + 16U);
+    EXPECT_EQ(host.talker().reads, kSixteenPages) << "the next poll begins afresh";
+    EXPECT_EQ(EventHost::collected(), (Numbers{7, 8}));
 }
 
-TEST(EventCollection, LaterPollAddsAndKeeps) {
+TEST(EventCollection, LaterPollAddsAndKeepsInTheOrderOfUnsignedNumbers) {
     EventHost host;
-    host.poll("[SEQ]1[TIME]1\n[SEQ]2\n");
-    host.poll("[SEQ]1[TIME]9\n[SEQ]3\n");
-    EXPECT_EQ(EventHost::collected(), (Numbers{1, 2, 3}));
-    EXPECT_EQ((*CEventBuilder::events)[1]->timeStamp, 1U);
-}
-
-TEST(EventCollection, MapIsOrderedByUnsignedNumbers) {
-    EventHost host;
-    host.poll("[SEQ]4294967295\n[SEQ]5\n[SEQ]2147483648\n[SEQ]0\n");
+    host.poll("[SEQ]4294967295\n[SEQ]5[TIME]1\n[SEQ]0\n");
+    host.poll("[SEQ]5[TIME]9\n[SEQ]2147483648\n");
     EXPECT_EQ(EventHost::collected(), (Numbers{0, 5, 2147483648, 4294967295}));
+    EXPECT_EQ((*CEventBuilder::events)[5]->timeStamp, 1U);
 }
 
 TEST(EventCollection, FailedReadsAreNotSeen) {
@@ -174,25 +114,15 @@ TEST(EventCollection, FailedReadsAreNotSeen) {
     for (unsigned page = 0; page < 16; ++page) {
         host.area().putPage(page, "[SEQ]" + std::to_string(page + 10) + "\n");
     }
+    host.area().put(0x3000 - 6, "[SEQ]7\n");
+    // The second page, the carry read behind the third, and the last page.
     host.talker().hook = [](std::size_t read) {
-        return read != 2 && read != 16;
+        return read != 2 && read != 4 && read != 17;
     };
     host.poll();
-    Numbers expected = vesktest::numbers(10, 24);
-    expected.erase(expected.begin() + 1);
-    EXPECT_EQ(EventHost::collected(), expected);
-    EXPECT_EQ(host.talker().reads, kSixteenPages);
-}
-
-TEST(EventCollection, FailedCarryReadDropsTheRecord) {
-    EventHost host;
-    host.area().put(0x1000 - 6, "[SEQ]7\n");
-    host.area().putPage(1, "[SEQ]8\n");
-    host.talker().hook = [](std::size_t read) {
-        return read != 2;
-    };
-    host.poll();
-    EXPECT_EQ(EventHost::collected(), (Numbers{8}));
+    EXPECT_EQ(EventHost::collected(),
+              (Numbers{10, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24}));
+    EXPECT_EQ(host.talker().reads.size(), 17U);
 }
 
 TEST(EventCollection, CountsOfEachPageAreLogged) {
@@ -301,22 +231,163 @@ TEST(EventCollection, EmptyingKeepsTheMapAndDeletingEndsIt) {
     CEventBuilder::destroyEventsInEventsMap();
     EXPECT_EQ(CEventBuilder::events, nullptr) << "nothing to empty";
     host.poll("[SEQ]7\n[SEQ]8\n");
+    const std::lock_guard<std::mutex> lock(CEventBuilder::mtx);  // which neither takes
     CEventBuilder::destroyEventsInEventsMap();
     ASSERT_NE(CEventBuilder::events, nullptr);
     EXPECT_TRUE(CEventBuilder::events->empty());
-    CEventBuilder::destroyEventsMap();
-    EXPECT_EQ(CEventBuilder::events, nullptr);
-    CEventBuilder::destroyEventsMap();
-    EXPECT_EQ(CEventBuilder::events, nullptr);
+    for (int i = 0; i < 2; ++i) {
+        CEventBuilder::destroyEventsMap();
+        EXPECT_EQ(CEventBuilder::events, nullptr);
+    }
 }
 
-TEST(EventCollection, NeitherClearingOperationTakesTheLock) {
+// The type of what a poll throws.
+std::string thrownBy(EventHost& host) {
+    VeskNVMeLibrary_Error::setErrorCode(0);
+    host.host().forgetLines();
+    try {
+        host.poll();
+    } catch (const std::exception& error) {
+        return typeid(error).name();
+    } catch (int) {
+        return "int";
+    }
+    return "nothing";
+}
+
+// The device command of the read with this number, from 1 on, throws.
+void throwAtRead(EventHost& host, std::size_t which, const std::function<void()>& thrower) {
+    host.talker().hook = [which, thrower](std::size_t read) {
+        if (read == which) {
+            thrower();
+        }
+        return true;
+    };
+}
+
+void throwDeviceFault() {
+    throw std::runtime_error("device fault");
+}
+
+TEST(EventCollection, ExceptionsLeaveAfterTheErrorIsSet) {
+    const struct {
+        std::function<void()> thrower;
+        std::string thrown;  // a new exception, of the plain type
+        INTEGER error;
+        const char* line;
+    } kRows[] = {
+        {throwDeviceFault, typeid(std::exception).name(), 1, "device fault"},
+        {[] { throw std::bad_array_new_length(); }, typeid(std::bad_alloc).name(), 1,
+         "std::bad_array_new_length"},
+        // What is no standard exception goes through.
+        {[] { throw 42; }, "int", 0, nullptr},
+    };
+    for (const auto& row : kRows) {
+        EventHost host;
+        throwAtRead(host, 3, row.thrower);
+        EXPECT_EQ(thrownBy(host), row.thrown);
+        EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), row.error);
+        if (row.line != nullptr) {
+            EXPECT_TRUE(
+                inOrder(host.host().messages(), {row.line, "libVeskNVMe FAILED: ERR_FAIL "}));
+        }
+        EXPECT_TRUE(EventHost::unlocked());
+    }
+}
+
+TEST(EventCollection, WhatWasFoundBeforeAnExceptionStays) {
     EventHost host;
-    host.poll("[SEQ]7\n");
-    const std::lock_guard<std::mutex> lock(CEventBuilder::mtx);
-    CEventBuilder::destroyEventsInEventsMap();
-    CEventBuilder::destroyEventsMap();
-    EXPECT_EQ(CEventBuilder::events, nullptr);
+    host.area().putPage(0, "[SEQ]7\n");
+    host.area().putPage(5, "[SEQ]8\n");
+    throwAtRead(host, 4, throwDeviceFault);
+    EXPECT_THROW(host.poll(), std::exception);
+    EXPECT_EQ(EventHost::collected(), (Numbers{7}));
+    host.talker().hook = nullptr;
+    host.poll();
+    EXPECT_EQ(EventHost::collected(), (Numbers{7, 8}));
+}
+
+TEST(EventCollection, DispatcherCatchesNothing) {
+    EventHost host;
+    throwAtRead(host, 1, throwDeviceFault);
+    ZTCommand command{};
+    command.commandId = 5;
+    EXPECT_THROW(CommandHandler::navigator(command), std::exception);
+    EXPECT_TRUE(EventHost::unlocked());
+}
+
+// Each allocation of a poll in turn: it throws, the error is set, and the poll that follows finds
+// what the failed one did not.
+TEST(EventCollection, EveryFailedAllocationIsSurvived) {
+    if (!vesktest::kCanFailNew) {
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
+    }
+    vesktest::QuietEventHost host;
+    host.area().putPage(0, "[SEQ]7[MSG]PD_" + std::string(90, 'd') + "_INFO\n[SEQ]8\n");
+    host.area().put(0x1000 - 100, "[SEQ]9[MSG]PD_" + std::string(90, 'd') + "\n");
+    CEventBuilder builder;
+    bool triggered = true;
+    unsigned nth = 1;
+    for (; triggered; ++nth) {
+        ASSERT_LT(nth, 10000U);
+        SCOPED_TRACE(nth);
+        CEventBuilder::destroyEventsInEventsMap();
+        CEventBuilder::destroyEventsMap();
+        VeskNVMeLibrary_Error::setErrorCode(0);
+        bool thrown = false;
+        {
+            const FailNew fault(AllocationSize::any(), nth);
+            try {
+                builder.getEventInfo();
+            } catch (const std::bad_alloc&) {
+                thrown = true;
+            }
+            triggered = fault.triggered();
+        }
+        EXPECT_EQ(thrown, triggered);
+        EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), triggered ? 1 : 0);
+        EXPECT_TRUE(EventHost::unlocked());
+        host.poll();
+        EXPECT_EQ(EventHost::collected(), (Numbers{7, 8, 9}));
+    }
+    // Builder, command, map, three nodes of the map and the cut line are allocated at the least.
+    EXPECT_GT(nth, 7U);
+}
+
+TEST(EventCollection, PageWithoutABufferIsAPageWithoutText) {
+    EventHost host;
+    host.area().putPage(0, "[SEQ]7\n");
+    host.area().putPage(1, "[SEQ]8\n");
+    VeskNVMeLibrary_Error::setErrorCode(0);
+    host.host().forgetLines();
+    {
+        const FailMalloc fault(AllocationSize::exactly(4096));
+        host.poll();
+        EXPECT_TRUE(fault.triggered());
+    }
+    EXPECT_EQ(EventHost::collected(), (Numbers{8}));
+    EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 1);
+    EXPECT_TRUE(inOrder(host.host().messages(),
+                        {"CZNVEventBuilder::buildCommand(): std::bad_alloc",
+                         "libVeskNVMe FAILED: ERR_FAIL ",
+                         "CEventBuilder::getEventInfo: Number of events in current page: 0",
+                         "CEventBuilder::getEventInfo: Number of events in current page: 1"}));
+}
+
+TEST(EventCollection, PollWithoutAnyBufferEndsAsAnEmptyOne) {
+    EventHost host;
+    host.area().putPage(0, "[SEQ]7\n");
+    {
+        const FailMalloc fault(AllocationSize::exactly(4096), 1, vesktest::Repeat::kEachLater);
+        host.poll();
+        EXPECT_EQ(fault.seen(), 16U);
+    }
+    EXPECT_EQ(EventHost::collected(), Numbers{});
+    EXPECT_EQ(count(host.host().messages(), "CZNVEventBuilder::buildCommand(): std::bad_alloc"),
+              16U);
+    EXPECT_EQ(count(host.host().messages(),
+                    "CEventBuilder::getEventInfo: Number of events in current page: 0"),
+              16U);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// A delivery that cannot store its mark, or has no memory, or meets a bad file.
+// A delivery that cannot store its mark, or has no memory, or meets a bad file, or is killed.
 #include "event_host.h"
 #include "failing_calls.h"
 #include "memory_faults.h"
@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <stdexcept>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -22,9 +24,17 @@ using vesktest::FailingCalls;
 using vesktest::FailMalloc;
 using vesktest::kMappingIniPath;
 using vesktest::numbers;
+using vesktest::QuietEventHost;
 using Numbers = std::vector<unsigned>;
 
 const char* const kMapping = "[PhysicalDevice]\n1=500\n[EventSequenceNumber]\nSequenceNumber=0\n";
+
+// Lets each write to the mapping file fail with this error.
+vesksim::FailureHandler failingWrites(int error) {
+    return [error](const char* function, const std::string& path) {
+        return vesktest::isWriting(function) && path == kMappingIniPath ? error : 0;
+    };
+}
 
 void expectFailedMark(EventHost& host, const vesksim::FailureHandler& handler) {
     host.poll(eventLines(1, 3));
@@ -60,9 +70,7 @@ TEST(EventDeliveryFailure, MarkThatCannotBeOpenedForWritingKeepsTheMap) {
 
 TEST(EventDeliveryFailure, FullDiskKeepsTheMap) {
     EventHost host(kMapping);
-    expectFailedMark(host, [](const char* function, const std::string& path) {
-        return vesktest::isWriting(function) && path == kMappingIniPath ? ENOSPC : 0;
-    });
+    expectFailedMark(host, failingWrites(ENOSPC));
 }
 
 TEST(EventDeliveryFailure, WithoutAMappingFileDeliversNothingAndKeepsTheMap) {
@@ -81,9 +89,7 @@ TEST(EventDeliveryFailure, EventsBeyondTheBudgetAreKeptTooWhenTheMarkFails) {
     host.area().putPage(1, eventLines(61, 100));
     host.poll();
     {
-        const FailingCalls failing([](const char* function, const std::string& path) {
-            return vesktest::isWriting(function) && path == kMappingIniPath ? EIO : 0;
-        });
+        const FailingCalls failing(failingWrites(EIO));
         EXPECT_EQ(host.deliverNumbers(), numbers(1, 64));
     }
     EXPECT_EQ(EventHost::collected(), numbers(1, 100));
@@ -183,8 +189,9 @@ TEST(EventDeliveryFailure, WithoutMemoryForTheListNothingIsLost) {
     EXPECT_EQ(host.deliverNumbers(), numbers(1, 20));
 }
 
-// Each allocation of a delivery in turn. A later delivery has all the events that the failed one
-// did not hand out, and nothing leaks.
+// Each allocation of a delivery in turn. One that throws loses no event; where a stream swallows
+// the lack of memory, and ends early as if a row were missing, the map goes only with a stored
+// mark.
 TEST(EventDeliveryFailure, EveryFailedAllocationIsSurvived) {
     if (!vesktest::kCanFailNew) {
         GTEST_SKIP() << vesktest::kWhyNewCannotFail;
@@ -192,8 +199,10 @@ TEST(EventDeliveryFailure, EveryFailedAllocationIsSurvived) {
     bool triggered = true;
     for (unsigned nth = 1; triggered; ++nth) {
         ASSERT_LT(nth, 10000U);
-        vesktest::QuietEventHost host(kMapping);
+        SCOPED_TRACE(nth);
+        QuietEventHost host(kMapping);
         host.poll(eventLines(1, 3));
+        VeskNVMeLibrary_Error::setErrorCode(0);
         std::vector<IObject*> objects;
         bool thrown = false;
         {
@@ -205,20 +214,115 @@ TEST(EventDeliveryFailure, EveryFailedAllocationIsSurvived) {
             }
             triggered = fault.triggered();
         }
-        EXPECT_TRUE(EventHost::unlocked()) << nth;
+        EXPECT_TRUE(EventHost::unlocked());
         Numbers delivered;
         for (IObject* const object : objects) {
             delivered.push_back(static_cast<_Event*>(static_cast<void*>(object))->sequenceNo);
             std::free(object);
         }
         if (thrown) {
-            EXPECT_EQ(EventHost::collected(), (Numbers{1, 2, 3})) << nth;
-            EXPECT_EQ(host.deliverNumbers(), (Numbers{1, 2, 3})) << nth;
+            EXPECT_EQ(EventHost::collected(), (Numbers{1, 2, 3}));
+            EXPECT_EQ(host.deliverNumbers(), (Numbers{1, 2, 3}));
         } else {
-            // A stream swallows lack of memory and ends early, as if a row were missing.
-            EXPECT_TRUE(std::is_sorted(delivered.begin(), delivered.end())) << nth;
+            EXPECT_TRUE(std::is_sorted(delivered.begin(), delivered.end()));
+            const bool stored = VeskNVMeLibrary_Error::getErrorCode() == 0;
+            EXPECT_EQ(EventHost::collected(), stored ? Numbers{} : (Numbers{1, 2, 3}));
+            EXPECT_EQ(host.mapping() == kMapping, delivered.empty() || !stored);
         }
     }
+}
+
+// The process is killed while it stores the mark: what the next start reads.
+
+constexpr int kKilled = 77;
+
+const std::string kRows = "[PhysicalDevice]\n1=500\n[EventSequenceNumber]\nSequenceNumber=";
+
+// Runs a delivery in a child process that ends at the `step`th call on the mapping file, from 1 on,
+// before the call is made. True if it came to that.
+bool deliveryKilledAt(std::size_t step) {
+    const pid_t child = fork();
+    if (child == 0) {
+        std::size_t calls = 0;
+        const FailingCalls killing([&calls, step](const char*, const std::string& path) {
+            if (path == kMappingIniPath && ++calls == step) {
+                _exit(kKilled);
+            }
+            return 0;
+        });
+        std::vector<IObject*> objects;
+        CEventBuilder().getObjectVector(objects);
+        _exit(0);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_TRUE(WEXITSTATUS(status) == kKilled || WEXITSTATUS(status) == 0);
+    return WEXITSTATUS(status) == kKilled;
+}
+
+// What the first delivery of the next start hands out, of everything that the controller holds.
+Numbers deliverAfterRestart(QuietEventHost& host) {
+    CEventBuilder::destroyEventsInEventsMap();
+    CEventBuilder::destroyEventsMap();
+    host.poll();
+    return host.deliverNumbers();
+}
+
+const struct {
+    unsigned from;
+    unsigned to;
+    const char* before;
+    const char* after;
+} kRewrites[] = {{5, 6, "5\n", "6\n"},
+                 {5, 7, "5", "7"},
+                 {9, 10, "9\n", "10"},
+                 {9, 10, "9", "10"},
+                 {99, 101, "99", "101"},
+                 {999, 1001, "999\n", "1001"},
+                 {99999, 100005, "99999\n", "100005"},
+                 {98, 99, "98\n", "99\n"},
+                 {1, 20, "1\n", "20"}};
+
+TEST(EventMark, KilledAtAnyStepLosesNoEvent) {
+    for (const auto& rewrite : kRewrites) {
+        const Numbers fresh = numbers(rewrite.from + 1, rewrite.to);
+        bool killed = true;
+        std::size_t oldMarks = 0;
+        for (std::size_t step = 1; killed; ++step) {
+            SCOPED_TRACE(std::string(rewrite.before) + " at step " + std::to_string(step));
+            ASSERT_LT(step, 1000U);
+            QuietEventHost host(kRows + rewrite.before);
+            host.poll(eventLines(rewrite.from, rewrite.to));
+            killed = deliveryKilledAt(step);
+            const std::string mapping = host.mapping();
+            if (mapping == kRows + rewrite.before) {
+                ++oldMarks;
+                EXPECT_TRUE(killed);
+                EXPECT_EQ(deliverAfterRestart(host), fresh) << "they come again";
+            } else {
+                EXPECT_EQ(mapping, kRows + rewrite.after) << "old or new, and nothing between";
+                EXPECT_EQ(deliverAfterRestart(host), Numbers{}) << "they were delivered";
+            }
+            EXPECT_EQ(host.mapping(), kRows + rewrite.after);
+        }
+        // The reads of the mark and of each code, the two openings for the rewrite, and its write.
+        EXPECT_GE(oldMarks, fresh.size() + 4);
+    }
+}
+
+TEST(EventMark, MarkIsWrittenInOneCall) {
+    QuietEventHost host(kRows + "9\n");
+    host.poll(eventLines(10, 12));
+    std::size_t writes = 0;
+    {
+        const FailingCalls counting([&writes](const char* function, const std::string& path) {
+            writes += vesktest::isWriting(function) && path == kMappingIniPath ? 1 : 0;
+            return 0;
+        });
+        EXPECT_EQ(host.deliverNumbers(), (Numbers{10, 11, 12}));
+    }
+    EXPECT_EQ(writes, 1U) << "so that no half of it can be left behind";
 }
 
 }  // namespace
