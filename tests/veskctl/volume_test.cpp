@@ -1,4 +1,4 @@
-// Virtual disks: asked for, decoded, shown.
+// Virtual disks: asked for, decoded, shown. Whole tables stand in tests/golden.
 #include "veskctl/volume.h"
 
 #include "veskctl/report.h"
@@ -45,7 +45,7 @@ std::string shown(const Volume& volume) {
     return table.render(false);
 }
 
-TEST_F(VolumeOfAController, IsDecodedAndShown) {
+TEST_F(VolumeOfAController, IsDecodedAmongNoise) {
     const Volume volume = read();
     EXPECT_EQ(library.calls, (Texts{"volumeInfo 1", "volumeConfig 1"}));
     EXPECT_EQ(told(problems), Texts());
@@ -55,17 +55,6 @@ TEST_F(VolumeOfAController, IsDecodedAndShown) {
         "block_size_bytes": 512, "capacity_bytes": 480035864576, "stripe_block_size": 128,
         "raw": {"info_cache_mode": 1, "config_cache_mode": 0, "hypper_water_mark": 0,
                 "auto_rebuild_on": 1, "hyper_rebuild_mode": 0}})"));
-    EXPECT_EQ(shown(volume), R"(Volume 1
-  Name               BOOT
-  RAID level         RAID 1
-  Members            2
-  Status             0x02
-  Capacity           480035864576 bytes
-  Size               937570048 blocks
-  Block size         512 bytes
-  Stripe block size  128
-  Controller's ID    261
-)");
 }
 
 TEST_F(VolumeOfAController, RaidLevelsWithAndWithoutName) {
@@ -89,16 +78,10 @@ TEST_F(VolumeOfAController, CapacityThatHasNoRoomIsNull) {
     EXPECT_TRUE(contains(shown(read()), "  Capacity           unknown\n"));
 }
 
-TEST_F(VolumeOfAController, AnAbsentOneIsAnAnswerAndKeepsEveryField) {
+TEST_F(VolumeOfAController, AnAbsentOneIsAnAnswer) {
     const Volume volume = read(0);
     EXPECT_EQ(told(problems), Texts());
     EXPECT_EQ(shown(volume), "Volume 0\n  State  absent\n");
-    EXPECT_EQ(compact(volumeToJson(volume)), compact(R"({
-        "id": 0, "present": false, "vd_id": null, "name": null, "status_code": null,
-        "raid_level": null, "raid_mode_code": null, "member_count": null, "size_lba": null,
-        "block_size_bytes": null, "capacity_bytes": null, "stripe_block_size": null,
-        "raw": {"info_cache_mode": null, "config_cache_mode": null, "hypper_water_mark": null,
-                "auto_rebuild_on": null, "hyper_rebuild_mode": null}})"));
 }
 
 TEST_F(VolumeOfAController, OneOfZerosDidNotAnswer) {
