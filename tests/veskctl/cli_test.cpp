@@ -1,19 +1,19 @@
 // The command line: parsing, documents for every outcome, hooks. No library is set up here.
 #include "veskctl/cli.h"
 
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include "veskctl/report.h"
 
+#include "samples.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
 #include <string>
 #include <vector>
 
-namespace {
+namespace veskctl {
 
-using nlohmann::ordered_json;
-using veskctl::CliHooks;
-using veskctl::CliOutcome;
-using veskctl::evaluateCli;
-using veskctl::UsageError;
+namespace {
 
 constexpr const char* kNoLibrary = "/nonexistent/libVeskNvme.so";
 
@@ -25,199 +25,178 @@ CliOutcome evaluate(const Arguments& arguments, const CliHooks& hooks = CliHooks
     return evaluateCli(static_cast<int>(argv.size()), argv.data(), hooks, false);
 }
 
-TEST(Cli, HelpNamesCommandsAndExitCodes) {
+TEST(Cli, HelpNamesCommandsExitCodesAndTheMarkThatMoves) {
     const CliOutcome outcome = evaluate({"--help"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.standardError, "");
     for (const char* text : {"controller", "version", "Exit codes:", "3  there is no controller"}) {
-        EXPECT_NE(outcome.standardOutput.find(text), std::string::npos) << text;
+        EXPECT_TRUE(contains(outcome.standardOutput, text)) << text;
     }
+    const CliOutcome ofEvents = evaluate({"events", "--help"});
+    EXPECT_EQ(ofEvents.exitCode, 0);
+    EXPECT_TRUE(contains(ofEvents.standardOutput, "Taking events moves the mark"));
+    EXPECT_TRUE(contains(ofEvents.standardOutput, "Exit codes:"));
 }
 
-TEST(Cli, UsageErrors) {
-    const std::vector<Arguments> commandLines = {{},
-                                                 {"frobnicate"},
-                                                 {"controller", "--frobnicate"},
-                                                 {"controller", "extra"},
-                                                 {"controller", "--library"},
-                                                 {"controller", "--library", ""},
-                                                 {"controller", "version"},
-                                                 {"disks", "0"},
-                                                 {"disks", "show"},
-                                                 {"disks", "show", "2"},
-                                                 {"disks", "show", "-1"},
-                                                 {"disks", "show", "00"},
-                                                 {"disks", "show", "0", "1"},
-                                                 {"health", "2"},
-                                                 {"volumes", "show", "x"},
-                                                 {"locate"},
-                                                 {"locate", "on"},
-                                                 {"locate", "blink", "0"},
-                                                 {"locate", "on", "2"},
-                                                 {"events", "--wait", "601"},
-                                                 {"events", "--wait", "-1"},
-                                                 {"events", "--interval", "2"},
-                                                 {"events", "--follow", "--interval", "0"},
-                                                 {"events", "--follow", "--wait", "1"},
-                                                 {"sim", "leds"}};
-    for (const Arguments& arguments : commandLines) {
-        const CliOutcome outcome = evaluate(arguments);
+TEST(Cli, UsageErrorsSayWhatIsWrong) {
+    struct Row {
+        Arguments arguments;
+        const char* message;  // null: in the words of CLI11
+    };
+    const std::vector<Row> rows = {
+        {{}, "no command was given"},
+        {{"frob"}, "unknown command 'frob'"},
+        {{"--frob"}, "unknown option '--frob'"},
+        {{"controller", "--frob"}, nullptr},
+        {{"controller", "extra"}, nullptr},
+        {{"controller", "version"}, nullptr},
+        {{"controller", "--library"}, nullptr},
+        {{"controller", "--library", ""}, "--library: the value is empty"},
+        {{"disks", "0"}, nullptr},
+        {{"disks", "show"}, nullptr},
+        {{"disks", "show", "7"}, "ID: there is no disk '7', the ids are 0 and 1"},
+        {{"disks", "show", "-1"}, nullptr},
+        {{"disks", "show", "00"}, "ID: there is no disk '00', the ids are 0 and 1"},
+        {{"disks", "show", "0", "1"}, nullptr},
+        {{"health", "2"}, "ID: there is no disk '2', the ids are 0 and 1"},
+        {{"volumes", "show", "x"}, "ID: there is no volume 'x', the ids are 0 and 1"},
+        {{"locate"}, "no command was given behind 'locate'"},
+        {{"locate", "on"}, nullptr},
+        {{"locate", "blink"}, "unknown command 'blink' behind 'locate'"},
+        {{"locate", "blink", "0"}, "unknown command 'blink' behind 'locate'"},
+        {{"locate", "on", "2"}, "ID: there is no disk '2', the ids are 0 and 1"},
+        {{"events", "--wait", "601"}, nullptr},
+        {{"events", "--wait", "-1"}, nullptr},
+        {{"events", "--interval", "2"}, nullptr},
+        {{"events", "--follow", "--interval", "0"}, nullptr},
+        {{"events", "--follow", "--wait", "1"}, nullptr},
+        {{"sim", "leds"}, "unknown command 'sim'"}};
+    for (const Row& row : rows) {
+        const CliOutcome outcome = evaluate(row.arguments);
         EXPECT_EQ(outcome.exitCode, 2);
         EXPECT_EQ(outcome.standardOutput, "");
         EXPECT_EQ(outcome.standardError.rfind("veskctl: ", 0), 0U) << outcome.standardError;
+        if (row.message != nullptr) {
+            EXPECT_EQ(outcome.standardError,
+                      std::string("veskctl: ") + row.message +
+                          "\nveskctl: try 'veskctl --help' for more information\n");
+        }
     }
 }
 
-TEST(Cli, SaysWhatIsUnknown) {
-    const std::string hint = "veskctl: try 'veskctl --help' for more information\n";
-    EXPECT_EQ(evaluate({}).standardError, "veskctl: no command was given\n" + hint);
-    EXPECT_EQ(evaluate({"frob"}).standardError, "veskctl: unknown command 'frob'\n" + hint);
-    EXPECT_EQ(evaluate({"--frob"}).standardError, "veskctl: unknown option '--frob'\n" + hint);
-}
-
-TEST(Cli, SaysWhatIsUnknownBehindAFirstWord) {
-    const std::string hint = "veskctl: try 'veskctl --help' for more information\n";
-    EXPECT_EQ(evaluate({"locate"}).standardError,
-              "veskctl: no command was given behind 'locate'\n" + hint);
-    EXPECT_EQ(evaluate({"locate", "blink"}).standardError,
-              "veskctl: unknown command 'blink' behind 'locate'\n" + hint);
-    EXPECT_EQ(evaluate({"disks", "show", "7"}).standardError,
-              "veskctl: ID: there is no disk '7', the ids are 0 and 1\n" + hint);
-}
-
-// Each list is there, empty, before anything can fail.
-TEST(Cli, EveryCommandWritesItsDocumentWithoutLibrary) {
-    struct Expected {
-        Arguments arguments;
-        const char* command;
-        const char* field;
-        ordered_json value;
-    };
-    const ordered_json none = ordered_json::array();
-    const std::vector<Expected> all = {{{"disks"}, "disks", "disks", none},
-                                       {{"disks", "show", "1"}, "disks show", "disks", none},
-                                       {{"health"}, "health", "health", none},
-                                       {{"health", "0"}, "health", "health", none},
-                                       {{"volumes"}, "volumes", "volumes", none},
-                                       {{"volumes", "show", "0"}, "volumes show", "volumes", none},
-                                       {{"events"}, "events", "events", none},
-                                       {{"events"}, "events", "more_may_follow", false},
-                                       {{"locate", "on", "1"}, "locate on", "requested", false},
-                                       {{"locate", "off", "1"}, "locate off", "locate", "off"}};
-    for (const Expected& expected : all) {
-        Arguments arguments = expected.arguments;
-        arguments.insert(arguments.end(), {"--json", "--library", kNoLibrary});
-        const CliOutcome outcome = evaluate(arguments);
-        EXPECT_EQ(outcome.exitCode, 1);
-        const ordered_json document = ordered_json::parse(outcome.standardOutput);
-        EXPECT_EQ(document["schema_version"], 1);
-        EXPECT_EQ(document["command"], expected.command);
-        EXPECT_EQ(document[expected.field], expected.value) << expected.command;
-        EXPECT_EQ(document["errors"][0]["code"], "library_not_found");
-    }
-}
-
-TEST(Cli, OptionsMayStandBetweenTheWordsOfACommand) {
-    const CliOutcome outcome = evaluate({"disks", "--json", "show", "--library", kNoLibrary, "0"});
-    EXPECT_EQ(ordered_json::parse(outcome.standardOutput)["command"], "disks show");
+TEST(Cli, UsageErrorAsADocument) {
+    const CliOutcome outcome = evaluate({"frob", "--json"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(compact(parsed(outcome.standardOutput)), compact(R"({
+        "schema_version": 1, "command": null,
+        "errors": [{"code": "usage", "message": "unknown command 'frob'", "function": null,
+                    "result": null, "result_code": null}]})"));
 }
 
 TEST(Cli, FormsOfEventsThatExcludeEachOther) {
     for (const char* option : {"--ndjson", "--follow"}) {
         const CliOutcome outcome = evaluate({"events", "--json", option});
         EXPECT_EQ(outcome.exitCode, 2);
-        const ordered_json document = ordered_json::parse(outcome.standardOutput);
-        EXPECT_EQ(document["errors"][0]["code"], "usage");
-        EXPECT_FALSE(document.contains("events"));
+        EXPECT_EQ(at(parsed(outcome.standardOutput), "/errors/0/code"), "\"usage\"");
+        EXPECT_EQ(at(parsed(outcome.standardOutput), "/events"), "missing");
     }
 }
 
-TEST(Cli, HelpOfEventsSaysThatTheMarkMoves) {
-    const CliOutcome outcome = evaluate({"events", "--help"});
-    EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_NE(outcome.standardOutput.find("Taking events moves the mark"), std::string::npos);
-    EXPECT_NE(outcome.standardOutput.find("Exit codes:"), std::string::npos);
+TEST(Cli, OptionsMayStandBeforeBetweenAndBehindTheWordsOfACommand) {
+    for (const Arguments& arguments :
+         {Arguments{"--json", "--library", kNoLibrary, "disks", "show", "0"},
+          Arguments{"disks", "--json", "show", "--library", kNoLibrary, "0"},
+          Arguments{"disks", "show", "0", "--json", "--library", kNoLibrary}}) {
+        EXPECT_EQ(at(parsed(evaluate(arguments).standardOutput), "/command"), "\"disks show\"");
+    }
 }
 
-TEST(Cli, HooksAddCommands) {
-    CliHooks hooks;
-    hooks.commands = {
-        {"extra", "More", nullptr, {{"word", "A word", [](CLI::App&) {
-                                         return veskctl::CommandRunner(
-                                             [](const veskctl::CommandContext& context,
-                                                veskctl::Report& report) {
-                                                 report.fields["coloured"] = context.colour;
-                                                 report.text = context.json ? "json\n" : "text\n";
-                                                 report.notes.emplace_back("a note");
-                                             });
-                                     }}}}};
-    const CliOutcome text = evaluate({"extra", "word"}, hooks);
-    EXPECT_EQ(text.exitCode, 0);
-    EXPECT_EQ(text.standardOutput, "text\n");
-    EXPECT_EQ(text.standardError, "veskctl: note: a note\n");
-    const CliOutcome json = evaluate({"extra", "--json", "word"}, hooks);
-    EXPECT_EQ(ordered_json::parse(json.standardOutput), ordered_json::parse(R"({
-        "schema_version": 1, "command": "extra word", "coloured": false, "errors": []})"));
-    EXPECT_EQ(json.standardError, "");
+// Each list is there, empty, before anything can fail.
+TEST(Cli, EveryCommandWritesItsDocumentWithoutLibrary) {
+    struct Row {
+        Arguments arguments;
+        const char* command;
+        const char* field;
+        const char* value;
+    };
+    const std::vector<Row> rows = {
+        {{"controller"}, "\"controller\"", "/controllers", "[]"},
+        {{"disks"}, "\"disks\"", "/disks", "[]"},
+        {{"disks", "show", "1"}, "\"disks show\"", "/disks", "[]"},
+        {{"health"}, "\"health\"", "/health", "[]"},
+        {{"health", "0"}, "\"health\"", "/health", "[]"},
+        {{"volumes"}, "\"volumes\"", "/volumes", "[]"},
+        {{"volumes", "show", "0"}, "\"volumes show\"", "/volumes", "[]"},
+        {{"events"}, "\"events\"", "/events", "[]"},
+        {{"events"}, "\"events\"", "/more_may_follow", "false"},
+        {{"locate", "on", "1"}, "\"locate on\"", "/requested", "false"},
+        {{"locate", "off", "1"}, "\"locate off\"", "/locate", "\"off\""}};
+    for (const Row& row : rows) {
+        Arguments arguments = row.arguments;
+        arguments.insert(arguments.end(), {"--json", "--library", kNoLibrary});
+        const CliOutcome outcome = evaluate(arguments);
+        const Json document = parsed(outcome.standardOutput);
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(outcome.standardError, "veskctl: the library /nonexistent/libVeskNvme.so was not "
+                                         "found; check the path\n");
+        EXPECT_EQ(at(document, "/schema_version"), "1");
+        EXPECT_EQ(at(document, "/command"), row.command);
+        EXPECT_EQ(at(document, row.field), row.value) << row.command;
+        EXPECT_EQ(at(document, "/errors/0/code"), "\"library_not_found\"");
+    }
+    EXPECT_EQ(evaluate({"controller", "--library", kNoLibrary}).standardOutput, "");
 }
 
-TEST(Cli, UsageErrorAsADocument) {
-    const CliOutcome outcome = evaluate({"frobnicate", "--json"});
-    EXPECT_EQ(outcome.exitCode, 2);
-    const ordered_json document = ordered_json::parse(outcome.standardOutput);
-    EXPECT_EQ(document["schema_version"], 1);
-    EXPECT_TRUE(document["command"].is_null());
-    EXPECT_EQ(document["errors"][0]["code"], "usage");
-}
-
-TEST(Cli, ControllerWithoutLibrary) {
-    const CliOutcome outcome = evaluate({"controller", "--library", kNoLibrary});
-    EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_EQ(outcome.standardOutput, "");
-    EXPECT_EQ(outcome.standardError,
-              "veskctl: the library /nonexistent/libVeskNvme.so was not found; check the path\n");
-}
-
-TEST(Cli, ControllerWithoutLibraryAsADocument) {
-    const CliOutcome outcome = evaluate({"--json", "--library", kNoLibrary, "controller"});
-    EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_NE(outcome.standardError, "");
-    const ordered_json document = ordered_json::parse(outcome.standardOutput);
-    EXPECT_EQ(document["schema_version"], 1);
-    EXPECT_EQ(document["command"], "controller");
-    EXPECT_EQ(document["controllers"], ordered_json::array());
-    EXPECT_EQ(document["errors"][0]["code"], "library_not_found");
-}
-
-TEST(Cli, ControllerOfAForeignLibrary) {
+TEST(Cli, AForeignLibraryLacksTheFunctions) {
     const CliOutcome outcome = evaluate({"controller", "--json", "--library", "libc.so.6"});
     EXPECT_EQ(outcome.exitCode, 1);
-    const ordered_json document = ordered_json::parse(outcome.standardOutput);
-    EXPECT_EQ(document["errors"][0]["code"], "library_symbol_missing");
+    EXPECT_EQ(at(parsed(outcome.standardOutput), "/errors/0/code"), "\"library_symbol_missing\"");
 }
 
 TEST(Cli, VersionWorksWithoutLibrary) {
     const CliOutcome text = evaluate({"version", "--library", kNoLibrary});
     EXPECT_EQ(text.exitCode, 0);
     EXPECT_EQ(text.standardError, "");
-    EXPECT_NE(text.standardOutput.find("  Library          not loaded\n"), std::string::npos)
+    EXPECT_TRUE(contains(text.standardOutput, "  Library          not loaded\n"))
         << text.standardOutput;
 
     const CliOutcome json = evaluate({"version", "--json", "--library", kNoLibrary});
+    const Json document = parsed(json.standardOutput);
     EXPECT_EQ(json.exitCode, 0);
-    const ordered_json document = ordered_json::parse(json.standardOutput);
-    EXPECT_TRUE(document["program_version"].is_string());
-    EXPECT_TRUE(document["library_path"].is_null());
-    EXPECT_EQ(document["library_problem"]["code"], "library_not_found");
-    EXPECT_EQ(document["errors"], ordered_json::array());
+    EXPECT_EQ(at(document, "/program_version").front(), '"');
+    EXPECT_EQ(at(document, "/library_path"), "null");
+    EXPECT_EQ(at(document, "/library_problem/code"), "\"library_not_found\"");
+    EXPECT_EQ(at(document, "/errors"), "[]");
+}
+
+void runExtra(const CommandContext& context, Report& report) {
+    report.fields["coloured"] = context.colour;
+    report.text = context.json ? "json\n" : "text\n";
+    report.notes.emplace_back("a note");
+}
+
+TEST(Cli, HooksAddCommands) {
+    const Command word = {"word", "A word", [](Options&) {
+                              return CommandRunner(runExtra);
+                          }};
+    CliHooks hooks;
+    hooks.commands = {{"extra", "More", nullptr, {word}}};
+    const CliOutcome text = evaluate({"extra", "word"}, hooks);
+    EXPECT_EQ(text.exitCode, 0);
+    EXPECT_EQ(text.standardOutput, "text\n");
+    EXPECT_EQ(text.standardError, "veskctl: note: a note\n");
+    const CliOutcome json = evaluate({"extra", "--json", "word"}, hooks);
+    EXPECT_EQ(compact(parsed(json.standardOutput)), compact(R"({
+        "schema_version": 1, "command": "extra word", "coloured": false, "errors": []})"));
+    EXPECT_EQ(json.standardError, "");
 }
 
 TEST(Cli, HooksAddOptionsOnBothSidesOfTheCommand) {
     std::string value;
     int prepared = 0;
     CliHooks hooks;
-    hooks.addOptions = [&value](CLI::App& app) {
-        app.add_option("--extra", value);
+    hooks.addOptions = [&value](Options& options) {
+        options.addText("--extra", value, "TEXT", "More");
     };
     hooks.prepare = [&prepared] {
         ++prepared;
@@ -227,21 +206,35 @@ TEST(Cli, HooksAddOptionsOnBothSidesOfTheCommand) {
     EXPECT_EQ(evaluate({"version", "--extra", "b", "--library", kNoLibrary}, hooks).exitCode, 0);
     EXPECT_EQ(value, "b");
     EXPECT_EQ(prepared, 2);
-    EXPECT_EQ(evaluate({"frobnicate"}, hooks).exitCode, 2);
+    EXPECT_EQ(evaluate({"frob"}, hooks).exitCode, 2);
     EXPECT_EQ(prepared, 2);
 }
 
-TEST(Cli, AHookThatCannotPrepareIsAUsageError) {
-    CliHooks hooks;
-    hooks.prepare = [] {
-        throw UsageError("no such scenario");
+TEST(Cli, WhatAHookThrowsIsTold) {
+    struct Row {
+        void (*prepare)();
+        int exitCode;
+        const char* code;
+        const char* standardError;
     };
-    const CliOutcome outcome = evaluate({"controller", "--json"}, hooks);
-    EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_EQ(outcome.standardError, "veskctl: no such scenario\n");
-    const ordered_json document = ordered_json::parse(outcome.standardOutput);
-    EXPECT_EQ(document["command"], "controller");
-    EXPECT_EQ(document["errors"][0]["code"], "usage");
+    const std::vector<Row> rows = {
+        {[] { throw UsageError("no such scenario"); }, 2, "\"usage\"",
+         "veskctl: no such scenario\n"},
+        {[] { throw std::runtime_error("odd"); }, 1, "\"internal_error\"",
+         "veskctl: the command failed: odd\n"},
+        {[] { throw 7; }, 1, "\"internal_error\"",
+         "veskctl: the command failed for a reason that the library did not state\n"}};
+    for (const Row& row : rows) {
+        CliHooks hooks;
+        hooks.prepare = row.prepare;
+        const CliOutcome outcome = evaluate({"controller", "--json"}, hooks);
+        EXPECT_EQ(outcome.exitCode, row.exitCode);
+        EXPECT_EQ(outcome.standardError, row.standardError);
+        EXPECT_EQ(at(parsed(outcome.standardOutput), "/command"), "\"controller\"");
+        EXPECT_EQ(at(parsed(outcome.standardOutput), "/errors/0/code"), row.code);
+    }
 }
 
 }  // namespace
+
+}  // namespace veskctl

@@ -1,14 +1,69 @@
-// Which records are no answers.
-#include "sample_disk.h"
+// Physical disks: asked for, joined from their records, shown. Whole tables stand in tests/golden.
+#include "veskctl/disk.h"
+
+#include "veskctl/report.h"
+
+#include "fake_library.h"
+#include "samples.h"
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
+namespace veskctl {
+
 namespace {
 
-using veskctl::Disk;
-using veskctl::dropContradictions;
-using veskctl::DroppedParts;
-using veskctl::isBlank;
+using Texts = std::vector<std::string>;
+
+// Disk 1 is there.
+class DiskOfAController : public WithFakeLibrary {
+protected:
+    DiskOfAController() {
+        slot.info = sampleDiskInfo();
+        slot.config = sampleDiskConfig();
+        slot.raidStatus = sampleRaidStatus();
+        slot.freeSpace = sampleFreeSpace();
+    }
+
+    Disk read(unsigned id = 1) { return readDisk(library.functions(), id, problems); }
+};
+
+std::string shown(const Disk& disk) {
+    Table table;
+    addDiskSection(disk, Padding::Trim, table);
+    return table.render(false);
+}
+
+TEST_F(DiskOfAController, IsAskedForRecordByRecord) {
+    const Disk disk = read();
+    EXPECT_EQ(library.calls,
+              (Texts{"diskInfo 1", "diskConfig 1", "diskRaidStatus 1", "diskFreeSpace 1"}));
+    EXPECT_EQ(disk.presence, Presence::Present);
+    EXPECT_EQ(told(problems), Texts());
+    EXPECT_EQ(compact(diskToJson(disk, Padding::Trim)), compact(R"({
+        "slot": 1, "present": true, "model_name": "Model X", "serial_number": "SN 0042",
+        "firmware_version": "F1.2", "device_id": 258, "hd_id": 772, "online": true,
+        "raid_status_code": 33, "capacity_raw": 937673264, "capacity_bytes": null,
+        "block_size_bytes": 4096, "free_space_raw": 0,
+        "raw": {"hd_type": 64, "hd_ssd_type": 1, "feature_support": 0, "write_cache_on": 1,
+                "smart_on": 1, "drive_speed": 3, "crypto": 0, "aes_percentage": 0}})"));
+}
+
+TEST_F(DiskOfAController, PaddingIsKeptOnRequest) {
+    const Json json = diskToJson(read(), Padding::Keep);
+    EXPECT_EQ(at(json, "/model_name"), R"("  Model X        ")");
+    EXPECT_EQ(at(json, "/serial_number"), R"("SN 0042   ")");
+    EXPECT_EQ(at(json, "/firmware_version"), R"("F1.2   ")");
+}
+
+TEST_F(DiskOfAController, AnAbsentOneIsAnAnswer) {
+    const Disk disk = read(0);
+    EXPECT_EQ(library.calls, Texts{"diskInfo 0"});
+    EXPECT_EQ(told(problems), Texts());
+    EXPECT_EQ(shown(disk), "Disk 0\n  State  absent\n");
+}
 
 PD_Info blankInfo() {
     return RecordBytes<248>()
@@ -21,83 +76,133 @@ PD_Info blankInfo() {
         .as<PD_Info>();
 }
 
-TEST(Disk, ZerosAreNoAnswerWhateverTheReservedBytes) {
-    EXPECT_TRUE(isBlank(blankInfo()));
-    EXPECT_FALSE(isBlank(sampleDiskInfo()));
+TEST_F(DiskOfAController, OneOfZerosDidNotAnswerWhateverItsReservedBytes) {
+    slot.info = blankInfo();
+    const Disk disk = read();
+    EXPECT_EQ(disk.presence, Presence::Unknown);
+    EXPECT_FALSE(disk.info.has_value());
+    EXPECT_EQ(at(diskToJson(disk, Padding::Trim), "/present"), "null");
+    EXPECT_EQ(shown(disk), "Disk 1\n  State  did not answer\n");
+    EXPECT_EQ(told(problems), Texts{"disk_not_responding: disk 1 did not answer"});
 }
 
-TEST(Disk, AnyTextNumberOrIdIsAnAnswer) {
-    PD_Info info = blankInfo();
-    info.serialNumber[0] = 'S';
-    EXPECT_FALSE(isBlank(info));
-    info = blankInfo();
-    info.size = 1;
-    EXPECT_FALSE(isBlank(info));
-    info = blankInfo();
-    info.deviceId = 1;
-    EXPECT_FALSE(isBlank(info));
+TEST_F(DiskOfAController, AnyTextNumberOrIdIsAnAnswer) {
+    const std::vector<void (*)(PD_Info&)> fills = {
+        [](PD_Info& info) { info.modelNumber[0] = 'M'; },
+        [](PD_Info& info) { info.serialNumber[0] = 'S'; },
+        [](PD_Info& info) { info.firmwareVersion[0] = 'F'; },
+        [](PD_Info& info) { info.size = 1; },
+        [](PD_Info& info) { info.blockSize = 1; },
+        [](PD_Info& info) {
+            info.deviceId = 1;
+        }};
+    for (std::size_t index = 0; index < fills.size(); ++index) {
+        slot.info = blankInfo();
+        fills[index](*slot.info);
+        EXPECT_EQ(read().presence, Presence::Present) << index;
+    }
 }
 
-TEST(Disk, PartsThatAgreeStay) {
-    Disk disk = sampleDisk();
-    const DroppedParts dropped = dropContradictions(disk);
-    EXPECT_FALSE(dropped.config || dropped.raidStatus || dropped.freeSpace);
-    EXPECT_TRUE(disk.config && disk.raidStatus && disk.freeSpace);
+TEST_F(DiskOfAController, AFailedCallIsNoAbsentDisk) {
+    library.results["diskInfo"] = 1;
+    EXPECT_EQ(read(0).presence, Presence::Unknown);
+    EXPECT_EQ(told(problems), Texts{"library_call_failed: the library's ZT_PD_GetHDInfo_Ext failed "
+                                    "for disk 0 with result 1 (fail)"});
 }
 
-TEST(Disk, AConfigurationOfZerosIsDropped) {
-    Disk disk = sampleDisk();
-    disk.config->hdId = 0;
-    disk.config->online = 0;
-    EXPECT_TRUE(dropContradictions(disk).config);
-    EXPECT_FALSE(disk.config.has_value());
-    EXPECT_TRUE(disk.raidStatus.has_value());
-}
-
-TEST(Disk, ARaidStatusOfZerosIsDropped) {
-    Disk disk = sampleDisk();
-    disk.raidStatus->hdId = 0;
-    disk.raidStatus->raidStatus = 0;
-    EXPECT_TRUE(dropContradictions(disk).raidStatus);
-    EXPECT_FALSE(disk.raidStatus.has_value());
-    EXPECT_TRUE(disk.config.has_value());
-}
-
-TEST(Disk, AFreeSpaceOfZerosIsDropped) {
-    Disk disk = sampleDisk();
-    disk.freeSpace->deviceId = 0;
-    disk.freeSpace->blockSize = 0;
-    EXPECT_TRUE(dropContradictions(disk).freeSpace);
-    EXPECT_FALSE(disk.freeSpace.has_value());
-}
-
-// A disk may go offline between two questions.
-TEST(Disk, PartsThatDifferWithoutBeingBlankStay) {
-    Disk disk = sampleDisk();
-    disk.config->online = 0;
-    const DroppedParts dropped = dropContradictions(disk);
-    EXPECT_FALSE(dropped.config || dropped.raidStatus);
-    EXPECT_TRUE(disk.config && disk.raidStatus);
-}
-
-// Its id is 0 and it is not online: the zeros are what they should be.
-TEST(Disk, ZerosThatContradictNothingStay) {
-    Disk disk = sampleDisk();
-    disk.config->hdId = 0;
-    disk.config->online = 0;
-    disk.raidStatus->hdId = 0;
-    disk.raidStatus->raidStatus = 0;
-    dropContradictions(disk);
-    EXPECT_TRUE(disk.config && disk.raidStatus);
-}
-
-// The free space shows 16 bits of the block size only.
-TEST(Disk, ABlockSizeOf65536ReadsZeroInTheFreeSpace) {
-    Disk disk = sampleDisk();
-    disk.info->blockSize = 65536;
-    disk.freeSpace->blockSize = 0;
-    EXPECT_FALSE(dropContradictions(disk).freeSpace);
+TEST_F(DiskOfAController, APartThatDoesNotComeLeavesTheOthers) {
+    library.results["diskConfig"] = 1;
+    slot.raidStatus.reset();
+    const Disk disk = read();
+    EXPECT_EQ(disk.presence, Presence::Present);
+    EXPECT_FALSE(disk.config || disk.raidStatus);
     EXPECT_TRUE(disk.freeSpace.has_value());
+    EXPECT_EQ(
+        told(problems),
+        (Texts{"library_call_failed: the library's ZT_PD_GetConfig failed for disk 1 with result 1 "
+               "(fail)",
+               "disk_not_responding: disk 1 did not answer the request for its raid status"}));
+}
+
+TEST_F(DiskOfAController, ALibraryThatThrowsKeepsWhatWasRead) {
+    library.throwing = "diskRaidStatus";
+    const Disk disk = read();
+    EXPECT_EQ(disk.presence, Presence::Present);
+    EXPECT_TRUE(disk.config.has_value());
+    EXPECT_EQ(told(problems),
+              Texts{"internal_error: disk 1 cannot be read: thrown by diskRaidStatus"});
+}
+
+TEST_F(DiskOfAController, PartsOfZerosThatContradictTheOthersDidNotAnswer) {
+    struct Row {
+        unsigned configId, online, statusId, status, blockSize, spaceId, spaceBlockSize;
+        std::string dropped;
+    };
+    const std::vector<Row> rows = {
+        {0, 0, 772, 0x21, 4096, 258, 4096, "its configuration"},
+        {772, 1, 0, 0, 4096, 258, 4096, "its raid status"},
+        {772, 1, 772, 0x21, 4096, 0, 0, "its free space"},
+        // A disk may go offline between two questions: they differ, and none is blank.
+        {772, 0, 772, 0x21, 4096, 258, 4096, ""},
+        // Its id is 0 and it is not online: the zeros are what they should be.
+        {0, 0, 0, 0, 4096, 258, 4096, ""},
+        // The free space shows 16 bits of the block size only.
+        {772, 1, 772, 0x21, 65536, 258, 0, ""}};
+    for (const Row& row : rows) {
+        problems.clear();
+        slot.config->hdId = static_cast<USHORT_INT>(row.configId);
+        slot.config->online = static_cast<UCHAR_>(row.online);
+        slot.raidStatus->hdId = static_cast<USHORT_INT>(row.statusId);
+        slot.raidStatus->raidStatus = static_cast<UCHAR_>(row.status);
+        slot.info->blockSize = row.blockSize;
+        slot.freeSpace->deviceId = static_cast<USHORT_INT>(row.spaceId);
+        slot.freeSpace->blockSize = static_cast<USHORT_INT>(row.spaceBlockSize);
+        const Disk disk = read();
+        EXPECT_EQ(disk.config.has_value(), row.dropped != "its configuration");
+        EXPECT_EQ(disk.raidStatus.has_value(), row.dropped != "its raid status");
+        EXPECT_EQ(disk.freeSpace.has_value(), row.dropped != "its free space");
+        const std::string silence = "disk_not_responding: disk 1 did not answer the request for ";
+        EXPECT_EQ(told(problems), row.dropped.empty() ? Texts() : Texts{silence + row.dropped});
+    }
+}
+
+TEST_F(DiskOfAController, NumbersThatADoubleCannotHoldStandThereAsTextToo) {
+    slot.info->size = 9007199254740993;
+    slot.freeSpace->size = 9007199254740992;
+    const Json json = diskToJson(read(), Padding::Trim);
+    EXPECT_EQ(at(json, "/capacity_raw"), "9007199254740993");
+    EXPECT_EQ(at(json, "/capacity_raw_s"), "\"9007199254740993\"");
+    EXPECT_EQ(at(json, "/free_space_raw"), "9007199254740992");
+    EXPECT_EQ(at(json, "/free_space_raw_s"), "missing");
+}
+
+TEST_F(DiskOfAController, PartsThatAreMissingOrUnprintableAreShownSo) {
+    Disk disk = read();
+    disk.config->online = 0;
+    EXPECT_TRUE(contains(shown(disk), "  State             not online\n"));
+    disk.info->modelNumber[0] = '\0';
+    disk.info->serialNumber[0] = '\x1B';
+    disk.config.reset();
+    disk.freeSpace.reset();
+    EXPECT_EQ(at(diskToJson(disk, Padding::Trim), "/online"), "null");
+    EXPECT_EQ(at(diskToJson(disk, Padding::Trim), "/raw/drive_speed"), "null");
+    // The raid status has the id as well.
+    EXPECT_EQ(at(diskToJson(disk, Padding::Trim), "/hd_id"), "772");
+    disk.raidStatus.reset();
+    EXPECT_EQ(shown(disk), R"(Disk 1
+  Model             not reported
+  Serial number     ?N 0042
+  Firmware version  F1.2
+  State             unknown
+  RAID status       unknown
+  Capacity          937673264 (unit not stated)
+  Free space        unknown
+  Block size        4096 bytes
+  Device ID         258
+  HD ID             unknown
+)");
 }
 
 }  // namespace
+
+}  // namespace veskctl

@@ -1,54 +1,60 @@
-// One event: decoded, shown.
-#include "veskctl/event_view.h"
+// Events: taken, decoded, shown.
+#include "veskctl/event.h"
 
-#include "record_bytes.h"
+#include "veskctl/report.h"
+
+#include "fake_library.h"
+#include "samples.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
+
+namespace veskctl {
 
 namespace {
 
-using nlohmann::ordered_json;
-using veskctl::decodeEvent;
-using veskctl::Event;
-using veskctl::eventToJson;
-using veskctl::eventToJsonLine;
-using veskctl::eventToTextLine;
+using EventBytes = std::array<std::uint8_t, 64>;
 
-Event sampleEvent() {
-    RecordBytes<64> bytes;
-    bytes.put(0, {0x02, 0x00, 0x36, 0x08})
-        .put(4, {0x80, 0x3B, 0xB1, 0x6A})
-        .put(8, {0x01, 0x01, 0x06})
-        .put(12, {0xFF, 0xFF, 0xFF, 0x7F})
-        .putText(34, 30, "Drive removed ");
-    return decodeEvent(bytes.data());
+Event taken(const EventBytes& bytes) {
+    FakeLibrary library;
+    library.events = {bytes};
+    return takeEvents(library.functions()).events.at(0);
 }
 
-TEST(Event, Json) {
-    EXPECT_EQ(eventToJson(sampleEvent()), ordered_json::parse(R"({
+Event sample() {
+    return taken(RecordBytes<64>()
+                     .put(0, {0x02, 0x00, 0x36, 0x08})
+                     .put(4, {0x80, 0x3B, 0xB1, 0x6A})
+                     .put(8, {0x01, 0x01, 0x06})
+                     .put(12, {0xFF, 0xFF, 0xFF, 0x7F})
+                     .putText(34, 30, "Drive removed ")
+                     .bytes());
+}
+
+TEST(Event, EveryFieldIsFoundAmongNoise) {
+    EXPECT_EQ(compact(eventToJson(sample())), compact(R"({
         "sequence": 2147483647, "time": "2026-09-21T14:13:20Z", "time_raw": 1790000000,
         "class": "physical_disk", "class_code": 2, "code": 2102, "severity": "critical",
         "severity_code": 6, "device_id": 257, "message": "Drive removed"})"));
+    EXPECT_EQ(eventToTextLine(sample(), false),
+              "2026-09-21T14:13:20Z  critical  physical_disk  device 257  code 2102   "
+              "Drive removed  (#2147483647)\n");
 }
 
-TEST(Event, JsonLineIsOneLine) {
-    Event event = sampleEvent();
+TEST(Event, JsonLineIsOneLineOfUtf8) {
+    Event event = sample();
     event.message = "a\nb\xFF";
-    EXPECT_EQ(eventToJsonLine(event),
+    EXPECT_EQ(renderJsonLine(eventToJson(event)),
               "{\"sequence\":2147483647,\"time\":\"2026-09-21T14:13:20Z\",\"time_raw\":1790000000,"
               "\"class\":\"physical_disk\",\"class_code\":2,\"code\":2102,"
               "\"severity\":\"critical\",\"severity_code\":6,\"device_id\":257,"
               "\"message\":\"a\\nb\xEF\xBF\xBD\"}\n");
-}
-
-TEST(Event, TextLine) {
-    EXPECT_EQ(eventToTextLine(sampleEvent(), false),
-              "2026-09-21T14:13:20Z  critical  physical_disk  device 257  code 2102   "
-              "Drive removed  (#2147483647)\n");
-    EXPECT_NE(eventToTextLine(sampleEvent(), true).find("\x1b[33mcritical\x1b[0m"),
-              std::string::npos);
 }
 
 TEST(Event, TextLineOfNothingKnown) {
@@ -62,47 +68,101 @@ TEST(Event, TextLineOfNothingKnown) {
 }
 
 TEST(Event, MessageMayFillItsFieldWithoutAnEnd) {
-    RecordBytes<64> bytes;
-    bytes.putText(34, 30, "123456789012345678901234567890");
-    EXPECT_EQ(decodeEvent(bytes.data()).message, "123456789012345678901234567890");
+    const std::string message = "123456789012345678901234567890";
+    EXPECT_EQ(taken(RecordBytes<64>().putText(34, 30, message).bytes()).message, message);
 }
 
 TEST(Event, ClassesBySpelling) {
+    const std::vector<std::pair<unsigned, std::optional<std::string>>> classes = {
+        {0, "adapter"},    {1, "virtual_disk"}, {2, "physical_disk"}, {3, std::nullopt},
+        {6, std::nullopt}, {255, std::nullopt}, {65535, std::nullopt}};
     Event event;
-    EXPECT_EQ(event.className(), "adapter");
-    event.classCode = 1;
-    EXPECT_EQ(event.className(), "virtual_disk");
-    event.classCode = 2;
-    EXPECT_EQ(event.className(), "physical_disk");
-    for (const unsigned code : {3U, 6U, 255U, 65535U}) {
+    for (const auto& [code, name] : classes) {
         event.classCode = code;
-        EXPECT_EQ(event.className(), std::nullopt) << code;
+        EXPECT_EQ(event.className(), name) << code;
     }
 }
 
-TEST(Event, SeveritiesBySpelling) {
-    const char* const names[] = {"unknown", "other", "info",     "warning",
-                                 "minor",   "major", "critical", "fatal"};
+TEST(Event, SeveritiesBySpellingAndFromWarningUpInColour) {
+    struct Row {
+        unsigned code;
+        std::optional<std::string> name;
+        const char* shown;
+    };
+    const std::vector<Row> rows = {{0, "unknown", "  unknown   "},
+                                   {1, "other", "  other     "},
+                                   {2, "info", "  info      "},
+                                   {3, "warning", "  \x1b[33mwarning \x1b[0m  "},
+                                   {4, "minor", "  \x1b[33mminor   \x1b[0m  "},
+                                   {5, "major", "  \x1b[33mmajor   \x1b[0m  "},
+                                   {6, "critical", "  \x1b[33mcritical\x1b[0m  "},
+                                   {7, "fatal", "  \x1b[33mfatal   \x1b[0m  "},
+                                   {8, std::nullopt, "  \x1b[2m-       \x1b[0m  "},
+                                   {255, std::nullopt, "  \x1b[2m-       \x1b[0m  "}};
     Event event;
-    for (unsigned code = 0; code < 8; ++code) {
-        event.severityCode = code;
-        EXPECT_EQ(event.severity(), names[code]);
+    for (const Row& row : rows) {
+        event.severityCode = row.code;
+        EXPECT_EQ(event.severity(), row.name) << row.code;
+        EXPECT_TRUE(contains(eventToTextLine(event, true), row.shown)) << row.code;
     }
-    event.severityCode = 8;
-    EXPECT_EQ(event.severity(), std::nullopt);
-    event.severityCode = 255;
-    EXPECT_EQ(event.severity(), std::nullopt);
 }
 
 TEST(Event, TimesOfTheWholeRange) {
+    const std::vector<std::pair<std::uint32_t, std::optional<std::string>>> times = {
+        {0, std::nullopt},
+        {1, "1970-01-01T00:00:01Z"},
+        {951782400, "2000-02-29T00:00:00Z"},
+        {4294967295, "2106-02-07T06:28:15Z"}};
     Event event;
-    EXPECT_EQ(event.time(), std::nullopt);
-    event.timeRaw = 1;
-    EXPECT_EQ(event.time(), "1970-01-01T00:00:01Z");
-    event.timeRaw = 951782400;
-    EXPECT_EQ(event.time(), "2000-02-29T00:00:00Z");
-    event.timeRaw = 4294967295;
-    EXPECT_EQ(event.time(), "2106-02-07T06:28:15Z");
+    for (const auto& [raw, text] : times) {
+        event.timeRaw = raw;
+        EXPECT_EQ(event.time(), text);
+    }
+}
+
+class EventDeliveries : public WithFakeLibrary {
+protected:
+    void deliver(unsigned sequence) {
+        library.events.emplace_back()[12] = static_cast<std::uint8_t>(sequence);
+    }
+};
+
+TEST_F(EventDeliveries, KeepTheOrder) {
+    deliver(9);
+    deliver(4);
+    const EventDelivery delivery = takeEvents(library.functions());
+    ASSERT_EQ(delivery.events.size(), 2U);
+    EXPECT_EQ(delivery.events[0].sequence, 9U);
+    EXPECT_EQ(delivery.events[1].sequence, 4U);
+    EXPECT_FALSE(delivery.full);
+    EXPECT_FALSE(delivery.problem.has_value());
+}
+
+TEST_F(EventDeliveries, SixtyFourAreFull) {
+    for (unsigned sequence = 1; sequence <= 63; ++sequence) {
+        deliver(sequence);
+    }
+    EXPECT_FALSE(takeEvents(library.functions()).full);
+    deliver(64);
+    const EventDelivery delivery = takeEvents(library.functions());
+    EXPECT_TRUE(delivery.full);
+    ASSERT_EQ(delivery.events.size(), 64U);
+    EXPECT_EQ(delivery.events[63].sequence, 64U);
+}
+
+TEST_F(EventDeliveries, AMarkThatWasNotStoredKeepsTheEvents) {
+    deliver(4);
+    library.results["getEvents"] = 1;
+    const EventDelivery delivery = takeEvents(library.functions());
+    EXPECT_EQ(delivery.events.size(), 1U);
+    ASSERT_TRUE(delivery.problem.has_value());
+    EXPECT_EQ(told({*delivery.problem}),
+              std::vector<std::string>{
+                  "library_call_failed: the library's ZT_EVT_GetEvent failed with result 1 (fail); "
+                  "the mark of what was delivered could not be stored, so the same events will "
+                  "come again; check that libVeskNVMeAlertMapping.ini can be written"});
 }
 
 }  // namespace
+
+}  // namespace veskctl

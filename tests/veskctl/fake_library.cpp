@@ -1,5 +1,6 @@
 #include "fake_library.h"
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -34,54 +35,6 @@ UCHAR_ answer(const std::string& name, PInfo_Request request,
     return static_cast<UCHAR_>(result);
 }
 
-UCHAR_ diskInfo(UCHAR_, PInfo_Request request) {
-    return answer("diskInfo", request, &FakeLibrary::Slot::info);
-}
-
-UCHAR_ diskConfig(UCHAR_, PInfo_Request request) {
-    return answer("diskConfig", request, &FakeLibrary::Slot::config);
-}
-
-UCHAR_ diskRaidStatus(UCHAR_, PInfo_Request request) {
-    return answer("diskRaidStatus", request, &FakeLibrary::Slot::raidStatus);
-}
-
-UCHAR_ diskFreeSpace(UCHAR_, PInfo_Request request) {
-    return answer("diskFreeSpace", request, &FakeLibrary::Slot::freeSpace);
-}
-
-UCHAR_ volumeInfo(UCHAR_, PInfo_Request request) {
-    return answer("volumeInfo", request, &FakeLibrary::Slot::volumeInfo);
-}
-
-UCHAR_ volumeConfig(UCHAR_, PInfo_Request request) {
-    return answer("volumeConfig", request, &FakeLibrary::Slot::volumeConfig);
-}
-
-UCHAR_ diskHealth(UCHAR_, UCHAR_ id, UCHAR_, PSMART_INFO_ARRAY record) {
-    const int result = enter("diskHealth", id);
-    if (current->slots.at(id).health) {
-        *record = *current->slots.at(id).health;
-    }
-    return static_cast<UCHAR_>(result);
-}
-
-UCHAR_ diskLocate(UCHAR_, PPD_OEM_Data request) {
-    const std::string name = request->ledStatus != 0 ? "diskLocate on" : "diskLocate off";
-    return static_cast<UCHAR_>(enter(name, request->pdId));
-}
-
-UCHAR_ getEvents(UCHAR_, UCHAR_, UCHAR_* count, CEvent* records) {
-    const int result = enter("getEvents", 0);
-    *count = static_cast<UCHAR_>(current->events.size());
-    auto* bytes = reinterpret_cast<std::uint8_t*>(records);
-    for (const auto& event : current->events) {
-        std::memcpy(bytes, event.data(), event.size());
-        bytes += event.size();
-    }
-    return static_cast<UCHAR_>(result);
-}
-
 }  // namespace
 
 FakeLibrary::FakeLibrary() {
@@ -94,14 +47,50 @@ FakeLibrary::~FakeLibrary() {
 
 veskctl::LibraryFunctions FakeLibrary::functions() const {
     veskctl::LibraryFunctions functions;
-    functions.diskInfo = diskInfo;
-    functions.diskConfig = diskConfig;
-    functions.diskRaidStatus = diskRaidStatus;
-    functions.diskFreeSpace = diskFreeSpace;
-    functions.diskHealth = diskHealth;
-    functions.diskLocate = diskLocate;
-    functions.volumeInfo = volumeInfo;
-    functions.volumeConfig = volumeConfig;
-    functions.getEvents = getEvents;
+    functions.adapterGetInfo = [](UCHAR_, UCHAR_*, CController* record) {
+        const int result = enter("adapterGetInfo", 0);
+        if (current->controller) {
+            std::memcpy(static_cast<void*>(record), current->controller->data(), 304);
+        }
+        return static_cast<UCHAR_>(result);
+    };
+    functions.diskInfo = [](UCHAR_, PInfo_Request request) {
+        return answer("diskInfo", request, &Slot::info);
+    };
+    functions.diskConfig = [](UCHAR_, PInfo_Request request) {
+        return answer("diskConfig", request, &Slot::config);
+    };
+    functions.diskRaidStatus = [](UCHAR_, PInfo_Request request) {
+        return answer("diskRaidStatus", request, &Slot::raidStatus);
+    };
+    functions.diskFreeSpace = [](UCHAR_, PInfo_Request request) {
+        return answer("diskFreeSpace", request, &Slot::freeSpace);
+    };
+    functions.volumeInfo = [](UCHAR_, PInfo_Request request) {
+        return answer("volumeInfo", request, &Slot::volumeInfo);
+    };
+    functions.volumeConfig = [](UCHAR_, PInfo_Request request) {
+        return answer("volumeConfig", request, &Slot::volumeConfig);
+    };
+    functions.diskHealth = [](UCHAR_, UCHAR_ id, UCHAR_, PSMART_INFO_ARRAY record) {
+        const int result = enter("diskHealth", id);
+        if (current->slots.at(id).health) {
+            *record = *current->slots.at(id).health;
+        }
+        return static_cast<UCHAR_>(result);
+    };
+    functions.diskLocate = [](UCHAR_, PPD_OEM_Data request) {
+        const std::string name = request->ledStatus != 0 ? "diskLocate on" : "diskLocate off";
+        return static_cast<UCHAR_>(enter(name, request->pdId));
+    };
+    functions.getEvents = [](UCHAR_, UCHAR_, UCHAR_* count, CEvent* records) {
+        const int result = enter("getEvents", 0);
+        *count = static_cast<UCHAR_>(current->events.size());
+        auto* bytes = reinterpret_cast<std::uint8_t*>(records);
+        for (const auto& event : current->events) {
+            bytes = std::copy(event.begin(), event.end(), bytes);
+        }
+        return static_cast<UCHAR_>(result);
+    };
     return functions;
 }

@@ -6,6 +6,8 @@
 
 #include "VeskNvme.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <cstdint>
 #include <map>
@@ -33,9 +35,17 @@ public:
         std::optional<VD_Config> volumeConfig = std::nullopt;
     };
 
+    std::optional<std::array<std::uint8_t, 304>> controller;
     std::array<Slot, 2> slots;
     std::map<std::string, int> results;                // of functions that fail
     std::string throwing;                              // name of a function that throws
     std::vector<std::string> calls;                    // name and id of each, and the light's state
     std::vector<std::array<std::uint8_t, 64>> events;  // of the next delivery
+};
+
+class WithFakeLibrary : public testing::Test {
+protected:
+    FakeLibrary library;
+    FakeLibrary::Slot& slot = library.slots[1];
+    std::vector<veskctl::Problem> problems;
 };

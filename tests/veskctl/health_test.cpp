@@ -1,48 +1,44 @@
-// Health: asked for, decoded, shown.
-#include "veskctl/health_reader.h"
-#include "veskctl/health_view.h"
+// Health: asked for, decoded, shown. Whole tables stand in tests/golden.
+#include "veskctl/health.h"
+
+#include "veskctl/report.h"
 
 #include "fake_library.h"
-#include "sample_disk.h"
+#include "samples.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
+namespace veskctl {
+
 namespace {
 
-using nlohmann::ordered_json;
-using veskctl::addHealthSection;
-using veskctl::Health;
-using veskctl::healthToJson;
-using veskctl::Presence;
-using veskctl::Problem;
-using veskctl::ProblemKind;
-using veskctl::readHealth;
-using veskctl::Table;
+using Texts = std::vector<std::string>;
 
-class HealthOfADisk : public testing::Test {
+// Disk 1 is there, and healthy.
+class HealthOfADisk : public WithFakeLibrary {
 protected:
     HealthOfADisk() {
-        library.slots[1].info = sampleDiskInfo();
-        library.slots[1].health = sampleHealthRecord(0x4F);
+        slot.info = sampleDiskInfo();
+        slot.health = sampleHealth(0x4F);
     }
 
-    Health read(unsigned slot) { return readHealth(library.functions(), slot, problems); }
-
-    static std::string shown(const Health& health) {
-        Table table;
-        addHealthSection(health, table);
-        return table.render(false);
-    }
-
-    FakeLibrary library;
-    std::vector<Problem> problems;
+    Health read(unsigned id = 1) { return readHealth(library.functions(), id, problems); }
 };
 
-TEST_F(HealthOfADisk, Json) {
-    EXPECT_EQ(healthToJson(read(1)), ordered_json::parse(R"({
+std::string shown(const Health& health, bool colour = false) {
+    Table table;
+    addHealthSection(health, table);
+    return table.render(colour);
+}
+
+TEST_F(HealthOfADisk, IsDecodedAmongNoise) {
+    const Health health = read();
+    EXPECT_EQ(library.calls, (Texts{"diskInfo 1", "diskHealth 1"}));
+    EXPECT_EQ(told(problems), Texts());
+    EXPECT_EQ(compact(healthToJson(health)), compact(R"({
         "slot": 1, "present": true, "model_name": "Model X", "serial_number": "SN 0042",
         "smart_status": "ok", "smart_status_code": 79, "percentage_used": 103,
         "available_spare": 7, "available_spare_threshold": 10,
@@ -50,43 +46,44 @@ TEST_F(HealthOfADisk, Json) {
             {"id": 0, "name": "Percent Drive Life Remaining", "value_raw": 103,
              "threshold_raw": 0},
             {"id": 1, "name": "Available Spare", "value_raw": 7, "threshold_raw": 10}]})"));
-    EXPECT_TRUE(problems.empty());
 }
 
-TEST_F(HealthOfADisk, Table) {
-    EXPECT_EQ(shown(read(1)), "Disk 1\n"
-                              "  Model            Model X\n"
-                              "  Serial number    SN 0042\n"
-                              "  Health status    ok\n"
-                              "  Percentage used  103 % (100 is the rated life)\n"
-                              "  Available spare  7 %\n"
-                              "  Spare threshold  10 %\n");
+TEST_F(HealthOfADisk, StatusCodesHaveNames) {
+    slot.health = sampleHealth(1);
+    EXPECT_EQ(at(healthToJson(read()), "/smart_status"), "\"alert\"");
+    EXPECT_TRUE(contains(shown(read(), true), "  \x1b[33malert\x1b[0m\n"));
+    slot.health = sampleHealth(9);
+    EXPECT_EQ(at(healthToJson(read()), "/smart_status"), "\"unknown\"");
+    EXPECT_EQ(at(healthToJson(read()), "/smart_status_code"), "9");
+    EXPECT_TRUE(contains(shown(read()), "unknown (code 9)"));
 }
 
-TEST_F(HealthOfADisk, StatusCodes) {
-    library.slots[1].health = sampleHealthRecord(1);
-    EXPECT_EQ(healthToJson(read(1))["smart_status"], "alert");
-    library.slots[1].health = sampleHealthRecord(9);
-    const Health other = read(1);
-    EXPECT_EQ(healthToJson(other)["smart_status"], "unknown");
-    EXPECT_EQ(healthToJson(other)["smart_status_code"], 9);
-    EXPECT_NE(shown(other).find("unknown (code 9)"), std::string::npos);
-}
-
-TEST_F(HealthOfADisk, AlarmsAreColouredNotCounted) {
-    Table table;
-    addHealthSection(read(1), table);
-    const std::string text = table.render(true);
-    EXPECT_NE(text.find("\x1b[33m103 % (100 is the rated life)\x1b[0m"), std::string::npos);
-    EXPECT_NE(text.find("\x1b[33m7 %\x1b[0m"), std::string::npos);
-    EXPECT_TRUE(problems.empty());
+TEST_F(HealthOfADisk, WearBeyondItsLimitsIsColouredAndNoProblem) {
+    struct Row {
+        unsigned used, spare, threshold;
+        const char* usedShown;
+        const char* spareShown;
+    };
+    const std::vector<Row> rows = {
+        {100, 10, 10, "  \x1b[33m100 % (100 is the rated life)\x1b[0m\n", "  10 %\n"},
+        {99, 9, 10, "  99 % (100 is the rated life)\n", "  \x1b[33m9 %\x1b[0m\n"},
+        {0, 100, 0, "  0 % (100 is the rated life)\n", "  100 %\n"}};
+    for (const Row& row : rows) {
+        slot.health->attributes[0].currentValue = static_cast<UCHAR_>(row.used);
+        slot.health->attributes[1].currentValue = static_cast<UCHAR_>(row.spare);
+        slot.health->attributes[1].thresholdValue = static_cast<UCHAR_>(row.threshold);
+        const std::string text = shown(read(), true);
+        EXPECT_TRUE(contains(text, std::string("  Percentage used") + row.usedShown)) << text;
+        EXPECT_TRUE(contains(text, std::string("  Available spare") + row.spareShown)) << text;
+    }
+    EXPECT_EQ(told(problems), Texts());
 }
 
 TEST_F(HealthOfADisk, AnAbsentDiskIsNotAskedForItsHealth) {
     const Health health = read(0);
-    EXPECT_EQ(library.calls, std::vector<std::string>{"diskInfo 0"});
-    EXPECT_TRUE(problems.empty());
-    EXPECT_EQ(healthToJson(health), ordered_json::parse(R"({
+    EXPECT_EQ(library.calls, Texts{"diskInfo 0"});
+    EXPECT_EQ(told(problems), Texts());
+    EXPECT_EQ(compact(healthToJson(health)), compact(R"({
         "slot": 0, "present": false, "model_name": null, "serial_number": null,
         "smart_status": "unknown", "smart_status_code": null, "percentage_used": null,
         "available_spare": null, "available_spare_threshold": null, "attributes": []})"));
@@ -95,55 +92,49 @@ TEST_F(HealthOfADisk, AnAbsentDiskIsNotAskedForItsHealth) {
 
 // It would read as a healthy one.
 TEST_F(HealthOfADisk, ADiskThatDoesNotAnswerIsNotAskedForItsHealth) {
-    library.slots[1].info = PD_Info();
-    const Health health = read(1);
-    EXPECT_EQ(library.calls, std::vector<std::string>{"diskInfo 1"});
-    EXPECT_STREQ(health.status(), "unknown");
-    ASSERT_EQ(problems.size(), 1U);
-    EXPECT_EQ(problems[0].kind, ProblemKind::DiskNotResponding);
+    slot.info = PD_Info();
+    EXPECT_STREQ(read().status(), "unknown");
+    EXPECT_EQ(library.calls, Texts{"diskInfo 1"});
+    EXPECT_EQ(told(problems), Texts{"disk_not_responding: disk 1 did not answer"});
 }
 
 TEST_F(HealthOfADisk, ARecordThatStaysUntouchedIsNoHealth) {
-    library.slots[1].health.reset();
-    const Health health = read(1);
+    slot.health.reset();
+    const Health health = read();
     EXPECT_FALSE(health.record.has_value());
-    ASSERT_EQ(problems.size(), 1U);
-    EXPECT_EQ(problems[0].message, "disk 1 did not answer the request for its health");
-    EXPECT_NE(shown(health).find("  Health status    unknown\n"), std::string::npos);
+    EXPECT_EQ(told(problems),
+              Texts{"disk_not_responding: disk 1 did not answer the request for its health"});
+    EXPECT_TRUE(contains(shown(health), "  Health status    unknown\n"
+                                        "  Percentage used  unknown\n"));
 }
 
 TEST_F(HealthOfADisk, APageOfZerosIsNoHealthButTheStatusStays) {
-    SMART_INFO_ARRAY record = sampleHealthRecord(0x4F);
-    record.attributes[0].currentValue = 0;
-    record.attributes[1].currentValue = 0;
-    record.attributes[1].thresholdValue = 0;
-    library.slots[1].health = record;
-    const ordered_json json = healthToJson(read(1));
-    EXPECT_EQ(json["smart_status"], "ok");
-    EXPECT_TRUE(json["percentage_used"].is_null());
-    EXPECT_TRUE(json["available_spare"].is_null());
-    EXPECT_EQ(json["attributes"][1]["value_raw"], 0);
-    ASSERT_EQ(problems.size(), 1U);
-    EXPECT_EQ(problems[0].kind, ProblemKind::DiskNotResponding);
-}
-
-TEST_F(HealthOfADisk, ANewDiskIsNoPageOfZeros) {
-    SMART_INFO_ARRAY record = sampleHealthRecord(0x4F);
-    record.attributes[0].currentValue = 0;
-    record.attributes[1].currentValue = 100;
-    record.attributes[1].thresholdValue = 0;
-    library.slots[1].health = record;
-    EXPECT_EQ(healthToJson(read(1))["percentage_used"], 0);
-    EXPECT_TRUE(problems.empty());
+    slot.health->attributes[0].currentValue = 0;
+    slot.health->attributes[1].currentValue = 0;
+    slot.health->attributes[1].thresholdValue = 0;
+    const Json json = healthToJson(read());
+    EXPECT_EQ(at(json, "/smart_status"), "\"ok\"");
+    EXPECT_EQ(at(json, "/percentage_used"), "null");
+    EXPECT_EQ(at(json, "/available_spare"), "null");
+    EXPECT_EQ(at(json, "/attributes/1/value_raw"), "0");
+    EXPECT_EQ(told(problems),
+              Texts{"disk_not_responding: disk 1 did not answer the request for its health"});
 }
 
 TEST_F(HealthOfADisk, AFailedCallIsAProblem) {
     library.results["diskHealth"] = 1;
-    library.slots[1].health.reset();
-    EXPECT_EQ(read(1).disk.presence, Presence::Present);
-    ASSERT_EQ(problems.size(), 1U);
-    EXPECT_EQ(problems[0].message,
-              "the library's ZT_PD_GET_SMART_INFO failed for disk 1 with result 1 (fail)");
+    slot.health.reset();
+    EXPECT_EQ(read().disk.presence, Presence::Present);
+    EXPECT_EQ(told(problems), Texts{"library_call_failed: the library's ZT_PD_GET_SMART_INFO "
+                                    "failed for disk 1 with result 1 (fail)"});
+}
+
+TEST_F(HealthOfADisk, ALibraryThatThrowsIsAProblemOfThatDisk) {
+    library.throwing = "diskHealth";
+    EXPECT_EQ(read().disk.presence, Presence::Present);
+    EXPECT_EQ(told(problems), Texts{"internal_error: disk 1 cannot be read: thrown by diskHealth"});
 }
 
 }  // namespace
+
+}  // namespace veskctl

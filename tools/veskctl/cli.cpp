@@ -1,13 +1,12 @@
 #include "veskctl/cli.h"
 
-#include "veskctl/colour.h"
-#include "veskctl/command_table.h"
+#include "veskctl/format.h"
 #include "veskctl/library.h"
-#include "veskctl/option_checks.h"
+#include "veskctl/process.h"
 #include "veskctl/program_version.h"
-#include "veskctl/standard_streams.h"
+#include "veskctl/report.h"
 
-#include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cerrno>
@@ -31,9 +30,59 @@ constexpr const char* kFooter = R"(Exit codes:
 With --json, standard output carries one JSON document, also after an error.
 Colour is used on a terminal only, and not with NO_COLOR set or TERM=dumb.)";
 
-struct Options {
-    std::string library = kDefaultLibrary;
-    bool json = false;
+// Declares with CLI11, which no other source includes: it takes seconds to read.
+class CliOptions : public Options {
+public:
+    explicit CliOptions(CLI::App& app) : m_app(app) {}
+
+    void addFlag(const std::string& name, bool& value, const std::string& help) override {
+        m_app.add_flag(name, value, help);
+    }
+
+    void addText(const std::string& name, std::string& value, const std::string& shownAs,
+                 const std::string& help) override {
+        const auto refuseEmpty = [](const std::string& given) {
+            return std::string(given.empty() ? "the value is empty" : "");
+        };
+        m_app.add_option(name, value, help)->option_text(shownAs)->check(refuseEmpty, "");
+    }
+
+    void addNumber(const std::string& name, unsigned& value, unsigned lowest, unsigned highest,
+                   const std::string& shownAs, const std::string& help) override {
+        m_app.add_option(name, value, help)
+            ->option_text(shownAs)
+            ->check(CLI::Range(lowest, highest));
+    }
+
+    void addId(std::optional<unsigned>& id, const std::string& thing, bool required) override {
+        const auto check = [thing](const std::string& value) {
+            return value == "0" || value == "1"
+                       ? std::string()
+                       : format("there is no {} '{}', the ids are 0 and 1", thing, value);
+        };
+        const auto store = [&id](const std::string& value) {
+            id = value == "0" ? 0U : 1U;
+        };
+        m_app.add_option_function<std::string>("ID", store, format("The {}: 0 or 1", thing))
+            ->option_text(" ")
+            ->check(check, "")
+            ->required(required);
+    }
+
+    void onlyWith(const std::string& name, const std::string& other) override {
+        m_app.get_option(name)->needs(m_app.get_option(other));
+    }
+
+    void notWith(const std::string& name, const std::string& other) override {
+        m_app.get_option(name)->excludes(m_app.get_option(other));
+    }
+
+    void addRemark(const std::string& text) override {
+        m_app.footer(text + "\n\n" + m_app.get_footer());
+    }
+
+private:
+    CLI::App& m_app;
 };
 
 struct Runnable {
@@ -42,26 +91,39 @@ struct Runnable {
     CommandRunner run;
 };
 
-struct CommandLine {
+class CommandLine {
+public:
     explicit CommandLine(const CliHooks& hooks)
-        : app("Shows the NVMe RAID controller of this host.", hooks.programName) {
-        app.set_version_flag("--version", fmt::format("{} {}", hooks.programName, kProgramVersion));
-        app.require_subcommand(1);
-        app.footer(kFooter);
-        addOptions(app, hooks);
-        addCommands(app, "", commandTable(), hooks);
-        addCommands(app, "", hooks.commands, hooks);
+        : m_app("Shows the NVMe RAID controller of this host.", hooks.programName) {
+        m_app.set_version_flag("--version", format("{} {}", hooks.programName, kProgramVersion));
+        m_app.require_subcommand(1);
+        m_app.footer(kFooter);
+        addCommonOptions(m_app, hooks);
+        addCommands(m_app, "", allCommands(), hooks);
+        addCommands(m_app, "", hooks.commands, hooks);
     }
 
+    CLI::App& app() { return m_app; }
+    const std::string& library() const { return m_library; }
+    bool json() const { return m_json; }
+
+    // Subcommands stand behind the command that they belong to, and were parsed with it.
+    const Runnable& chosen() const {
+        return *std::find_if(m_runnable.rbegin(), m_runnable.rend(),
+                             [](const Runnable& candidate) { return candidate.app->parsed(); });
+    }
+
+private:
     void addCommands(CLI::App& parent, const std::string& prefix,
                      const std::vector<Command>& commands, const CliHooks& hooks) {
         for (const Command& command : commands) {
             CLI::App* subcommand = parent.add_subcommand(command.name, command.summary);
             subcommand->footer(kFooter);
-            addOptions(*subcommand, hooks);
+            addCommonOptions(*subcommand, hooks);
             const std::string path = prefix + command.name;
             if (command.declare != nullptr) {
-                runnable.push_back({subcommand, path, command.declare(*subcommand)});
+                CliOptions options(*subcommand);
+                m_runnable.push_back({subcommand, path, command.declare(options)});
             } else {
                 subcommand->require_subcommand(1);
             }
@@ -69,27 +131,20 @@ struct CommandLine {
         }
     }
 
-    void addOptions(CLI::App& target, const CliHooks& hooks) {
-        target.add_flag("--json", options.json, "Write one JSON document");
-        target
-            .add_option("--library", options.library,
-                        "The library file, or a name for the loader to look for")
-            ->option_text(fmt::format("PATH [{}]", kDefaultLibrary))
-            ->check(refuseEmpty, "");
+    void addCommonOptions(CLI::App& target, const CliHooks& hooks) {
+        CliOptions options(target);
+        options.addFlag("--json", m_json, "Write one JSON document");
+        options.addText("--library", m_library, format("PATH [{}]", kDefaultLibrary),
+                        "The library file, or a name for the loader to look for");
         if (hooks.addOptions) {
-            hooks.addOptions(target);
+            hooks.addOptions(options);
         }
     }
 
-    // Subcommands stand behind the command that they belong to, and were parsed with it.
-    const Runnable& chosen() const {
-        return *std::find_if(runnable.rbegin(), runnable.rend(),
-                             [](const Runnable& candidate) { return candidate.app->parsed(); });
-    }
-
-    Options options;
-    CLI::App app;
-    std::vector<Runnable> runnable;
+    std::string m_library = kDefaultLibrary;
+    bool m_json = false;
+    CLI::App m_app;
+    std::vector<Runnable> m_runnable;
 };
 
 // A command line that cannot be read may still ask for a document.
@@ -125,15 +180,14 @@ std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
         return error.what();
     }
     if (!behind.empty()) {
-        behind = fmt::format(" behind '{}'", behind);
+        behind = format(" behind '{}'", behind);
     }
     const std::vector<std::string> unknown = app.remaining(true);
     if (unknown.empty()) {
-        return fmt::format("no command was given{}", behind);
+        return format("no command was given{}", behind);
     }
     const bool isOption = unknown.front().rfind('-', 0) == 0;
-    return fmt::format("unknown {} '{}'{}", isOption ? "option" : "command", unknown.front(),
-                       behind);
+    return format("unknown {} '{}'{}", isOption ? "option" : "command", unknown.front(), behind);
 }
 
 CliOutcome usageFailure(const CliHooks& hooks, const std::string& message, bool json) {
@@ -141,7 +195,7 @@ CliOutcome usageFailure(const CliHooks& hooks, const std::string& message, bool 
     report.problems.push_back({ProblemKind::Usage, message});
     CliOutcome outcome = outcomeOf("", report, json, false);
     outcome.standardError +=
-        fmt::format("veskctl: try '{} --help' for more information\n", hooks.programName);
+        format("veskctl: try '{} --help' for more information\n", hooks.programName);
     return outcome;
 }
 
@@ -152,13 +206,11 @@ void runCommand(const CommandRunner& runner, const CommandContext& context, cons
             hooks.prepare();
         }
         runner(context, report);
-    } catch (const UsageError& error) {
-        report.problems.push_back({ProblemKind::Usage, error.what()});
     } catch (const ProblemError& error) {
         report.problems.push_back(error.problem());
     } catch (const std::exception& error) {
         report.problems.push_back(
-            {ProblemKind::Internal, fmt::format("the command failed: {}", error.what())});
+            {ProblemKind::Internal, format("the command failed: {}", error.what())});
     } catch (...) {
         // The library may throw things that are no exceptions.
         report.problems.push_back({ProblemKind::Internal, "the command failed for a reason that "
@@ -171,20 +223,17 @@ void runCommand(const CommandRunner& runner, const CommandContext& context, cons
 CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks, bool colour) {
     CommandLine line(hooks);
     try {
-        line.app.parse(argc, argv);
+        line.app().parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
-        return {static_cast<int>(ExitCode::Ok), line.app.help(), ""};
+        return {static_cast<int>(ExitCode::Ok), line.app().help(), ""};
     } catch (const CLI::CallForVersion& version) {
-        return {static_cast<int>(ExitCode::Ok), fmt::format("{}\n", version.what()), ""};
+        return {static_cast<int>(ExitCode::Ok), format("{}\n", version.what()), ""};
     } catch (const CLI::ParseError& error) {
-        return usageFailure(hooks, usageMessage(line.app, error), asksForJson(argc, argv));
+        return usageFailure(hooks, usageMessage(line.app(), error), asksForJson(argc, argv));
     }
 
     const Runnable& command = line.chosen();
-    CommandContext context;
-    context.libraryName = line.options.library;
-    context.json = line.options.json;
-    context.colour = colour;
+    const CommandContext context = {line.library(), line.json(), colour};
     Report report;
     runCommand(command.run, context, hooks, report);
     return outcomeOf(command.path, report, context.json, colour);
@@ -200,7 +249,7 @@ int runCli(int argc, const char* const* argv, const CliHooks& hooks) {
     const int failure = writeAndFlush(stdout, outcome.standardOutput);
     if (failure != 0 && failure != EPIPE) {
         outcome.standardError +=
-            fmt::format("veskctl: standard output cannot be written: {}\n", std::strerror(failure));
+            format("veskctl: standard output cannot be written: {}\n", std::strerror(failure));
         outcome.exitCode = static_cast<int>(ExitCode::Failed);
     }
     // Where standard error fails as well, the exit code has to do.

@@ -3,9 +3,6 @@
 #pragma once
 
 #include "veskctl/command.h"
-#include "veskctl/usage_error.h"
-
-#include <CLI/CLI.hpp>
 
 #include <functional>
 #include <string>
@@ -18,8 +15,9 @@ struct CliHooks {
     std::string programName = "veskctl";  // in the help text
     // Called for the program and for each command, so that options may stand on either side of the
     // command's name. They must write to the same variables each time.
-    std::function<void(CLI::App&)> addOptions = {};
-    std::function<void()> prepare = {};  // after the command line was read, before the command
+    std::function<void(Options&)> addOptions = {};
+    // After the command line was read, before the command. May throw UsageError.
+    std::function<void()> prepare = {};
     std::vector<Command> commands = {};  // behind those of the program itself
 };
 

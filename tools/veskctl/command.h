@@ -1,15 +1,14 @@
-// What a command is to the rest of the program.
+// What a command is to the rest of the program, and all of them.
 #pragma once
 
-#include "veskctl/report.h"
-
-#include <CLI/CLI.hpp>
-
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace veskctl {
+
+struct Report;
 
 struct CommandContext {
     std::string libraryName;  // as --library gave it, or the default
@@ -21,13 +20,40 @@ struct CommandContext {
 // put there, empty, before anything can fail.
 using CommandRunner = std::function<void(const CommandContext&, Report&)>;
 
+// Where options are declared. The variables hold the defaults; they are written when the command
+// line is read, so the runner has to keep them. shownAs: what the help text says of the value.
+class Options {
+public:
+    virtual ~Options() = default;
+
+    virtual void addFlag(const std::string& name, bool& value, const std::string& help) = 0;
+    // Refuses an empty value.
+    virtual void addText(const std::string& name, std::string& value, const std::string& shownAs,
+                         const std::string& help) = 0;
+    virtual void addNumber(const std::string& name, unsigned& value, unsigned lowest,
+                           unsigned highest, const std::string& shownAs,
+                           const std::string& help) = 0;
+    // The id of a disk or a volume, without a name in front. thing: "disk" or "volume".
+    virtual void addId(std::optional<unsigned>& id, const std::string& thing, bool required) = 0;
+
+    // Of two options that were added before.
+    virtual void onlyWith(const std::string& name, const std::string& other) = 0;
+    virtual void notWith(const std::string& name, const std::string& other) = 0;
+
+    // Stands behind the options in the help text.
+    virtual void addRemark(const std::string& text) = 0;
+};
+
 struct Command {
     const char* name;
     const char* summary;
-    // Adds the command's own options, if it has any; the runner reads what was parsed into them.
-    // Null: the name is only the first word of its subcommands.
-    CommandRunner (*declare)(CLI::App& app) = nullptr;
+    // Declares the command's own options, if it has any; the runner reads what was parsed into
+    // them. Null: the name is only the first word of its subcommands.
+    CommandRunner (*declare)(Options& options) = nullptr;
     std::vector<Command> subcommands = {};
 };
+
+// In the order of the help text.
+std::vector<Command> allCommands();
 
 }  // namespace veskctl

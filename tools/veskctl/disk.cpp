@@ -1,8 +1,56 @@
 #include "veskctl/disk.h"
 
+#include "veskctl/command.h"
+#include "veskctl/format.h"
+#include "veskctl/report.h"
+
+#include <cstdint>
+#include <memory>
+
 namespace veskctl {
 
 namespace {
+
+template <std::size_t Room>
+std::optional<std::string> textOf(const std::optional<PD_Info>& info, char (PD_Info::*field)[Room],
+                                  Padding padding) {
+    return info ? deviceText(fieldText((*info).*field), padding) : std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::string> Disk::modelName(Padding padding) const {
+    return textOf(info, &PD_Info::modelNumber, padding);
+}
+
+std::optional<std::string> Disk::serialNumber(Padding padding) const {
+    return textOf(info, &PD_Info::serialNumber, padding);
+}
+
+std::optional<std::string> Disk::firmwareVersion(Padding padding) const {
+    return textOf(info, &PD_Info::firmwareVersion, padding);
+}
+
+std::optional<bool> Disk::online() const {
+    return config ? std::optional<bool>(config->online != 0) : std::nullopt;
+}
+
+// Two records carry it.
+std::optional<unsigned> Disk::hdId() const {
+    return config ? valueOf<unsigned>(config, &PD_Config::hdId)
+                  : valueOf<unsigned>(raidStatus, &PD_RaidStatus::hdId);
+}
+
+// Asking the library. A device command that failed reads as a record of zeros.
+
+namespace {
+
+// No disk that answered has neither texts nor a size.
+bool isBlank(const PD_Info& info) {
+    return info.modelNumber[0] == '\0' && info.serialNumber[0] == '\0' &&
+           info.firmwareVersion[0] == '\0' && info.size == 0 && info.blockSize == 0 &&
+           info.deviceId == 0;
+}
 
 bool isBlank(const PD_Config& config) {
     return config.hdId == 0 && config.online == 0;
@@ -24,31 +72,235 @@ bool agree(const PD_Info& info, const PD_FreeSpaceInfo& space) {
     return info.deviceId == space.deviceId && (info.blockSize & 0xFFFFU) == space.blockSize;
 }
 
-}  // namespace
+constexpr const char* kConfig = "its configuration";
+constexpr const char* kRaidStatus = "its raid status";
+constexpr const char* kFreeSpace = "its free space";
 
-bool isBlank(const PD_Info& info) {
-    return info.modelNumber[0] == '\0' && info.serialNumber[0] == '\0' &&
-           info.firmwareVersion[0] == '\0' && info.size == 0 && info.blockSize == 0 &&
-           info.deviceId == 0;
+std::string nameOf(unsigned slot) {
+    return format("disk {}", slot);
 }
 
-DroppedParts dropContradictions(Disk& disk) {
-    DroppedParts dropped;
+Problem silence(unsigned slot, const char* about = "") {
+    return didNotAnswer(ProblemKind::DiskNotResponding, nameOf(slot), about);
+}
+
+// A part of a disk that is known to be there.
+template <class Record>
+std::optional<Record> readPart(RecordFunction function, const char* functionName, unsigned slot,
+                               const char* about, std::vector<Problem>& problems) {
+    const SingleAnswer<Record> answer =
+        requestSingle<Record>(function, functionName, slot, nameOf(slot), problems);
+    if (!answer.failed && !answer.record) {
+        problems.push_back(silence(slot, about));
+    }
+    return answer.record;
+}
+
+// Takes out records of zeros that contradict the others.
+void dropContradictions(Disk& disk, std::vector<Problem>& problems) {
     if (disk.config && disk.raidStatus && !agree(*disk.config, *disk.raidStatus)) {
         if (isBlank(*disk.config)) {
             disk.config.reset();
-            dropped.config = true;
+            problems.push_back(silence(disk.slot, kConfig));
         } else if (isBlank(*disk.raidStatus)) {
             disk.raidStatus.reset();
-            dropped.raidStatus = true;
+            problems.push_back(silence(disk.slot, kRaidStatus));
         }
     }
     if (disk.info && disk.freeSpace && !agree(*disk.info, *disk.freeSpace) &&
         isBlank(*disk.freeSpace)) {
         disk.freeSpace.reset();
-        dropped.freeSpace = true;
+        problems.push_back(silence(disk.slot, kFreeSpace));
     }
-    return dropped;
+}
+
+void readParts(const LibraryFunctions& functions, Disk& disk, std::vector<Problem>& problems) {
+    disk.config =
+        readPart<PD_Config>(functions.diskConfig, "ZT_PD_GetConfig", disk.slot, kConfig, problems);
+    disk.raidStatus = readPart<PD_RaidStatus>(functions.diskRaidStatus, "ZT_PD_GetHDRaidStatus",
+                                              disk.slot, kRaidStatus, problems);
+    disk.freeSpace = readPart<PD_FreeSpaceInfo>(functions.diskFreeSpace, "ZT_PD_GetFreeSpaceInfo",
+                                                disk.slot, kFreeSpace, problems);
+    dropContradictions(disk, problems);
+}
+
+}  // namespace
+
+Disk readDiskInfo(const LibraryFunctions& functions, unsigned slot,
+                  std::vector<Problem>& problems) {
+    Disk disk;
+    disk.slot = slot;
+    const SingleAnswer<PD_Info> answer = requestSingle<PD_Info>(
+        functions.diskInfo, "ZT_PD_GetHDInfo_Ext", slot, nameOf(slot), problems);
+    if (answer.failed) {
+        return disk;
+    }
+    if (!answer.record) {
+        disk.presence = Presence::Absent;
+    } else if (isBlank(*answer.record)) {
+        problems.push_back(silence(slot));
+    } else {
+        disk.presence = Presence::Present;
+        disk.info = answer.record;
+    }
+    return disk;
+}
+
+Disk readDisk(const LibraryFunctions& functions, unsigned slot, std::vector<Problem>& problems) {
+    Disk disk;
+    disk.slot = slot;
+    guarded(nameOf(slot), problems, [&] {
+        disk = readDiskInfo(functions, slot, problems);
+        if (disk.presence == Presence::Present) {
+            readParts(functions, disk, problems);
+        }
+    });
+    return disk;
+}
+
+// Showing.
+
+namespace {
+
+using Number = std::uint64_t;
+
+// What the library fills with the same values for every disk.
+Json constantsToJson(const Disk& disk) {
+    Json json;
+    json["hd_type"] = valueOrNull(valueOf<unsigned>(disk.info, &PD_Info::hdType));
+    json["hd_ssd_type"] = valueOrNull(valueOf<unsigned>(disk.info, &PD_Info::hdSsdType));
+    json["feature_support"] = valueOrNull(valueOf<unsigned>(disk.info, &PD_Info::featureSupport));
+    json["write_cache_on"] = valueOrNull(valueOf<unsigned>(disk.config, &PD_Config::writeCacheOn));
+    json["smart_on"] = valueOrNull(valueOf<unsigned>(disk.config, &PD_Config::smartOn));
+    json["drive_speed"] = valueOrNull(valueOf<unsigned>(disk.config, &PD_Config::driveSpeed));
+    json["crypto"] = valueOrNull(valueOf<unsigned>(disk.config, &PD_Config::crypto));
+    json["aes_percentage"] = valueOrNull(valueOf<unsigned>(disk.config, &PD_Config::aesPercentage));
+    return json;
+}
+
+void addText(const char* name, const std::optional<std::string>& text, Table& table) {
+    table.addLine(name, text ? printable(*text) : "not reported", text ? Tone::Plain : Tone::Faint);
+}
+
+void addNumber(const char* name, const std::optional<Number>& number, const char* remark,
+               Table& table) {
+    if (number) {
+        table.addLine(name, format("{}{}", *number, remark));
+    } else {
+        table.addLine(name, "unknown", Tone::Faint);
+    }
+}
+
+void addOnline(const Disk& disk, Table& table) {
+    const std::optional<bool> online = disk.online();
+    if (online) {
+        // No alarm: a disk that belongs to no volume is not online either.
+        table.addLine("State", *online ? "online" : "not online");
+    } else {
+        table.addLine("State", "unknown", Tone::Faint);
+    }
+}
+
+}  // namespace
+
+void putDiskIdentity(Json& json, const Disk& disk, Padding padding) {
+    json["slot"] = disk.slot;
+    json["present"] = valueOrNull(presentOrUnknown(disk.presence));
+    json["model_name"] = valueOrNull(disk.modelName(padding));
+    json["serial_number"] = valueOrNull(disk.serialNumber(padding));
+}
+
+bool addDiskIdentity(const Disk& disk, Padding padding, Table& table) {
+    table.addSection(format("Disk {}", disk.slot));
+    if (disk.presence != Presence::Present) {
+        table.addLine("State", disk.presence == Presence::Absent ? "absent" : "did not answer",
+                      Tone::Warning);
+        return false;
+    }
+    addText("Model", disk.modelName(padding), table);
+    addText("Serial number", disk.serialNumber(padding), table);
+    return true;
+}
+
+Json diskToJson(const Disk& disk, Padding padding) {
+    Json json;
+    putDiskIdentity(json, disk, padding);
+    json["firmware_version"] = valueOrNull(disk.firmwareVersion(padding));
+    json["device_id"] = valueOrNull(valueOf<unsigned>(disk.info, &PD_Info::deviceId));
+    json["hd_id"] = valueOrNull(disk.hdId());
+    json["online"] = valueOrNull(disk.online());
+    json["raid_status_code"] =
+        valueOrNull(valueOf<unsigned>(disk.raidStatus, &PD_RaidStatus::raidStatus));
+    putBigNumber(json, "capacity_raw", valueOf<Number>(disk.info, &PD_Info::size));
+    // The record does not say what its unit is, so there is nothing to count bytes from.
+    json["capacity_bytes"] = nullptr;
+    json["block_size_bytes"] = valueOrNull(valueOf<unsigned>(disk.info, &PD_Info::blockSize));
+    putBigNumber(json, "free_space_raw", valueOf<Number>(disk.freeSpace, &PD_FreeSpaceInfo::size));
+    json["raw"] = constantsToJson(disk);
+    return json;
+}
+
+void addDiskSection(const Disk& disk, Padding padding, Table& table) {
+    if (!addDiskIdentity(disk, padding, table)) {
+        return;
+    }
+    addText("Firmware version", disk.firmwareVersion(padding), table);
+    addOnline(disk, table);
+    const std::optional<unsigned> raidStatus =
+        valueOf<unsigned>(disk.raidStatus, &PD_RaidStatus::raidStatus);
+    table.addLine("RAID status", raidStatus ? format("0x{:02x}", *raidStatus) : "unknown",
+                  raidStatus ? Tone::Plain : Tone::Faint);
+    addNumber("Capacity", valueOf<Number>(disk.info, &PD_Info::size), " (unit not stated)", table);
+    addNumber("Free space", valueOf<Number>(disk.freeSpace, &PD_FreeSpaceInfo::size),
+              " (in the same unit)", table);
+    addNumber("Block size", valueOf<Number>(disk.info, &PD_Info::blockSize), " bytes", table);
+    addNumber("Device ID", valueOf<Number>(disk.info, &PD_Info::deviceId), "", table);
+    addNumber("HD ID", disk.hdId(), "", table);
+}
+
+// The commands.
+
+namespace {
+
+struct DiskOptions {
+    std::optional<unsigned> slot;  // empty: all
+    bool raw = false;
+};
+
+void runDisks(const CommandContext& context, const DiskOptions& wanted, Report& report) {
+    const Padding padding = wanted.raw ? Padding::Keep : Padding::Trim;
+    report.fields["disks"] = Json::array();
+    const Session session(context.libraryName, report.problems);
+    for (unsigned slot = 0; slot < kIdCount; ++slot) {
+        if (wanted.slot.value_or(slot) == slot) {
+            const Disk disk = readDisk(session.functions(), slot, report.problems);
+            report.fields["disks"].push_back(diskToJson(disk, padding));
+            addDiskSection(disk, padding, report.table);
+        }
+    }
+}
+
+CommandRunner declare(Options& options, bool one) {
+    const auto wanted = std::make_shared<DiskOptions>();
+    if (one) {
+        options.addId(wanted->slot, "disk", true);
+    }
+    options.addFlag("--raw", wanted->raw, "Keep the blanks around texts");
+    return [wanted](const CommandContext& context, Report& report) {
+        runDisks(context, *wanted, report);
+    };
+}
+
+}  // namespace
+
+Command disksCommand() {
+    const Command show = {"show", "Show one of them", [](Options& options) {
+                              return declare(options, true);
+                          }};
+    return {"disks",
+            "Show the physical disks: identity, state, capacity",
+            [](Options& options) { return declare(options, false); },
+            {show}};
 }
 
 }  // namespace veskctl

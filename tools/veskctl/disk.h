@@ -1,13 +1,20 @@
-// One physical disk, joined from the library's four records of it.
+// A physical disk: joined from the library's four records of it, asked for, shown.
 #pragma once
 
-#include "veskctl/presence.h"
+#include "veskctl/library.h"
+#include "veskctl/problem.h"
+#include "veskctl/record.h"
 
 #include "VeskNvme.h"
 
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace veskctl {
+
+class Table;
+struct Command;
 
 struct Disk {
     unsigned slot = 0;  // the id that was asked for
@@ -17,19 +24,28 @@ struct Disk {
     std::optional<PD_Config> config = std::nullopt;
     std::optional<PD_RaidStatus> raidStatus = std::nullopt;
     std::optional<PD_FreeSpaceInfo> freeSpace = std::nullopt;
+
+    std::optional<std::string> modelName(Padding padding) const;
+    std::optional<std::string> serialNumber(Padding padding) const;
+    std::optional<std::string> firmwareVersion(Padding padding) const;
+    std::optional<bool> online() const;
+    std::optional<unsigned> hdId() const;
 };
 
-// A device command that failed reads as a disk of zeros. No disk that answered has neither texts
-// nor a size.
-bool isBlank(const PD_Info& info);
+// Never throws: what goes wrong is noted among the problems, so that the other disk is still asked.
+Disk readDisk(const LibraryFunctions& functions, unsigned slot, std::vector<Problem>& problems);
 
-struct DroppedParts {
-    bool config = false;
-    bool raidStatus = false;
-    bool freeSpace = false;
-};
-// Takes out records of zeros that contradict the others: they come from device commands that
-// failed.
-DroppedParts dropContradictions(Disk& disk);
+// Presence and PD_Info alone. May throw what the library throws.
+Disk readDiskInfo(const LibraryFunctions& functions, unsigned slot, std::vector<Problem>& problems);
+
+Json diskToJson(const Disk& disk, Padding padding);
+void addDiskSection(const Disk& disk, Padding padding, Table& table);
+
+// What tells disks apart, for other nouns too: slot, presence, texts. Without a firmware version.
+void putDiskIdentity(Json& json, const Disk& disk, Padding padding);
+// The section's title and, of a disk that is there, its texts. False: nothing more is known.
+bool addDiskIdentity(const Disk& disk, Padding padding, Table& table);
+
+Command disksCommand();
 
 }  // namespace veskctl

@@ -1,18 +1,17 @@
-// One event, decoded from the library's 64-byte record. Read by offsets: the class behind the
-// record lives in the library, which this program does not link.
+// Events: decoded, taken from the library, shown.
 #pragma once
 
-#include "VeskNvme.h"
+#include "veskctl/library.h"
+#include "veskctl/problem.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace veskctl {
 
-constexpr std::size_t kEventRecordSize = 64;
-static_assert(sizeof(CEvent) == kEventRecordSize, "the library fills records of this size");
+struct Command;
 
 struct Event {
     std::uint32_t sequence = 0;
@@ -29,7 +28,21 @@ struct Event {
     std::optional<std::string> severity() const;
 };
 
-// bytes: kEventRecordSize of them.
-Event decodeEvent(const std::uint8_t* bytes);
+// One delivery by the library.
+struct EventDelivery {
+    std::vector<Event> events;  // oldest first
+    // There was no room for more: the library has dropped what was left, and finds it again when it
+    // looks at the controller's log the next time.
+    bool full = false;
+    std::optional<Problem> problem;  // the library will deliver the same events again
+};
+
+EventDelivery takeEvents(const LibraryFunctions& functions);
+
+Json eventToJson(const Event& event);
+// With its line end.
+std::string eventToTextLine(const Event& event, bool colour);
+
+Command eventsCommand();
 
 }  // namespace veskctl

@@ -1,11 +1,10 @@
 // When the library is asked for events: until it has no more, or on and on.
 #pragma once
 
-#include "veskctl/event_delivery.h"
+#include "veskctl/event.h"
 
 #include <chrono>
 #include <functional>
-#include <string>
 
 namespace veskctl {
 

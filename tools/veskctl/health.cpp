@@ -1,5 +1,12 @@
 #include "veskctl/health.h"
 
+#include "veskctl/command.h"
+#include "veskctl/format.h"
+#include "veskctl/report.h"
+
+#include <memory>
+#include <string>
+
 namespace veskctl {
 
 namespace {
@@ -33,6 +40,156 @@ const char* Health::status() const {
         return "ok";
     }
     return code == kStatusAlert ? "alert" : "unknown";
+}
+
+// Asking the library.
+
+namespace {
+
+// The library leaves the record of an absent disk as it was, and never writes 0 as the status of
+// another.
+bool wasWritten(const SMART_INFO_ARRAY& record) {
+    return record.smartStatus != 0;
+}
+
+void readRecord(const LibraryFunctions& functions, const std::string& name, Health& health,
+                std::vector<Problem>& problems) {
+    SMART_INFO_ARRAY record = {};
+    const UCHAR_ result =
+        functions.diskHealth(0, static_cast<UCHAR_>(health.disk.slot), 0, &record);
+    if (result != ERR_NONE) {
+        problems.push_back(libraryCallFailed("ZT_PD_GET_SMART_INFO", result, name));
+    }
+    if (wasWritten(record)) {
+        health.record = record;
+    }
+    if (result == ERR_NONE && !health.wear()) {
+        problems.push_back(didNotAnswer(ProblemKind::DiskNotResponding, name, "its health"));
+    }
+}
+
+}  // namespace
+
+Health readHealth(const LibraryFunctions& functions, unsigned slot,
+                  std::vector<Problem>& problems) {
+    Health health;
+    health.disk.slot = slot;
+    const std::string name = format("disk {}", slot);
+    guarded(name, problems, [&] {
+        // Asked for first, since a disk that does not answer would read as healthy.
+        health.disk = readDiskInfo(functions, slot, problems);
+        if (health.disk.presence == Presence::Present) {
+            readRecord(functions, name, health, problems);
+        }
+    });
+    return health;
+}
+
+// Showing.
+
+namespace {
+
+// Rows without a name are not in use.
+Json attributesToJson(const SMART_INFO_ARRAY& record) {
+    Json json = Json::array();
+    for (const SMART_ATTRIBUTE& attribute : record.attributes) {
+        const std::string name = fieldText(attribute.name);
+        if (!name.empty()) {
+            json.push_back({{"id", attribute.id},
+                            {"name", name},
+                            {"value_raw", attribute.currentValue},
+                            {"threshold_raw", attribute.thresholdValue}});
+        }
+    }
+    return json;
+}
+
+void addPercent(const char* name, const std::optional<unsigned>& percent, bool alarming,
+                const char* remark, Table& table) {
+    if (percent) {
+        table.addLine(name, format("{} %{}", *percent, remark),
+                      alarming ? Tone::Warning : Tone::Plain);
+    } else {
+        table.addLine(name, "unknown", Tone::Faint);
+    }
+}
+
+void addStatus(const Health& health, Table& table) {
+    const std::string status = health.status();
+    if (status == "alert") {
+        table.addLine("Health status", "alert", Tone::Warning);
+    } else if (status == "ok") {
+        table.addLine("Health status", "ok");
+    } else if (health.record) {
+        table.addLine("Health status", format("unknown (code {})", health.record->smartStatus),
+                      Tone::Faint);
+    } else {
+        table.addLine("Health status", "unknown", Tone::Faint);
+    }
+}
+
+}  // namespace
+
+Json healthToJson(const Health& health) {
+    const std::optional<Wear> wear = health.wear();
+    Json json;
+    putDiskIdentity(json, health.disk, Padding::Trim);
+    json["smart_status"] = health.status();
+    json["smart_status_code"] = nullptr;
+    json["percentage_used"] = valueOrNull(valueOf<unsigned>(wear, &Wear::percentageUsed));
+    json["available_spare"] = valueOrNull(valueOf<unsigned>(wear, &Wear::availableSpare));
+    json["available_spare_threshold"] =
+        valueOrNull(valueOf<unsigned>(wear, &Wear::availableSpareThreshold));
+    json["attributes"] = Json::array();
+    if (health.record) {
+        json["smart_status_code"] = health.record->smartStatus;
+        json["attributes"] = attributesToJson(*health.record);
+    }
+    return json;
+}
+
+void addHealthSection(const Health& health, Table& table) {
+    if (!addDiskIdentity(health.disk, Padding::Trim, table)) {
+        return;
+    }
+    const std::optional<Wear> wear = health.wear();
+    addStatus(health, table);
+    addPercent("Percentage used", valueOf<unsigned>(wear, &Wear::percentageUsed),
+               wear && wear->spent(), " (100 is the rated life)", table);
+    addPercent("Available spare", valueOf<unsigned>(wear, &Wear::availableSpare),
+               wear && wear->spareLow(), "", table);
+    addPercent("Spare threshold", valueOf<unsigned>(wear, &Wear::availableSpareThreshold), false,
+               "", table);
+}
+
+// The command.
+
+namespace {
+
+void runHealth(const CommandContext& context, std::optional<unsigned> wanted, Report& report) {
+    report.fields["health"] = Json::array();
+    const Session session(context.libraryName, report.problems);
+    for (unsigned slot = 0; slot < kIdCount; ++slot) {
+        if (wanted.value_or(slot) == slot) {
+            const Health health = readHealth(session.functions(), slot, report.problems);
+            report.fields["health"].push_back(healthToJson(health));
+            addHealthSection(health, report.table);
+        }
+    }
+}
+
+CommandRunner declare(Options& options) {
+    const auto slot = std::make_shared<std::optional<unsigned>>();
+    options.addId(*slot, "disk", false);
+    return [slot](const CommandContext& context, Report& report) {
+        runHealth(context, *slot, report);
+    };
+}
+
+}  // namespace
+
+Command healthCommand() {
+    return {"health", "Show the health of the physical disks: wear, spare, alert", declare};
 }
 
 }  // namespace veskctl

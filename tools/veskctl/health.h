@@ -1,4 +1,4 @@
-// The health of one physical disk.
+// The health of a physical disk: decoded, asked for, shown.
 #pragma once
 
 #include "veskctl/disk.h"
@@ -6,6 +6,7 @@
 #include "VeskNvme.h"
 
 #include <optional>
+#include <vector>
 
 namespace veskctl {
 
@@ -28,5 +29,13 @@ struct Health {
     // "ok", "alert" or "unknown".
     const char* status() const;
 };
+
+// Never throws: what goes wrong is noted among the problems, so that the other disk is still asked.
+Health readHealth(const LibraryFunctions& functions, unsigned slot, std::vector<Problem>& problems);
+
+Json healthToJson(const Health& health);
+void addHealthSection(const Health& health, Table& table);
+
+Command healthCommand();
 
 }  // namespace veskctl

@@ -1,10 +1,15 @@
-// libVeskNvme.so, loaded at run time: the file and the table of its functions. Loading touches no
-// device.
+// libVeskNvme.so, loaded at run time: the file, the table of its functions, and one use of it.
+// Loading touches no device.
 #pragma once
+
+#include "veskctl/problem.h"
 
 #include "VeskNvme.h"
 
+#include <cstddef>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace veskctl {
 
@@ -38,5 +43,62 @@ private:
     std::string m_path;
     LibraryFunctions m_functions;
 };
+
+// Puts the loader's complaint into words that say what to do. requested: what dlopen was asked for.
+// loaderText: what dlerror said then.
+Problem describeLoadFailure(const std::string& requested, const std::string& loaderText);
+
+// The file was loaded, and lacks a function. file: the path that was loaded.
+Problem describeMissingSymbol(const std::string& file, const std::string& symbol);
+
+// One use of the library: its set-up, and a controller that was found. At most one per process: the
+// library can be set up only once. Nothing tears it down, see leaveProcess.
+class Session {
+public:
+    // Loads the library, sets it up and counts. Throws ProblemError if that fails or if there is no
+    // controller. A set-up that complains and yet finds a controller is noted in `problems` only.
+    Session(const std::string& libraryName, std::vector<Problem>& problems);
+
+    const LibraryFunctions& functions() const { return m_library.functions(); }
+
+private:
+    Library m_library;
+};
+
+constexpr unsigned kIdCount = 2;  // ids of disks and of volumes are 0 and 1
+
+using RecordFunction = UCHAR_ (*)(UCHAR_ adapterId, PInfo_Request request);
+
+template <class Record>
+struct SingleAnswer {
+    bool failed = false;           // noted among the problems
+    std::optional<Record> record;  // empty without a failure: there is none with this id
+};
+
+// Asks for the record of one disk or volume. Always for a single one: an answer to "all" leaves out
+// what is absent, so its places do not say which id they belong to. name: the function's, and
+// about: what is asked for, both for the problem.
+template <class Record>
+SingleAnswer<Record> requestSingle(RecordFunction function, const char* name, unsigned id,
+                                   const std::string& about, std::vector<Problem>& problems) {
+    struct Answer {
+        Info_Request header;
+        Record record;
+    };
+    static_assert(offsetof(Answer, record) == sizeof(Info_Request), "the library packs them so");
+
+    Answer answer = {};
+    answer.header.requestType = REQUEST_SINGLE;
+    answer.header.id = static_cast<UCHAR_>(id);
+    const UCHAR_ result = function(0, reinterpret_cast<PInfo_Request>(&answer));
+    SingleAnswer<Record> single;
+    if (result != ERR_NONE) {
+        problems.push_back(libraryCallFailed(name, result, about));
+        single.failed = true;
+    } else if (answer.header.recordCount > 0) {
+        single.record = answer.record;
+    }
+    return single;
+}
 
 }  // namespace veskctl

@@ -1,6 +1,6 @@
 // veskctl
 #include "veskctl/cli.h"
-#include "veskctl/leave_process.h"
+#include "veskctl/process.h"
 
 int main(int argc, char** argv) {
     veskctl::leaveProcess(veskctl::runCli(argc, argv, veskctl::CliHooks()));

@@ -1,8 +1,10 @@
 #include "veskctl/problem.h"
 
+#include "veskctl/format.h"
+
 #include "VeskNvme.h"
 
-#include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 
@@ -33,24 +35,6 @@ const char* resultName(int resultCode) {
     }
 }
 
-bool contains(const std::vector<Problem>& problems, ProblemKind kind) {
-    return std::any_of(problems.begin(), problems.end(),
-                       [kind](const Problem& problem) { return problem.kind == kind; });
-}
-
-}  // namespace
-
-Problem libraryCallFailed(const std::string& function, int resultCode, const std::string& about) {
-    Problem problem;
-    problem.kind = ProblemKind::LibraryCallFailed;
-    problem.message =
-        fmt::format("the library's {} failed{}{} with result {} ({})", function,
-                    about.empty() ? "" : " for ", about, resultCode, resultName(resultCode));
-    problem.function = function;
-    problem.resultCode = resultCode;
-    return problem;
-}
-
 const char* problemName(ProblemKind kind) {
     switch (kind) {
     case ProblemKind::Usage:
@@ -79,8 +63,30 @@ const char* problemName(ProblemKind kind) {
     return "internal_error";
 }
 
-nlohmann::ordered_json problemToJson(const Problem& problem) {
-    nlohmann::ordered_json json;
+bool contains(const std::vector<Problem>& problems, ProblemKind kind) {
+    return std::any_of(problems.begin(), problems.end(),
+                       [kind](const Problem& problem) { return problem.kind == kind; });
+}
+
+}  // namespace
+
+Problem libraryCallFailed(const std::string& function, int resultCode, const std::string& about) {
+    Problem problem;
+    problem.kind = ProblemKind::LibraryCallFailed;
+    problem.message =
+        format("the library's {} failed{}{} with result {} ({})", function,
+               about.empty() ? "" : " for ", about, resultCode, resultName(resultCode));
+    problem.function = function;
+    problem.resultCode = resultCode;
+    return problem;
+}
+
+Problem didNotAnswer(ProblemKind kind, const std::string& name, const std::string& about) {
+    return {kind, name + " did not answer" + (about.empty() ? "" : " the request for " + about)};
+}
+
+Json problemToJson(const Problem& problem) {
+    Json json;
     json["code"] = problemName(problem.kind);
     json["message"] = problem.message;
     json["function"] = nullptr;

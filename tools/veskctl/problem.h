@@ -2,14 +2,17 @@
 // `errors`, and the exit code.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
+#include <exception>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace veskctl {
+
+using Json = nlohmann::ordered_json;  // documents keep the order in which they are filled
 
 enum class ExitCode { Ok = 0, Failed = 1, Usage = 2, NoController = 3 };
 
@@ -34,6 +37,20 @@ struct Problem {
     std::optional<int> resultCode = std::nullopt;  // and what it returned
 };
 
+// A library function that returned something other than ERR_NONE. about: what it was asked for, if
+// that is not plain from its name.
+Problem libraryCallFailed(const std::string& function, int resultCode,
+                          const std::string& about = "");
+
+// name: the part that is silent. about: what of it was asked for, if it is not silent altogether.
+Problem didNotAnswer(ProblemKind kind, const std::string& name, const std::string& about = "");
+
+Json problemToJson(const Problem& problem);
+
+// A usage error outweighs a missing controller, and that every other problem: without a controller
+// nothing else can be expected to work.
+ExitCode exitCodeOf(const std::vector<Problem>& problems);
+
 // Ends a command early; what it reported up to here stays.
 class ProblemError : public std::runtime_error {
 public:
@@ -45,16 +62,21 @@ private:
     Problem m_problem;
 };
 
-// A library function that returned something other than ERR_NONE. about: what it was asked for, if
-// that is not plain from its name.
-Problem libraryCallFailed(const std::string& function, int resultCode,
-                          const std::string& about = "");
+// Options that are well-formed and cannot be honoured.
+class UsageError : public ProblemError {
+public:
+    explicit UsageError(const std::string& message) : ProblemError({ProblemKind::Usage, message}) {}
+};
 
-const char* problemName(ProblemKind kind);
-nlohmann::ordered_json problemToJson(const Problem& problem);
-
-// A usage error outweighs a missing controller, and that every other problem: without a controller
-// nothing else can be expected to work.
-ExitCode exitCodeOf(const std::vector<Problem>& problems);
+// Runs the work; what it throws becomes a problem of the part with this name, so that it does not
+// end the rest. The library may throw.
+template <class Work>
+void guarded(const std::string& name, std::vector<Problem>& problems, Work work) {
+    try {
+        work();
+    } catch (const std::exception& error) {
+        problems.push_back({ProblemKind::Internal, name + " cannot be read: " + error.what()});
+    }
+}
 
 }  // namespace veskctl

@@ -1,11 +1,13 @@
-// What a command has to say, in both forms, and how it becomes text.
+// What a command has to say, in both forms: sections of aligned lines for people, and a document.
+// How both become text.
 #pragma once
 
 #include "veskctl/problem.h"
-#include "veskctl/table.h"
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,8 +16,34 @@ namespace veskctl {
 // Raised when a field changes its meaning or goes away; new fields do not raise it.
 constexpr int kSchemaVersion = 1;
 
+enum class Tone { Plain, Faint, Warning };
+
+// Sections of "Name  value" lines.
+class Table {
+public:
+    void addSection(const std::string& title);
+    // Belongs to the section that was added last.
+    void addLine(const std::string& name, const std::string& value, Tone tone = Tone::Plain);
+
+    // Values stand in one column over all sections.
+    std::string render(bool colour) const;
+
+private:
+    struct Line {
+        std::string name;
+        std::string value;
+        Tone tone;
+    };
+    struct Section {
+        std::string title;
+        std::vector<Line> lines;
+    };
+
+    std::vector<Section> m_sections;
+};
+
 struct Report {
-    nlohmann::ordered_json fields = nlohmann::ordered_json::object();  // of the document
+    Json fields = Json::object();  // of the document
     Table table;
     std::string text;                // for people or as lines of JSON, behind the table
     std::vector<std::string> notes;  // lines for standard error that are no problems
@@ -25,8 +53,32 @@ struct Report {
 // The whole document, with a line end. An empty command name stands for none and reads null.
 std::string renderJson(const std::string& command, const Report& report);
 
+// One line, with its end.
+std::string renderJsonLine(const Json& json);
+
 // The lines for standard error.
 std::string renderProblems(const std::vector<Problem>& problems);
 std::string renderNotes(const std::vector<std::string>& notes);
+
+// Whether output may be coloured. noColor and term are the values of NO_COLOR and TERM, null where
+// not set. An empty NO_COLOR counts as not set, as its convention has it.
+bool colourWanted(bool isTerminal, const char* noColor, const char* term);
+
+// The text in the colour of the tone, if there are colours.
+std::string toned(const std::string& text, Tone tone, bool colour);
+
+// For a terminal: bytes that are no UTF-8 become replacement characters, control characters become
+// question marks, so that a device cannot steer the terminal.
+std::string printable(const std::string& text);
+
+// Null where there is nothing.
+template <class Value>
+Json valueOrNull(const std::optional<Value>& value) {
+    return value ? Json(*value) : Json();
+}
+
+// Many readers keep numbers as doubles: beyond 2^53 those lose digits, so such a number stands
+// there a second time, as text, under its name and "_s".
+void putBigNumber(Json& json, const std::string& name, const std::optional<std::uint64_t>& value);
 
 }  // namespace veskctl

@@ -1,22 +1,48 @@
 #include "veskctl/volume.h"
 
+#include "veskctl/command.h"
+#include "veskctl/format.h"
+#include "veskctl/report.h"
+
 #include <limits>
+#include <memory>
 
 namespace veskctl {
 
-namespace {
-
-bool isBlank(const VD_Config& config) {
-    return config.ldId == 0 && config.status == 0 && config.name[0] == '\0';
+std::optional<std::string> Volume::name() const {
+    return info ? deviceText(fieldText(info->name), Padding::Trim) : std::nullopt;
 }
 
-}  // namespace
+std::optional<std::string> Volume::raidLevel() const {
+    if (!info || info->raidMode > 1) {
+        return std::nullopt;
+    }
+    return info->raidMode == 0 ? "raid0" : "raid1";
+}
 
+std::optional<std::uint64_t> Volume::capacityBytes() const {
+    const std::uint64_t blockSize = info ? info->blockSize : 0;
+    if (blockSize == 0 || info->size > std::numeric_limits<std::uint64_t>::max() / blockSize) {
+        return std::nullopt;
+    }
+    return info->size * blockSize;
+}
+
+// Asking the library. A device command that failed reads as a record of zeros.
+
+namespace {
+
+// No volume has neither members nor a size.
 bool isBlank(const VD_Info& info) {
     return info.id == 0 && info.hdCount == 0 && info.size == 0 && info.blockSize == 0 &&
            info.name[0] == '\0';
 }
 
+bool isBlank(const VD_Config& config) {
+    return config.ldId == 0 && config.status == 0 && config.name[0] == '\0';
+}
+
+// Takes out a configuration of zeros that contradicts the rest. True if it did.
 bool dropContradiction(Volume& volume) {
     if (!volume.info || !volume.config || !isBlank(*volume.config)) {
         return false;
@@ -29,23 +55,159 @@ bool dropContradiction(Volume& volume) {
     return true;
 }
 
-const char* raidLevel(unsigned raidMode) {
-    switch (raidMode) {
-    case 0:
-        return "raid0";
-    case 1:
-        return "raid1";
-    default:
-        return nullptr;
+void readConfig(const LibraryFunctions& functions, const std::string& name, Volume& volume,
+                std::vector<Problem>& problems) {
+    const SingleAnswer<VD_Config> answer = requestSingle<VD_Config>(
+        functions.volumeConfig, "ZT_LD_GetConfig", volume.id, name, problems);
+    volume.config = answer.record;
+    if (answer.failed) {
+        return;
+    }
+    if (!volume.config || dropContradiction(volume)) {
+        problems.push_back(
+            didNotAnswer(ProblemKind::VolumeNotResponding, name, "its configuration"));
     }
 }
 
-std::optional<std::uint64_t> capacityBytes(const VD_Info& info) {
-    const std::uint64_t blockSize = info.blockSize;
-    if (blockSize == 0 || info.size > std::numeric_limits<std::uint64_t>::max() / blockSize) {
-        return std::nullopt;
+void readRecords(const LibraryFunctions& functions, const std::string& name, Volume& volume,
+                 std::vector<Problem>& problems) {
+    const SingleAnswer<VD_Info> answer =
+        requestSingle<VD_Info>(functions.volumeInfo, "ZT_LD_GetInfo", volume.id, name, problems);
+    if (answer.failed) {
+        return;
     }
-    return info.size * blockSize;
+    if (!answer.record) {
+        volume.presence = Presence::Absent;
+    } else if (isBlank(*answer.record)) {
+        problems.push_back(didNotAnswer(ProblemKind::VolumeNotResponding, name));
+    } else {
+        volume.presence = Presence::Present;
+        volume.info = answer.record;
+        readConfig(functions, name, volume, problems);
+    }
+}
+
+}  // namespace
+
+Volume readVolume(const LibraryFunctions& functions, unsigned id, std::vector<Problem>& problems) {
+    Volume volume;
+    volume.id = id;
+    const std::string name = format("volume {}", id);
+    guarded(name, problems, [&] { readRecords(functions, name, volume, problems); });
+    return volume;
+}
+
+// Showing.
+
+namespace {
+
+// What the library fills with the same values for every volume. The two cache modes differ.
+Json constantsToJson(const Volume& volume) {
+    const auto& config = volume.config;
+    Json json;
+    json["info_cache_mode"] = valueOrNull(valueOf<unsigned>(volume.info, &VD_Info::cacheMode));
+    json["config_cache_mode"] = valueOrNull(valueOf<unsigned>(config, &VD_Config::cacheMode));
+    json["hypper_water_mark"] = valueOrNull(valueOf<unsigned>(config, &VD_Config::hypperWaterMark));
+    json["auto_rebuild_on"] = valueOrNull(valueOf<unsigned>(config, &VD_Config::autoRebuildOn));
+    json["hyper_rebuild_mode"] =
+        valueOrNull(valueOf<unsigned>(config, &VD_Config::hyperRebuildMode));
+    return json;
+}
+
+std::string raidText(const VD_Info& info) {
+    switch (info.raidMode) {
+    case 0:
+        return "RAID 0";
+    case 1:
+        return "RAID 1";
+    default:
+        return format("unknown (mode {})", info.raidMode);
+    }
+}
+
+}  // namespace
+
+Json volumeToJson(const Volume& volume) {
+    const auto& info = volume.info;
+    Json json;
+    json["id"] = volume.id;
+    json["present"] = valueOrNull(presentOrUnknown(volume.presence));
+    json["vd_id"] = valueOrNull(valueOf<unsigned>(info, &VD_Info::id));
+    json["name"] = valueOrNull(volume.name());
+    json["status_code"] = valueOrNull(valueOf<unsigned>(info, &VD_Info::status));
+    json["raid_level"] = valueOrNull(volume.raidLevel());
+    json["raid_mode_code"] = valueOrNull(valueOf<unsigned>(info, &VD_Info::raidMode));
+    json["member_count"] = valueOrNull(valueOf<unsigned>(info, &VD_Info::hdCount));
+    putBigNumber(json, "size_lba", valueOf<std::uint64_t>(info, &VD_Info::size));
+    json["block_size_bytes"] = valueOrNull(valueOf<unsigned>(info, &VD_Info::blockSize));
+    putBigNumber(json, "capacity_bytes", volume.capacityBytes());
+    json["stripe_block_size"] = valueOrNull(valueOf<unsigned>(info, &VD_Info::stripeBlockSize));
+    json["raw"] = constantsToJson(volume);
+    return json;
+}
+
+void addVolumeSection(const Volume& volume, Table& table) {
+    table.addSection(format("Volume {}", volume.id));
+    if (!volume.info) {
+        table.addLine("State", volume.presence == Presence::Absent ? "absent" : "did not answer",
+                      Tone::Warning);
+        return;
+    }
+    const VD_Info& info = *volume.info;
+    const std::optional<std::string> name = volume.name();
+    const std::optional<std::uint64_t> capacity = volume.capacityBytes();
+    table.addLine("Name", name ? printable(*name) : "none", name ? Tone::Plain : Tone::Faint);
+    table.addLine("RAID level", raidText(info));
+    table.addLine("Members", format("{}", info.hdCount));
+    table.addLine("Status", format("0x{:02x}", info.status));
+    table.addLine("Capacity", capacity ? format("{} bytes", *capacity) : "unknown");
+    table.addLine("Size", format("{} blocks", info.size));
+    table.addLine("Block size", format("{} bytes", info.blockSize));
+    table.addLine("Stripe block size", format("{}", info.stripeBlockSize));
+    table.addLine("Controller's ID", format("{}", info.id));
+}
+
+// The commands.
+
+namespace {
+
+void addVolume(const Volume& volume, Report& report) {
+    report.fields["volumes"].push_back(volumeToJson(volume));
+    addVolumeSection(volume, report.table);
+}
+
+// A volume that does not exist is nothing that broke: the list leaves it out.
+void runVolumes(const CommandContext& context, Report& report) {
+    report.fields["volumes"] = Json::array();
+    const Session session(context.libraryName, report.problems);
+    for (unsigned id = 0; id < kIdCount; ++id) {
+        const Volume volume = readVolume(session.functions(), id, report.problems);
+        if (volume.presence != Presence::Absent) {
+            addVolume(volume, report);
+        }
+    }
+    if (report.fields["volumes"].empty()) {
+        report.text = "There is no volume.\n";
+    }
+}
+
+CommandRunner declareShow(Options& options) {
+    const auto id = std::make_shared<std::optional<unsigned>>();
+    options.addId(*id, "volume", true);
+    return [id](const CommandContext& context, Report& report) {
+        report.fields["volumes"] = Json::array();
+        const Session session(context.libraryName, report.problems);
+        addVolume(readVolume(session.functions(), id->value(), report.problems), report);
+    };
+}
+
+}  // namespace
+
+Command volumesCommand() {
+    return {"volumes",
+            "Show the virtual disks: RAID level, members, capacity",
+            [](Options&) { return CommandRunner(runVolumes); },
+            {{"show", "Show one of them", declareShow}}};
 }
 
 }  // namespace veskctl

@@ -1,14 +1,21 @@
-// One virtual disk.
+// A virtual disk: decoded, asked for, shown.
 #pragma once
 
-#include "veskctl/presence.h"
+#include "veskctl/library.h"
+#include "veskctl/problem.h"
+#include "veskctl/record.h"
 
 #include "VeskNvme.h"
 
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace veskctl {
+
+class Table;
+struct Command;
 
 struct Volume {
     unsigned id = 0;  // the id that was asked for
@@ -16,20 +23,20 @@ struct Volume {
     // Only where the controller delivered them.
     std::optional<VD_Info> info = std::nullopt;
     std::optional<VD_Config> config = std::nullopt;
+
+    std::optional<std::string> name() const;
+    // "raid0" or "raid1". Other modes have no name.
+    std::optional<std::string> raidLevel() const;
+    // Empty if the block size is 0 or the product has no room in 64 bits.
+    std::optional<std::uint64_t> capacityBytes() const;
 };
 
-// A device command that failed reads as a volume of zeros. No volume has neither members nor a
-// size.
-bool isBlank(const VD_Info& info);
+// Never throws: what goes wrong is noted among the problems, so that the other one is still asked.
+Volume readVolume(const LibraryFunctions& functions, unsigned id, std::vector<Problem>& problems);
 
-// Takes out a configuration of zeros that contradicts the rest: it comes from a device command that
-// failed. True if it did.
-bool dropContradiction(Volume& volume);
+Json volumeToJson(const Volume& volume);
+void addVolumeSection(const Volume& volume, Table& table);
 
-// "raid0", "raid1" or null for a mode that has no name.
-const char* raidLevel(unsigned raidMode);
-
-// Empty if the block size is 0 or the product has no room in 64 bits.
-std::optional<std::uint64_t> capacityBytes(const VD_Info& info);
+Command volumesCommand();
 
 }  // namespace veskctl

@@ -1,0 +1,52 @@
+#include "veskctl/command.h"
+
+#include "veskctl/controller.h"
+#include "veskctl/disk.h"
+#include "veskctl/event.h"
+#include "veskctl/format.h"
+#include "veskctl/health.h"
+#include "veskctl/library.h"
+#include "veskctl/locate.h"
+#include "veskctl/program_version.h"
+#include "veskctl/report.h"
+#include "veskctl/volume.h"
+
+namespace veskctl {
+
+namespace {
+
+// Loads the library and does not set it up: no device is touched. A library that cannot be loaded
+// is an answer here, not a failure.
+void runVersion(const CommandContext& context, Report& report) {
+    report.fields["program_version"] = kProgramVersion;
+    report.fields["library_path"] = nullptr;
+    report.fields["library_problem"] = nullptr;
+    report.table.addSection("veskctl");
+    report.table.addLine("Program version", kProgramVersion);
+    report.table.addLine("Schema version", format("{}", kSchemaVersion));
+    try {
+        const Library library(context.libraryName);
+        report.fields["library_path"] = library.path();
+        report.table.addLine("Library", library.path());
+    } catch (const ProblemError& error) {
+        report.fields["library_problem"] = problemToJson(error.problem());
+        report.table.addLine("Library", "not loaded", Tone::Faint);
+        report.table.addLine("Reason", error.what(), Tone::Faint);
+    }
+}
+
+Command versionCommand() {
+    return {"version", "Show the versions of the program and of its output, and the library file",
+            [](Options&) {
+                return CommandRunner(runVersion);
+            }};
+}
+
+}  // namespace
+
+std::vector<Command> allCommands() {
+    return {controllerCommand(), disksCommand(),  healthCommand(), volumesCommand(),
+            eventsCommand(),     locateCommand(), versionCommand()};
+}
+
+}  // namespace veskctl
