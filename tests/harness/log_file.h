@@ -37,8 +37,7 @@ public:
     bool exists() const;
     std::string raw() const;  // empty if there is no file
     std::vector<LogEntry> entries() const;
-    LogLines lines() const;              // the texts only
-    LogLines linesWithoutTrace() const;  // less those that end in " ENTRY " or " EXIT "
+    LogLines lines() const;  // the texts only
 
 private:
     const PrivateHost& m_host;
@@ -46,6 +45,9 @@ private:
 
 // What entries() does, for any text.
 std::vector<LogEntry> parseLog(const std::string& raw);
+
+// Less the lines that end in " ENTRY " or " EXIT ".
+LogLines withoutTrace(LogLines lines);
 
 // These compare whole lines.
 bool contains(const LogLines& lines, const std::string& text);

@@ -33,15 +33,7 @@ public:
     }
 
     // The lines less the trace lines.
-    LogLines messages() const {
-        LogLines result;
-        for (const std::string& line : lines()) {
-            if (!endsWith(line, " ENTRY ") && !endsWith(line, " EXIT ")) {
-                result.push_back(line);
-            }
-        }
-        return result;
-    }
+    LogLines messages() const { return withoutTrace(lines()); }
 
     // Whether the function of this name, label included, traced its entry and then its exit.
     ::testing::AssertionResult traced(const std::string& name) const {
@@ -49,11 +41,6 @@ public:
     }
 
 private:
-    static bool endsWith(const std::string& line, const std::string& end) {
-        return line.size() >= end.size() &&
-               line.compare(line.size() - end.size(), end.size(), end) == 0;
-    }
-
     PrivateHost m_files;
     std::size_t m_forgotten = 0;
 };
