@@ -12,10 +12,12 @@
 namespace harness {
 namespace {
 
-// Keeps the compiler from leaving out an allocation that nothing uses.
-bool isBlock(void* block) {
+// Whether there is a block, which then goes. The compiler cannot see that it is of no use.
+bool released(void* block, void (*release)(void*)) {
     void* volatile kept = block;
-    return kept != nullptr;
+    const bool made = kept != nullptr;
+    release(kept);
+    return made;
 }
 
 class Calls : public LibraryCalls {
@@ -59,25 +61,16 @@ public:
     unsigned sleep(unsigned seconds) const override { return ::sleep(seconds); }
 
     bool canMalloc(std::size_t size) const override {
-        void* const block = std::malloc(size);
-        const bool made = isBlock(block);
-        std::free(block);
-        return made;
+        return released(std::malloc(size), std::free);
     }
 
     bool canCalloc(std::size_t count, std::size_t size) const override {
-        void* const block = std::calloc(count, size);
-        const bool made = isBlock(block);
-        std::free(block);
-        return made;
+        return released(std::calloc(count, size), std::free);
     }
 
     bool canNew(std::size_t size) const override {
         try {
-            void* const block = ::operator new(size);
-            const bool made = isBlock(block);
-            ::operator delete(block);
-            return made;
+            return released(::operator new(size), [](void* block) { ::operator delete(block); });
         } catch (const std::bad_alloc&) {
             return false;
         }
@@ -85,10 +78,8 @@ public:
 
     bool canNewArray(std::size_t size) const override {
         try {
-            char* const block = new char[size];
-            const bool made = isBlock(block);
-            delete[] block;
-            return made;
+            return released(::operator new[](size),
+                            [](void* block) { ::operator delete[](block); });
         } catch (const std::bad_alloc&) {
             return false;
         }

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -57,6 +56,6 @@ std::size_t count(const LogLines& lines, const std::string& text);
 bool containsPart(const LogLines& lines, const std::string& part);
 
 // Success if the texts are among the lines in this order, other lines between them or not.
-::testing::AssertionResult inOrder(const LogLines& lines, std::initializer_list<std::string> texts);
+::testing::AssertionResult inOrder(const LogLines& lines, const LogLines& texts);
 
 }  // namespace vesktest

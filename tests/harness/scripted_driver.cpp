@@ -31,36 +31,16 @@ constexpr std::size_t kDataAddressEnd = 112;
 
 std::atomic<ScriptedDriver*> s_live{nullptr};
 
-int hexDigit(char digit) {
-    if (digit >= '0' && digit <= '9') {
-        return digit - '0';
+std::vector<std::uint8_t> parseHex(std::string text) {
+    const std::string given = text;
+    text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
+    if (text.empty() || text.size() % 2 != 0 ||
+        text.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
+        throw std::invalid_argument("not bytes in hexadecimal: \"" + given + "\"");
     }
-    if (digit >= 'a' && digit <= 'f') {
-        return digit - 'a' + 10;
-    }
-    if (digit >= 'A' && digit <= 'F') {
-        return digit - 'A' + 10;
-    }
-    return -1;
-}
-
-std::vector<std::uint8_t> parseHex(const std::string& text) {
     std::vector<std::uint8_t> bytes;
-    for (std::size_t i = 0; i < text.size();) {
-        if (text[i] == ' ') {
-            ++i;
-            continue;
-        }
-        const int high = hexDigit(text[i]);
-        const int low = i + 1 < text.size() ? hexDigit(text[i + 1]) : -1;
-        if (high < 0 || low < 0) {
-            throw std::invalid_argument("not bytes in hexadecimal: \"" + text + "\"");
-        }
-        bytes.push_back(static_cast<std::uint8_t>(high * 16 + low));
-        i += 2;
-    }
-    if (bytes.empty()) {
-        throw std::invalid_argument("a piece of a record without bytes");
+    for (std::size_t i = 0; i < text.size(); i += 2) {
+        bytes.push_back(static_cast<std::uint8_t>(std::stoul(text.substr(i, 2), nullptr, 16)));
     }
     return bytes;
 }

@@ -259,9 +259,8 @@ TEST(ScriptedDriverTest, RefusesASecondOne) {
 
 TEST(ScriptedDriverTest, RefusesBadLiterals) {
     using Piece = vesktest::HexAt;
-    for (const Piece& piece :
-         {Piece{0, "e"}, Piece{0, "g0"}, Piece{0, ""}, Piece{0, "e 2"}, Piece{119, "01 02"},
-          Piece{120, "01"}, Piece{103, "01 02"}, Piece{111, "01"}}) {
+    for (const Piece& piece : {Piece{0, "e"}, Piece{0, "g0"}, Piece{0, ""}, Piece{119, "01 02"},
+                               Piece{120, "01"}, Piece{103, "01 02"}, Piece{111, "01"}}) {
         EXPECT_THROW(record({piece}), std::invalid_argument) << piece.offset << " " << piece.bytes;
     }
     EXPECT_THROW(record({{0, "01 02"}, {1, "02"}}), std::invalid_argument);
