@@ -252,6 +252,7 @@ TEST(LibraryStop, PlainFinalizeWithoutAControllerThrowsAndCountsNothing) {
     ScriptedDriver driver;
     expectNoAdapter(driver);
     ZNV_Library_Initialize();
+    logging.forgetLines();
     EXPECT_THROW(ZNV_Library_Finalize(), std::system_error);
     EXPECT_EQ(CommandHandler::m_libraryFinalized, 0);
     EXPECT_TRUE(inOrder(logging.lines(),
