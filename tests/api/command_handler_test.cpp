@@ -190,19 +190,6 @@ TEST(CommandHandler, OemDataChangesTheVersionOnly) {
     EXPECT_EQ(bytes, expected);
 }
 
-TEST(CommandHandler, EventsBeforeAnySetUpAreNone) {
-    const ScriptedDriver driver;
-    UCHAR_ adapter = 0;
-    UCHAR_ unused = 0;
-    UCHAR_ number = 0xA7;
-    const std::vector<std::uint8_t> before = noise(64 * 64, 6);
-    std::vector<std::uint8_t> events = before;
-    EXPECT_EQ(run(6, &adapter, &unused, &number, events.data()), 0);
-    EXPECT_EQ(number, 0);
-    EXPECT_EQ(events, before);
-    EXPECT_EQ(driver.callCount(), 0U);
-}
-
 // ---- The builders ----
 
 TEST(BuilderFactory, MakesANewBuilderOfTheClassOfTheCommand) {

@@ -324,24 +324,26 @@ namespace {
 // One of the numbers that stand behind a key, and its lines in the log.
 struct StoredNumber {
     const char* iniPath;
-    const char* key;  // with its section
+    std::string section;
+    std::string key;
     INTEGER (*read)();
-    const char* defaultText;
+    std::string defaultText;
     INTEGER defaultNumber;
-    const char* foundLine;
-    const char* numberLine;
-    const char* errorLine;
+    std::string foundLine;
+    std::string numberLine;
+    std::string errorLine;
 };
 
 const StoredNumber kStoredNumbers[] = {
-    {vesktest::kMappingIniPath, "[EventSequenceNumber]\nSequenceNumber",
+    {vesktest::kMappingIniPath, "[EventSequenceNumber]\n", "SequenceNumber",
      Helper::readEventSeqNumberFromINIFile, "0", 0,
      " VeskNVMeLibrary_Helper::readEventSeqNumberFromINIFile: Sequence Number: ",
      " VeskNVMeLibrary_Helper::readEventSeqNumberFromINIFile: Sequence Number after stoi: ",
      "VeskNVMeLibrary_Helper::readEventSeqNumberFromINIFile: Error converting sequence number to "
      "integer: stoi"},
-    {kConfigIniPath, "[Polling]\npollingIntervalInSeconds", Helper::readPollingIntervalFromINIFile,
-     "50", 50, "CVeskNVMeMonitor::polling(): Polling interval value read from config file: ",
+    {kConfigIniPath, "[Polling]\n", "pollingIntervalInSeconds",
+     Helper::readPollingIntervalFromINIFile, "50", 50,
+     "CVeskNVMeMonitor::polling(): Polling interval value read from config file: ",
      "CVeskNVMeMonitor::polling(): Polling interval value (in integer): ",
      "CVeskNVMeMonitor::polling(): Error converting polling interval from config file, to "
      "integer: stoi"},
@@ -361,11 +363,11 @@ TEST_F(IniNumbers, AreReadAndLoggedAsTextAndAsNumber) {
               Row{"=-1\n", "-1", -1}, Row{"=65536\n", "65536", 65536},
               Row{"=2147483647\n", "2147483647", 2147483647},
               Row{"=-2147483648\n", "-2147483648", -2147483647 - 1}}) {
-            m_logging.files().write(stored.iniPath, std::string(stored.key) + row.behindKey);
+            m_logging.files().write(stored.iniPath, stored.section + stored.key + row.behindKey);
             m_logging.forgetLines();
             EXPECT_EQ(stored.read(), row.number);
             EXPECT_EQ(m_logging.messages(),
-                      (LogLines{std::string(stored.foundLine) + row.text,
+                      (LogLines{stored.foundLine + row.text,
                                 stored.numberLine + std::to_string(row.number)}));
         }
     }
@@ -373,16 +375,13 @@ TEST_F(IniNumbers, AreReadAndLoggedAsTextAndAsNumber) {
 
 TEST_F(IniNumbers, WithoutAnEntryHaveTheirDefault) {
     for (const StoredNumber& stored : kStoredNumbers) {
-        const std::string key = std::string(stored.key).substr(std::string(stored.key).find('\n'));
-        for (const std::string& file :
-             {std::string(), std::string("[EventSequenceNumber]\nother=7\n"),
-              key + "=70\n[Logging]" + key + "=80\n"}) {
+        for (const std::string& file : {std::string(), stored.section + "other=7\n",
+                                        stored.key + "=70\n[Logging]\n" + stored.key + "=80\n"}) {
             m_logging.files().write(stored.iniPath, file);
             m_logging.forgetLines();
             EXPECT_EQ(stored.read(), stored.defaultNumber);
-            EXPECT_EQ(m_logging.messages(),
-                      (LogLines{std::string(stored.foundLine) + stored.defaultText,
-                                std::string(stored.numberLine) + stored.defaultText}));
+            EXPECT_EQ(m_logging.messages(), (LogLines{stored.foundLine + stored.defaultText,
+                                                      stored.numberLine + stored.defaultText}));
         }
         std::filesystem::remove(m_logging.files().path(stored.iniPath));
         EXPECT_EQ(stored.read(), stored.defaultNumber);
@@ -394,16 +393,17 @@ TEST_F(IniNumbers, WithABadValueHaveTheirDefaultToo) {
     for (const StoredNumber& stored : kStoredNumbers) {
         for (const std::string& text :
              {std::string("text"), std::string(), std::string("2147483648"), kMillionNines}) {
-            m_logging.files().write(stored.iniPath, std::string(stored.key) + "=" + text + "\n");
+            m_logging.files().write(stored.iniPath,
+                                    stored.section + stored.key + "=" + text + "\n");
             m_logging.forgetLines();
             EXPECT_EQ(stored.read(), stored.defaultNumber);
             EXPECT_TRUE(m_logging.messages() ==
                         (LogLines{stored.foundLine + text, stored.errorLine}))
                 << text.substr(0, 40);
         }
-        m_logging.files().write(stored.iniPath, std::string(stored.key) + " =70\n");
+        m_logging.files().write(stored.iniPath, stored.section + stored.key + " =70\n");
         EXPECT_EQ(stored.read(), stored.defaultNumber) << "the sign belongs to the value";
-        m_logging.files().write(stored.iniPath, std::string(stored.key) + "\n");
+        m_logging.files().write(stored.iniPath, stored.section + stored.key + "\n");
         EXPECT_THROW(stored.read(), std::out_of_range);
     }
 }

@@ -271,24 +271,16 @@ TEST_F(RunningLogger, PieceThatFindsNoMemoryIsDroppedAndNothingIsThrown) {
     EXPECT_EQ(lines[1], "next");
 }
 
-TEST_F(RunningLogger, WritingOutABufferEmptiesIt) {
+TEST_F(RunningLogger, StepsOfAnInsertionCanBeTakenByThemselves) {
+    char given[] = "given\n";
     lout << "unfinished";
     {
         const std::lock_guard<std::mutex> lock(stg::CLogger::logMutex);
         lout.writeToLog(std::this_thread::get_id());
-    }
-    EXPECT_EQ(text(), "|unfinished");
-    lout << '\n';
-    EXPECT_EQ(text(), "|unfinished|\n");
-}
-
-TEST_F(RunningLogger, TextIsWrittenAsItStandsBehindAPrefix) {
-    char given[] = "given\n";
-    {
-        const std::lock_guard<std::mutex> lock(stg::CLogger::logMutex);
         lout.writeToLogFile(given);
     }
-    EXPECT_EQ(text(), "|given\n");
+    lout << '\n';
+    EXPECT_EQ(text(), "|unfinished|given\n|\n") << "a buffer that is written out is empty";
     EXPECT_STREQ(given, "given\n");
 }
 
@@ -306,8 +298,9 @@ TEST_F(LogBuffer, TextAboveTheLimitIsWrittenAndTheRestGetsItsOwnPrefix) {
     for (int i = 0; i < 1024; ++i) {
         lout << std::string(1024, 'a');
     }
-    lout << "rest" << '\n';
-    EXPECT_TRUE(text() == "|" + std::string(1048576, 'a') + "|rest\n");
+    lout << std::string(2097152, 'x') << "rest" << '\n';
+    EXPECT_TRUE(text() ==
+                "|" + std::string(1048576, 'a') + "|" + std::string(2097152, 'x') + "|rest\n");
 }
 
 TEST_F(LogBuffer, CharacterAboveTheLimitIsWrittenToo) {
@@ -315,11 +308,6 @@ TEST_F(LogBuffer, CharacterAboveTheLimitIsWrittenToo) {
     EXPECT_EQ(m_log.raw(), "");
     lout << 'b';
     EXPECT_TRUE(text() == "|" + std::string(1048575, 'a') + "b");
-}
-
-TEST_F(LogBuffer, LongTextOfOneStatementIsWrittenInOne) {
-    lout << std::string(2097152, 'x');
-    EXPECT_TRUE(text() == "|" + std::string(2097152, 'x'));
 }
 
 // ---- Threads ----

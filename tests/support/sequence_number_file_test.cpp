@@ -39,41 +39,27 @@ struct Rewriting {
 
 TEST(SequenceNumberFile, NumberIsReplacedBehindTheLastEqualsSign) {
     const Rewriting rows[] = {
-        {"the same length keeps the line feed", "[EventSequenceNumber]\nSequenceNumber=123\n",
-         "456", "[EventSequenceNumber]\nSequenceNumber=456\n"},
-        {"one longer takes the place of the line feed",
-         "[EventSequenceNumber]\nSequenceNumber=123\n", "4567",
-         "[EventSequenceNumber]\nSequenceNumber=4567"},
-        {"two longer makes the file grow", "[EventSequenceNumber]\nSequenceNumber=123\n", "45678",
-         "[EventSequenceNumber]\nSequenceNumber=45678"},
-        {"no line end", "[EventSequenceNumber]\nSequenceNumber=4567", "5678",
-         "[EventSequenceNumber]\nSequenceNumber=5678"},
-        {"shorter is padded with NUL in front", "[EventSequenceNumber]\nSequenceNumber=123\n", "45",
-         "[EventSequenceNumber]\nSequenceNumber=\0\0"
+        {"the same length keeps the line feed", "[S]\nN=123\n", "456", "[S]\nN=456\n"},
+        {"one longer takes the place of the line feed", "[S]\nN=123\n", "4567", "[S]\nN=4567"},
+        {"two longer makes the file grow", "[S]\nN=123\n", "45678", "[S]\nN=45678"},
+        {"no line end", "[S]\nN=4567", "5678", "[S]\nN=5678"},
+        {"shorter is padded in front", "[S]\nN=123\n", "45",
+         "[S]\nN=\0\0"
          "45"s},
-        {"one shorter without a line end leaves an old digit",
-         "[EventSequenceNumber]\nSequenceNumber=123", "45",
-         "[EventSequenceNumber]\nSequenceNumber=453"},
-        {"a carriage return counts as part of the old number",
-         "[EventSequenceNumber]\r\nSequenceNumber=12\r\n", "345",
-         "[EventSequenceNumber]\r\nSequenceNumber=345\n"},
-        {"a carriage return makes the same length shorter",
-         "[EventSequenceNumber]\r\nSequenceNumber=12\r\n", "34",
-         "[EventSequenceNumber]\r\nSequenceNumber=\0\0"
+        {"one shorter without a line end leaves an old digit", "[S]\nN=123", "45", "[S]\nN=453"},
+        {"a carriage return is part of the old number", "N=12\r\n", "345", "N=345\n"},
+        {"which makes the same length shorter", "N=12\r\n", "34",
+         "N=\0\0"
          "34"s},
-        {"an empty value is filled", "[EventSequenceNumber]\nSequenceNumber=\n", "5",
-         "[EventSequenceNumber]\nSequenceNumber=5"},
-        {"an empty value at the end of the file", "[EventSequenceNumber]\nSequenceNumber=", "5",
-         "[EventSequenceNumber]\nSequenceNumber=5"},
+        {"an empty value is filled", "[S]\nN=\n", "5", "[S]\nN=5"},
+        {"also at the end of the file", "[S]\nN=", "5", "[S]\nN=5"},
         {"the sign is the first byte", "=1", "2", "=2"},
         {"the sign is the only byte", "=", "23", "=23"},
         {"NUL bytes in front of the number are overwritten",
-         "SequenceNumber=\0\0"
+         "N=\0\0"
          "45"s,
-         "1234", "SequenceNumber=1234"},
-        {"rows in front stay as they are",
-         "[Adapter]\n1=100\n;a=b\n[EventSequenceNumber]\nSequenceNumber=5\n", "6",
-         "[Adapter]\n1=100\n;a=b\n[EventSequenceNumber]\nSequenceNumber=6\n"},
+         "1234", "N=1234"},
+        {"rows in front stay", "[A]\n1=100\n;a=b\n[S]\nN=5\n", "6", "[A]\n1=100\n;a=b\n[S]\nN=6\n"},
     };
     for (const Rewriting& row : rows) {
         EXPECT_EQ(rewritten(row.before, row.number), row.after) << row.why;
