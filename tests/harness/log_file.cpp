@@ -69,9 +69,10 @@ std::vector<LogEntry> LogFile::entries() const {
     return parseLog(raw());
 }
 
-LogLines LogFile::lines() const {
+LogLines LogFile::lines(std::size_t from) const {
+    const std::string text = raw();
     LogLines lines;
-    for (const LogEntry& entry : entries()) {
+    for (const LogEntry& entry : parseLog(text.substr(std::min(from, text.size())))) {
         lines.push_back(entry.hasPrefix ? entry.text : kNoPrefix + entry.text);
     }
     return lines;

@@ -36,7 +36,8 @@ public:
     bool exists() const;
     std::string raw() const;  // empty if there is no file
     std::vector<LogEntry> entries() const;
-    LogLines lines() const;  // the texts only
+    // The texts only, from this byte of the file on, where a line begins.
+    LogLines lines(std::size_t from = 0) const;
 
 private:
     const PrivateHost& m_host;

@@ -21,16 +21,12 @@ public:
     const PrivateHost& files() const { return m_files; }
 
     // Leaves out of the lines below what was logged so far.
-    void forgetLines() { m_forgotten = LogFile(m_files).lines().size(); }
+    void forgetLines() { m_forgotten = log().raw().size(); }
 
     // The whole log file, forgotten lines too.
     LogFile log() const { return LogFile(m_files); }
 
-    LogLines lines() const {
-        LogLines all = LogFile(m_files).lines();
-        all.erase(all.begin(), all.begin() + static_cast<LogLines::difference_type>(m_forgotten));
-        return all;
-    }
+    LogLines lines() const { return log().lines(m_forgotten); }
 
     // The lines less the trace lines.
     LogLines messages() const { return withoutTrace(lines()); }
@@ -42,7 +38,7 @@ public:
 
 private:
     PrivateHost m_files;
-    std::size_t m_forgotten = 0;
+    std::size_t m_forgotten = 0;  // bytes of the log file
 };
 
 }  // namespace vesktest
