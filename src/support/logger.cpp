@@ -52,7 +52,7 @@ VOID_ CLogger::startDebug() {
     m_active = true;
     // ODDITY: a start on an open file fails the stream, and a failed stream is rotated and opened
     // anew by the next line: a start that is tried again begins a new file. Pinned by
-    // Logger.StartOnAnOpenFileRotatesItAtTheNextLine.
+    // RunningLogger.StartOnAnOpenFileRotatesItAtTheNextLine.
     m_logStream.open(m_logPath, std::ios::app);
 }
 

@@ -9,109 +9,80 @@
 #include <string>
 #include <unistd.h>
 
-namespace harness {
 namespace {
 
-// Keeps the compiler from leaving out an allocation that nothing uses.
-bool isBlock(void* block) {
-    void* volatile kept = block;
-    return kept != nullptr;
+bool writeStream(const char* path, const char* text, bool append) {
+    std::ofstream stream(path, append ? std::ios::app : std::ios::trunc);
+    stream << text << std::flush;
+    return stream.good();
 }
 
-class Calls : public LibraryCalls {
-public:
-    bool writeStream(const char* path, const char* text, bool append) const override {
-        std::ofstream stream(path, append ? std::ios::app : std::ios::trunc);
-        stream << text << std::flush;
-        return stream.good();
+bool firstLineIs(const char* path, const char* line) {
+    std::ifstream stream(path);
+    std::string first;
+    return stream.is_open() && std::getline(stream, first) && first == line;
+}
+
+// Whether there is a file, which is then closed.
+bool closed(std::FILE* file, int (*close)(std::FILE*)) {
+    if (file != nullptr) {
+        close(file);
     }
+    return file != nullptr;
+}
 
-    bool firstLineIs(const char* path, const char* line) const override {
-        std::ifstream stream(path);
-        std::string first;
-        return stream.is_open() && std::getline(stream, first) && first == line;
+// Whether there is a block, which then goes. The compiler cannot see that it is of no use.
+bool released(void* block, void (*release)(void*)) {
+    void* volatile kept = block;
+    const bool made = kept != nullptr;
+    release(kept);
+    return made;
+}
+
+bool canNew(std::size_t size) {
+    try {
+        return released(::operator new(size), [](void* block) { ::operator delete(block); });
+    } catch (const std::bad_alloc&) {
+        return false;
     }
+}
 
-    bool canOpen(const char* path) const override {
-        std::FILE* const file = std::fopen(path, "r");
-        if (file != nullptr) {
-            std::fclose(file);
-        }
-        return file != nullptr;
+bool canNewArray(std::size_t size) {
+    try {
+        return released(::operator new[](size), [](void* block) { ::operator delete[](block); });
+    } catch (const std::bad_alloc&) {
+        return false;
     }
-
-    int remove(const char* path) const override { return std::remove(path); }
-
-    int rename(const char* from, const char* to) const override { return std::rename(from, to); }
-
-    int symlink(const char* target, const char* link) const override {
-        return ::symlink(target, link);
-    }
-
-    bool canRun(const char* command) const override {
-        std::FILE* const pipe = popen(command, "r");
-        if (pipe != nullptr) {
-            pclose(pipe);
-        }
-        return pipe != nullptr;
-    }
-
-    unsigned sleep(unsigned seconds) const override { return ::sleep(seconds); }
-
-    bool canMalloc(std::size_t size) const override {
-        void* const block = std::malloc(size);
-        const bool made = isBlock(block);
-        std::free(block);
-        return made;
-    }
-
-    bool canCalloc(std::size_t count, std::size_t size) const override {
-        void* const block = std::calloc(count, size);
-        const bool made = isBlock(block);
-        std::free(block);
-        return made;
-    }
-
-    bool canNew(std::size_t size) const override {
-        try {
-            void* const block = ::operator new(size);
-            const bool made = isBlock(block);
-            ::operator delete(block);
-            return made;
-        } catch (const std::bad_alloc&) {
-            return false;
-        }
-    }
-
-    bool canNewArray(std::size_t size) const override {
-        try {
-            char* const block = new char[size];
-            const bool made = isBlock(block);
-            delete[] block;
-            return made;
-        } catch (const std::bad_alloc&) {
-            return false;
-        }
-    }
-
-    int openDriver(const void* signature, std::uint64_t cookie,
-                   std::uint64_t* handle) const override {
-        return vmk_MgmtUserInit(signature, cookie, handle);
-    }
-
-    int invokeDriver(std::uint64_t handle, std::uint64_t instance, std::uint64_t callback,
-                     std::uint32_t count, void* parameter0, void* parameter1) const override {
-        return vmk_MgmtUserCallbackInvokeInt(handle, instance, callback, count, parameter0,
-                                             parameter1);
-    }
-
-    int closeDriver(std::uint64_t handle) const override { return vmk_MgmtUserDestroy(handle); }
-};
+}
 
 }  // namespace
-}  // namespace harness
 
 const harness::LibraryCalls* harnessLibraryCalls() {
-    static const harness::Calls s_calls;
+    static const harness::LibraryCalls s_calls = {
+        writeStream,
+        firstLineIs,
+        [](const char* path) { return closed(std::fopen(path, "r"), std::fclose); },
+        [](const char* path) { return std::remove(path); },
+        [](const char* from, const char* to) { return std::rename(from, to); },
+        [](const char* target, const char* link) { return symlink(target, link); },
+        [](const char* command) { return closed(popen(command, "r"), pclose); },
+        [](unsigned seconds) { return sleep(seconds); },
+        [](std::size_t size) { return released(std::malloc(size), std::free); },
+        [](std::size_t count, std::size_t size) {
+            return released(std::calloc(count, size), std::free);
+        },
+        canNew,
+        canNewArray,
+        [](const void* signature, std::uint64_t cookie, std::uint64_t* handle) {
+            return vmk_MgmtUserInit(signature, cookie, handle);
+        },
+        [](std::uint64_t handle, std::uint64_t instance, std::uint64_t callback,
+           std::uint32_t count, void* parameter0, void* parameter1) {
+            return vmk_MgmtUserCallbackInvokeInt(handle, instance, callback, count, parameter0,
+                                                 parameter1);
+        },
+        [](std::uint64_t handle) {
+            return vmk_MgmtUserDestroy(handle);
+        }};
     return &s_calls;
 }

@@ -7,28 +7,25 @@
 
 namespace harness {
 
-class LibraryCalls {
-public:
-    virtual ~LibraryCalls() = default;
+struct LibraryCalls {
     // Through std::ofstream, flushed; whether the stream is still good.
-    virtual bool writeStream(const char* path, const char* text, bool append) const = 0;
+    bool (*writeStream)(const char* path, const char* text, bool append);
     // Through std::ifstream: whether the file opens and its first line is this.
-    virtual bool firstLineIs(const char* path, const char* line) const = 0;
-    virtual bool canOpen(const char* path) const = 0;  // through fopen
-    virtual int remove(const char* path) const = 0;
-    virtual int rename(const char* from, const char* to) const = 0;
-    virtual int symlink(const char* target, const char* link) const = 0;
-    virtual bool canRun(const char* command) const = 0;  // through popen
-    virtual unsigned sleep(unsigned seconds) const = 0;
-    virtual bool canMalloc(std::size_t size) const = 0;
-    virtual bool canCalloc(std::size_t count, std::size_t size) const = 0;
-    virtual bool canNew(std::size_t size) const = 0;  // false: std::bad_alloc
-    virtual bool canNewArray(std::size_t size) const = 0;
-    virtual int openDriver(const void* signature, std::uint64_t cookie,
-                           std::uint64_t* handle) const = 0;
-    virtual int invokeDriver(std::uint64_t handle, std::uint64_t instance, std::uint64_t callback,
-                             std::uint32_t count, void* parameter0, void* parameter1) const = 0;
-    virtual int closeDriver(std::uint64_t handle) const = 0;
+    bool (*firstLineIs)(const char* path, const char* line);
+    bool (*canOpen)(const char* path);  // through fopen
+    int (*remove)(const char* path);
+    int (*rename)(const char* from, const char* to);
+    int (*symlink)(const char* target, const char* link);
+    bool (*canRun)(const char* command);  // through popen
+    unsigned (*sleep)(unsigned seconds);
+    bool (*canMalloc)(std::size_t size);
+    bool (*canCalloc)(std::size_t count, std::size_t size);
+    bool (*canNew)(std::size_t size);  // false: std::bad_alloc
+    bool (*canNewArray)(std::size_t size);
+    int (*openDriver)(const void* signature, std::uint64_t cookie, std::uint64_t* handle);
+    int (*invokeDriver)(std::uint64_t handle, std::uint64_t instance, std::uint64_t callback,
+                        std::uint32_t count, void* parameter0, void* parameter1);
+    int (*closeDriver)(std::uint64_t handle);
 };
 
 }  // namespace harness

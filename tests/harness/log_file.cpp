@@ -3,149 +3,54 @@
 #include "private_host.h"
 
 #include <algorithm>
-#include <array>
-#include <optional>
-#include <string_view>
+#include <regex>
 
 namespace vesktest {
 namespace {
 
-constexpr std::string_view kPrefixStart = "(T: ";
+const char* const kPrefixStart = "(T: ";
+constexpr std::ptrdiff_t kLongestPrefix = 100;  // so that a long text is not searched to its end
 
-// Takes parts off the front of a text, all or nothing.
-class Scanner {
-public:
-    explicit Scanner(std::string_view text) : m_rest(text) {}
-
-    std::string_view rest() const { return m_rest; }
-
-    bool skip(std::string_view expected) {
-        if (m_rest.substr(0, expected.size()) != expected) {
-            return false;
-        }
-        m_rest.remove_prefix(expected.size());
-        return true;
-    }
-
-    template <std::size_t N>
-    bool skipOneOf(const std::array<std::string_view, N>& choices) {
-        return std::any_of(choices.begin(), choices.end(),
-                           [this](std::string_view choice) { return skip(choice); });
-    }
-
-    // Between `least` and `most` decimal digits, as many as there are.
-    bool skipDigits(std::size_t least, std::size_t most) {
-        std::size_t length = 0;
-        while (length < most && length < m_rest.size() && m_rest[length] >= '0' &&
-               m_rest[length] <= '9') {
-            ++length;
-        }
-        if (length < least) {
-            return false;
-        }
-        m_rest.remove_prefix(length);
-        return true;
-    }
-
-private:
-    std::string_view m_rest;
-};
-
-bool skipThread(Scanner& scanner) {
-    return scanner.skip("thread::id of a non-executing thread") || scanner.skipDigits(1, 20);
-}
-
-// "Thu Nov  6 09:05:00 2025"
-bool skipTime(Scanner& scanner) {
-    static constexpr std::array<std::string_view, 7> kDays = {"Sun ", "Mon ", "Tue ", "Wed ",
-                                                              "Thu ", "Fri ", "Sat "};
-    static constexpr std::array<std::string_view, 12> kMonths = {"Jan ", "Feb ", "Mar ", "Apr ",
-                                                                 "May ", "Jun ", "Jul ", "Aug ",
-                                                                 "Sep ", "Oct ", "Nov ", "Dec "};
-    if (!scanner.skipOneOf(kDays) || !scanner.skipOneOf(kMonths)) {
-        return false;
-    }
-    const bool day = scanner.skip(" ") ? scanner.skipDigits(1, 1) : scanner.skipDigits(2, 2);
-    return day && scanner.skip(" ") && scanner.skipDigits(2, 2) && scanner.skip(":") &&
-           scanner.skipDigits(2, 2) && scanner.skip(":") && scanner.skipDigits(2, 2) &&
-           scanner.skip(" ") && scanner.skipDigits(4, 10);
-}
-
-std::string taken(std::string_view before, const Scanner& scanner) {
-    return std::string(before.substr(0, before.size() - scanner.rest().size()));
-}
-
-struct Prefix {
-    LogEntry entry;  // without its text
-    std::size_t length = 0;
-};
-
-// The prefix at the front of the text, if a whole one is there.
-std::optional<Prefix> prefixOf(std::string_view text) {
-    Scanner scanner(text);
-    if (!scanner.skip(kPrefixStart)) {
-        return std::nullopt;
-    }
-    Prefix prefix;
-    prefix.entry.hasPrefix = true;
-    const std::string_view thread = scanner.rest();
-    if (!skipThread(scanner)) {
-        return std::nullopt;
-    }
-    prefix.entry.thread = taken(thread, scanner);
-    if (!scanner.skip(") [")) {
-        return std::nullopt;
-    }
-    const std::string_view time = scanner.rest();
-    if (!skipTime(scanner)) {
-        return std::nullopt;
-    }
-    prefix.entry.time = taken(time, scanner);
-    if (!scanner.skip("] ")) {
-        return std::nullopt;
-    }
-    prefix.length = text.size() - scanner.rest().size();
-    return prefix;
-}
-
-// Where the next whole prefix begins, or npos.
-std::size_t findPrefix(std::string_view text) {
-    std::size_t position = text.find(kPrefixStart);
-    while (position != std::string_view::npos && !prefixOf(text.substr(position))) {
-        position = text.find(kPrefixStart, position + 1);
-    }
-    return position;
+// The prefix at the front of the row, if a whole one is there: thread and time are its groups.
+bool matchPrefix(const std::string& row, std::size_t from, std::smatch& match) {
+    static const std::regex s_prefix(R"(\(T: (\d{1,20}|thread::id of a non-executing thread)\) )"
+                                     R"(\[((?:Sun|Mon|Tue|Wed|Thu|Fri|Sat) )"
+                                     R"((?:Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) )"
+                                     R"((?: \d|\d\d) \d\d:\d\d:\d\d \d{4,10})\] )");
+    const auto begin = row.begin() + static_cast<std::ptrdiff_t>(from);
+    const auto end = begin + std::min(row.end() - begin, kLongestPrefix);
+    return std::regex_search(begin, end, match, s_prefix, std::regex_constants::match_continuous);
 }
 
 // One row of the file, which holds one entry or several.
-void parseRow(std::string_view row, std::vector<LogEntry>& entries) {
+void parseRow(const std::string& row, std::vector<LogEntry>& entries) {
+    std::size_t from = 0;
     do {
         LogEntry entry;
-        if (const std::optional<Prefix> prefix = prefixOf(row)) {
-            entry = prefix->entry;
-            row.remove_prefix(prefix->length);
+        std::smatch match;
+        if (matchPrefix(row, from, match)) {
+            entry = {true, match.str(1), match.str(2), ""};
+            from += match.str().size();
         }
-        const std::size_t end = std::min(findPrefix(row), row.size());
-        entry.text = std::string(row.substr(0, end));
-        row.remove_prefix(end);
+        std::size_t end = row.find(kPrefixStart, from);
+        while (end != std::string::npos && !matchPrefix(row, end, match)) {
+            end = row.find(kPrefixStart, end + 1);
+        }
+        end = std::min(end, row.size());
+        entry.text = row.substr(from, end - from);
+        from = end;
         entries.push_back(entry);
-    } while (!row.empty());
-}
-
-bool endsWith(const std::string& text, std::string_view end) {
-    return text.size() >= end.size() &&
-           std::string_view(text).substr(text.size() - end.size()) == end;
+    } while (from < row.size());
 }
 
 }  // namespace
 
 std::vector<LogEntry> parseLog(const std::string& raw) {
     std::vector<LogEntry> entries;
-    std::string_view rest = raw;
-    while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find('\n'), rest.size());
-        parseRow(rest.substr(0, end), entries);
-        rest.remove_prefix(std::min(end + 1, rest.size()));
+    for (std::size_t from = 0; from < raw.size();) {
+        const std::size_t end = std::min(raw.find('\n', from), raw.size());
+        parseRow(raw.substr(from, end - from), entries);
+        from = end + 1;
     }
     return entries;
 }
@@ -164,21 +69,21 @@ std::vector<LogEntry> LogFile::entries() const {
     return parseLog(raw());
 }
 
-LogLines LogFile::lines() const {
+LogLines LogFile::lines(std::size_t from) const {
+    const std::string text = raw();
     LogLines lines;
-    for (const LogEntry& entry : entries()) {
+    for (const LogEntry& entry : parseLog(text.substr(std::min(from, text.size())))) {
         lines.push_back(entry.hasPrefix ? entry.text : kNoPrefix + entry.text);
     }
     return lines;
 }
 
-LogLines LogFile::linesWithoutTrace() const {
-    LogLines lines = this->lines();
-    lines.erase(std::remove_if(lines.begin(), lines.end(),
-                               [](const std::string& line) {
-                                   return endsWith(line, " ENTRY ") || endsWith(line, " EXIT ");
-                               }),
-                lines.end());
+LogLines withoutTrace(LogLines lines) {
+    const auto isTrace = [](const std::string& line) {
+        const std::string end = line.substr(std::max<std::size_t>(line.size(), 7) - 7);
+        return end == " ENTRY " || (!end.empty() && end.substr(1) == " EXIT ");
+    };
+    lines.erase(std::remove_if(lines.begin(), lines.end(), isTrace), lines.end());
     return lines;
 }
 
@@ -196,8 +101,7 @@ bool containsPart(const LogLines& lines, const std::string& part) {
     });
 }
 
-::testing::AssertionResult inOrder(const LogLines& lines,
-                                   std::initializer_list<std::string> texts) {
+::testing::AssertionResult inOrder(const LogLines& lines, const LogLines& texts) {
     auto from = lines.begin();
     std::size_t number = 0;
     for (const std::string& text : texts) {

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -37,8 +36,8 @@ public:
     bool exists() const;
     std::string raw() const;  // empty if there is no file
     std::vector<LogEntry> entries() const;
-    LogLines lines() const;              // the texts only
-    LogLines linesWithoutTrace() const;  // less those that end in " ENTRY " or " EXIT "
+    // The texts only, from this byte of the file on, where a line begins.
+    LogLines lines(std::size_t from = 0) const;
 
 private:
     const PrivateHost& m_host;
@@ -46,6 +45,9 @@ private:
 
 // What entries() does, for any text.
 std::vector<LogEntry> parseLog(const std::string& raw);
+
+// Less the lines that end in " ENTRY " or " EXIT ".
+LogLines withoutTrace(LogLines lines);
 
 // These compare whole lines.
 bool contains(const LogLines& lines, const std::string& text);
@@ -55,6 +57,6 @@ std::size_t count(const LogLines& lines, const std::string& text);
 bool containsPart(const LogLines& lines, const std::string& part);
 
 // Success if the texts are among the lines in this order, other lines between them or not.
-::testing::AssertionResult inOrder(const LogLines& lines, std::initializer_list<std::string> texts);
+::testing::AssertionResult inOrder(const LogLines& lines, const LogLines& texts);
 
 }  // namespace vesktest

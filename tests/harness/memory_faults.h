@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <stdexcept>
 
 namespace vesktest {
 
@@ -27,24 +28,6 @@ enum class Repeat {
     kEachLater  // that one and all later ones of the size
 };
 
-// malloc and calloc return null.
-class FailMalloc {
-public:
-    // `nth` counts from 1; 0 lets nothing fail and only counts.
-    explicit FailMalloc(AllocationSize size = AllocationSize::any(), unsigned nth = 1,
-                        Repeat repeat = Repeat::kOnce);
-    ~FailMalloc();
-    FailMalloc(const FailMalloc&) = delete;
-    FailMalloc& operator=(const FailMalloc&) = delete;
-
-    bool triggered() const;
-    unsigned seen() const;  // allocations of the size so far
-
-private:
-    AllocationFault m_fault;
-    AllocationFault* m_outer;
-};
-
 // False in a clang build with the thread sanitizer, whose run-time library does not let a program
 // replace operator new. Tests that need FailNew skip themselves then; to make one throws
 // std::logic_error.
@@ -55,21 +38,53 @@ constexpr const char* kWhyNewCannotFail =
     "clang's thread sanitizer does not let a program replace operator new; this test runs in all "
     "other builds, gcc's thread sanitizer included";
 
-// operator new throws std::bad_alloc, its nothrow form gives null.
-class FailNew {
+// What the two kinds share; `exchange` puts the thread's fault of the kind in place.
+class FailAllocation {
 public:
-    explicit FailNew(AllocationSize size = AllocationSize::any(), unsigned nth = 1,
-                     Repeat repeat = Repeat::kOnce);
-    ~FailNew();
-    FailNew(const FailNew&) = delete;
-    FailNew& operator=(const FailNew&) = delete;
+    FailAllocation(const FailAllocation&) = delete;
+    FailAllocation& operator=(const FailAllocation&) = delete;
 
-    bool triggered() const;
-    unsigned seen() const;
+    bool triggered() const { return m_fault.triggered; }
+    unsigned seen() const { return m_fault.seen; }  // allocations of the size so far
+
+protected:
+    using Exchange = AllocationFault*(AllocationFault*);
+
+    FailAllocation(Exchange* exchange, AllocationSize size, unsigned nth, Repeat repeat)
+        : m_exchange(exchange),
+          m_fault{size.least, size.most, nth, repeat == Repeat::kEachLater, 0, false},
+          m_outer(exchange(&m_fault)) {}
+    ~FailAllocation() { m_exchange(m_outer); }
 
 private:
+    Exchange* m_exchange;
     AllocationFault m_fault;
     AllocationFault* m_outer;
+};
+
+// malloc and calloc return null.
+class FailMalloc : public FailAllocation {
+public:
+    // `nth` counts from 1; 0 lets nothing fail and only counts.
+    explicit FailMalloc(AllocationSize size = AllocationSize::any(), unsigned nth = 1,
+                        Repeat repeat = Repeat::kOnce)
+        : FailAllocation(exchangeMallocFault, size, nth, repeat) {}
+};
+
+// operator new throws std::bad_alloc, its nothrow form gives null.
+class FailNew : public FailAllocation {
+public:
+    explicit FailNew(AllocationSize size = AllocationSize::any(), unsigned nth = 1,
+                     Repeat repeat = Repeat::kOnce)
+        : FailAllocation(exchangeIfPossible(), size, nth, repeat) {}
+
+private:
+    static Exchange* exchangeIfPossible() {
+        if (!kCanFailNew) {
+            throw std::logic_error("this build cannot let operator new fail");
+        }
+        return exchangeNewFault;
+    }
 };
 
 }  // namespace vesktest

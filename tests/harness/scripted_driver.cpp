@@ -31,36 +31,16 @@ constexpr std::size_t kDataAddressEnd = 112;
 
 std::atomic<ScriptedDriver*> s_live{nullptr};
 
-int hexDigit(char digit) {
-    if (digit >= '0' && digit <= '9') {
-        return digit - '0';
+std::vector<std::uint8_t> parseHex(std::string text) {
+    const std::string given = text;
+    text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
+    if (text.empty() || text.size() % 2 != 0 ||
+        text.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) {
+        throw std::invalid_argument("not bytes in hexadecimal: \"" + given + "\"");
     }
-    if (digit >= 'a' && digit <= 'f') {
-        return digit - 'a' + 10;
-    }
-    if (digit >= 'A' && digit <= 'F') {
-        return digit - 'A' + 10;
-    }
-    return -1;
-}
-
-std::vector<std::uint8_t> parseHex(const std::string& text) {
     std::vector<std::uint8_t> bytes;
-    for (std::size_t i = 0; i < text.size();) {
-        if (text[i] == ' ') {
-            ++i;
-            continue;
-        }
-        const int high = hexDigit(text[i]);
-        const int low = i + 1 < text.size() ? hexDigit(text[i + 1]) : -1;
-        if (high < 0 || low < 0) {
-            throw std::invalid_argument("not bytes in hexadecimal: \"" + text + "\"");
-        }
-        bytes.push_back(static_cast<std::uint8_t>(high * 16 + low));
-        i += 2;
-    }
-    if (bytes.empty()) {
-        throw std::invalid_argument("a piece of a record without bytes");
+    for (std::size_t i = 0; i < text.size(); i += 2) {
+        bytes.push_back(static_cast<std::uint8_t>(std::stoul(text.substr(i, 2), nullptr, 16)));
     }
     return bytes;
 }
@@ -103,8 +83,28 @@ void checkText(const std::string& text) {
     }
 }
 
-void putNumber(std::uint8_t* place, std::uint32_t number) {
-    std::memcpy(place, &number, sizeof number);
+std::string signatureDifference(const SignatureLiteral& literal, const void* actual) {
+    std::array<std::uint8_t, kSignatureSize> expected{};
+    std::memcpy(expected.data(), &literal.version, 4);
+    std::copy(literal.name.begin(), literal.name.end(), expected.begin() + 4);
+    std::copy(literal.vendor.begin(), literal.vendor.end(), expected.begin() + 36);
+    std::memcpy(expected.data() + 68, &literal.numCallbacks, 4);
+    std::memcpy(expected.data() + 72, &literal.callbacks, 8);
+    // Without an address to compare with, the last 8 bytes are left out.
+    const std::size_t end = literal.callbacks == nullptr ? 72 : kSignatureSize;
+    return differences(expected.data(), static_cast<const std::uint8_t*>(actual), end, end, end);
+}
+
+std::string recordDifference(const Record& expected, const std::uint8_t* actual) {
+    std::uint64_t address = 0;
+    std::memcpy(&address, actual + kDataAddressOffset, sizeof address);
+    std::string problem = differences(expected.bytes.data(), actual, kRecordSize,
+                                      kDataAddressOffset, kDataAddressEnd);
+    if ((address != 0) != expected.expectData) {
+        problem += expected.expectData ? "  the data address is null\n"
+                                       : "  the data address is not null\n";
+    }
+    return problem;
 }
 
 void putAdapter(std::uint8_t* place, const AdapterLiteral& adapter, std::uint32_t seed) {
@@ -173,21 +173,30 @@ ScriptedDriver::~ScriptedDriver() {
     ScriptedDriver* self = this;
     s_live.compare_exchange_strong(self, nullptr);
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_script.empty()) {
-        return;
-    }
     std::string missing;
     for (const Expectation& expectation : m_script) {
-        missing += "  " + describe(expectation) + "\n";
+        missing += "  " + expectation.words + "\n";
     }
-    ADD_FAILURE() << "calls that did not come:\n" << missing;
+    if (!missing.empty()) {
+        ADD_FAILURE() << "calls that did not come:\n" << missing;
+    }
 }
 
 void ScriptedDriver::expectOpen(const SignatureLiteral& signature, int resultCode,
                                 std::uint64_t handleToGive) {
     checkText(signature.name);
     checkText(signature.vendor);
-    expect(Open{signature, resultCode, handleToGive});
+    expect(Kind::kOpen, "open of \"" + signature.name + "\"",
+           [this, signature, resultCode, handleToGive](const Call& call, std::string& problem) {
+               problem = numberDifference("cookie", call.handle, 0) +
+                         signatureDifference(signature, call.signature);
+               if (problem.empty() && resultCode == 0) {
+                   std::memcpy(call.first, &handleToGive, sizeof handleToGive);
+                   const std::lock_guard<std::mutex> lock(m_mutex);
+                   ++m_openCount;
+               }
+               return resultCode;
+           });
     if (resultCode == 0) {
         m_scriptedHandle = handleToGive;
     }
@@ -203,22 +212,56 @@ void ScriptedDriver::expectAdapterList(std::uint64_t handle,
         checkText(adapter.name);
         checkText(adapter.signature);
     }
-    expect(AdapterList{handle, adapters, claimedCount, resultCode});
+    expect(Kind::kAdapterList, "callback 16 on handle " + std::to_string(handle),
+           [handle, adapters, claimedCount, resultCode](const Call& call, std::string& problem) {
+               problem = numberDifference("handle", call.handle, handle);
+               if (problem.empty()) {
+                   std::memcpy(call.first, &claimedCount, sizeof claimedCount);
+                   auto* place = static_cast<std::uint8_t*>(call.second);
+                   std::uint32_t seed = 0;
+                   for (const AdapterLiteral& adapter : adapters) {
+                       putAdapter(place, adapter, ++seed);
+                       place += kAdapterSize;
+                   }
+               }
+               return resultCode;
+           });
 }
 
 void ScriptedDriver::expectCommand(const Record& expected, const Reply& reply) {
     if (reply.bytes.size() > reply.bufferSize) {
         throw std::invalid_argument("the reply is longer than its buffer");
     }
-    Command command{expected, reply};
-    if (!command.record.handle) {
-        command.record.handle = m_scriptedHandle;
-    }
-    expect(std::move(command));
+    const std::optional<std::uint64_t> handle =
+        expected.handle ? expected.handle : m_scriptedHandle;
+    expect(Kind::kCommand, "callback 17 with opcode " + hexText(expected.bytes.data(), 1),
+           [expected, reply, handle](const Call& call, std::string& problem) {
+               std::uint32_t code = 0;
+               std::memcpy(&code, call.first, sizeof code);
+               auto* const bytes = static_cast<std::uint8_t*>(call.second);
+               problem = numberDifference("request code", code, expected.requestCode) +
+                         recordDifference(expected, bytes) +
+                         numberDifference("handle", call.handle, handle.value_or(call.handle));
+               if (problem.empty()) {
+                   if (reply.hook) {
+                       reply.hook();
+                   }
+                   problem = deliver(reply, bytes);
+               }
+               return reply.resultCode;
+           });
 }
 
 void ScriptedDriver::expectClose(std::uint64_t handle, int resultCode) {
-    expect(Close{handle, resultCode});
+    expect(Kind::kClose, "close of handle " + std::to_string(handle),
+           [this, handle, resultCode](const Call& call, std::string& problem) {
+               problem = numberDifference("handle", call.handle, handle);
+               const std::lock_guard<std::mutex> lock(m_mutex);
+               if (problem.empty() && m_openCount != 0) {
+                   --m_openCount;
+               }
+               return resultCode;
+           });
 }
 
 std::size_t ScriptedDriver::callCount() const {
@@ -237,166 +280,66 @@ RecordBytes ScriptedDriver::lastRecord() const {
 }
 
 int ScriptedDriver::onOpen(const void* signature, std::uint64_t cookie, std::uint64_t* handle) {
-    const Step step = take();
-    const auto* const open = step.expectation ? std::get_if<Open>(&*step.expectation) : nullptr;
-    if (open == nullptr) {
-        return fail(step, "an open", "");
-    }
-    if (signature == nullptr || handle == nullptr) {
-        return fail(step, "an open", "  a null address\n");
-    }
-    std::array<std::uint8_t, kSignatureSize> actual{};
-    std::memcpy(actual.data(), signature, actual.size());
-    std::array<std::uint8_t, kSignatureSize> expected{};
-    putNumber(expected.data(), open->signature.version);
-    std::copy(open->signature.name.begin(), open->signature.name.end(), expected.begin() + 4);
-    std::copy(open->signature.vendor.begin(), open->signature.vendor.end(), expected.begin() + 36);
-    putNumber(expected.data() + 68, open->signature.numCallbacks);
-    std::memcpy(expected.data() + 72, &open->signature.callbacks, 8);
-    // Without an address to compare with, the last 8 bytes are left out.
-    const std::size_t end = open->signature.callbacks == nullptr ? 72 : kSignatureSize;
-    const std::string problem = numberDifference("cookie", cookie, 0) +
-                                differences(expected.data(), actual.data(), end, end, end);
-    if (!problem.empty()) {
-        return fail(step, "an open", problem);
-    }
-    if (open->resultCode == 0) {
-        *handle = open->handle;
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        ++m_openCount;
-    }
-    return open->resultCode;
+    return answer({Kind::kOpen, "an open", cookie, signature, handle, nullptr},
+                  signature == nullptr || handle == nullptr ? "  a null address\n" : "");
 }
 
 int ScriptedDriver::onInvoke(std::uint64_t handle, std::uint64_t instance, std::uint64_t callbackId,
                              std::uint32_t parameterCount, void* parameter0, void* parameter1) {
-    if (callbackId == kCommandCallback && parameter1 != nullptr) {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        std::memcpy(m_lastRecord.data(), parameter1, kRecordSize);
-    }
-    const Step step = take();
-    const std::string call = "callback " + std::to_string(callbackId);
+    Call call = {Kind::kOther, "callback " + std::to_string(callbackId),
+                 handle,       nullptr,
+                 parameter0,   parameter1};
     std::string problem = numberDifference("instance", instance, 0) +
                           numberDifference("parameter count", parameterCount, 2);
     if (parameter0 == nullptr || parameter1 == nullptr) {
         problem += "  a null parameter\n";
+    } else if (callbackId == kListCallback) {
+        call.kind = Kind::kAdapterList;
+        call.words += " on handle " + std::to_string(handle);
+    } else if (callbackId == kCommandCallback) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        std::memcpy(m_lastRecord.data(), parameter1, kRecordSize);
+        call.kind = Kind::kCommand;
+        call.words += " with the record\n  " + hexText(m_lastRecord.data(), kRecordSize) + "\n";
+    } else {
+        problem += "  no such callback\n";
     }
-    if (!problem.empty()) {
-        return fail(step, call, problem);
-    }
-    if (callbackId == kListCallback) {
-        return listAdapters(step, handle, parameter0, parameter1);
-    }
-    if (callbackId == kCommandCallback) {
-        return runCommand(step, handle, parameter0, parameter1);
-    }
-    return fail(step, call, "  no such callback\n");
+    return answer(call, problem);
 }
 
 int ScriptedDriver::onClose(std::uint64_t handle) {
-    const Step step = take();
-    const auto* const close = step.expectation ? std::get_if<Close>(&*step.expectation) : nullptr;
-    const std::string problem =
-        close == nullptr ? std::string() : numberDifference("handle", handle, close->handle);
-    if (close == nullptr || !problem.empty()) {
-        return fail(step, "a close of handle " + std::to_string(handle), problem);
-    }
+    return answer({Kind::kClose, "a close of handle " + std::to_string(handle), handle, nullptr,
+                   nullptr, nullptr},
+                  "");
+}
+
+void ScriptedDriver::expect(Kind kind, const std::string& words,
+                            std::function<int(const Call& call, std::string& problem)> answer) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_openCount != 0) {
-        --m_openCount;
-    }
-    return close->resultCode;
+    m_script.push_back({kind, words, std::move(answer)});
 }
 
-std::string ScriptedDriver::describe(const Expectation& expectation) {
-    if (const auto* const open = std::get_if<Open>(&expectation)) {
-        return "open of \"" + open->signature.name + "\"";
+int ScriptedDriver::answer(const Call& call, std::string problem) {
+    std::size_t number = 0;
+    Expectation next = {Kind::kOther, "no further call", nullptr};
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        number = ++m_callCount;
+        if (!m_script.empty()) {
+            next = std::move(m_script.front());
+            m_script.pop_front();
+        }
     }
-    if (const auto* const list = std::get_if<AdapterList>(&expectation)) {
-        return "callback 16 on handle " + std::to_string(list->handle);
+    if (problem.empty() && next.kind == call.kind) {
+        const int result = next.answer(call, problem);
+        if (problem.empty()) {
+            return result;
+        }
     }
-    if (const auto* const command = std::get_if<Command>(&expectation)) {
-        return "callback 17 with opcode " + hexText(command->record.bytes.data(), 1);
-    }
-    return "close of handle " + std::to_string(std::get<Close>(expectation).handle);
-}
-
-int ScriptedDriver::fail(const Step& step, const std::string& call, const std::string& problem) {
-    ADD_FAILURE() << "call " << step.number << " is " << call << ", expected: "
-                  << (step.expectation ? describe(*step.expectation) : "no further call") << "\n"
+    ADD_FAILURE() << "call " << number << " is " << call.words << ", expected: " << next.words
+                  << "\n"
                   << problem;
     return -1;
-}
-
-void ScriptedDriver::expect(Expectation expectation) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_script.push_back(std::move(expectation));
-}
-
-ScriptedDriver::Step ScriptedDriver::take() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    Step step{++m_callCount, std::nullopt};
-    if (!m_script.empty()) {
-        step.expectation = std::move(m_script.front());
-        m_script.pop_front();
-    }
-    return step;
-}
-
-int ScriptedDriver::listAdapters(const Step& step, std::uint64_t handle, void* count,
-                                 void* adapters) {
-    const auto* const list =
-        step.expectation ? std::get_if<AdapterList>(&*step.expectation) : nullptr;
-    const std::string problem =
-        list == nullptr ? std::string() : numberDifference("handle", handle, list->handle);
-    if (list == nullptr || !problem.empty()) {
-        return fail(step, "callback 16 on handle " + std::to_string(handle), problem);
-    }
-    std::memcpy(count, &list->claimedCount, sizeof list->claimedCount);
-    auto* place = static_cast<std::uint8_t*>(adapters);
-    std::uint32_t seed = 0;
-    for (const AdapterLiteral& adapter : list->adapters) {
-        putAdapter(place, adapter, ++seed);
-        place += kAdapterSize;
-    }
-    return list->resultCode;
-}
-
-int ScriptedDriver::runCommand(const Step& step, std::uint64_t handle, const void* code,
-                               void* bytes) {
-    RecordBytes actual{};
-    std::memcpy(actual.data(), bytes, kRecordSize);
-    const std::string call =
-        "callback 17 with the record\n  " + hexText(actual.data(), actual.size()) + "\n";
-    const auto* const command =
-        step.expectation ? std::get_if<Command>(&*step.expectation) : nullptr;
-    if (command == nullptr) {
-        return fail(step, call, "");
-    }
-    std::uint32_t actualCode = 0;
-    std::memcpy(&actualCode, code, sizeof actualCode);
-    std::uint64_t address = 0;
-    std::memcpy(&address, actual.data() + kDataAddressOffset, sizeof address);
-
-    const Record& expected = command->record;
-    std::string problem = numberDifference("request code", actualCode, expected.requestCode) +
-                          differences(expected.bytes.data(), actual.data(), kRecordSize,
-                                      kDataAddressOffset, kDataAddressEnd);
-    if (expected.handle) {
-        problem += numberDifference("handle", handle, *expected.handle);
-    }
-    if ((address != 0) != expected.expectData) {
-        problem += expected.expectData ? "  the data address is null\n"
-                                       : "  the data address is not null\n";
-    }
-    if (!problem.empty()) {
-        return fail(step, call, problem);
-    }
-    if (command->reply.hook) {
-        command->reply.hook();
-    }
-    problem = deliver(command->reply, static_cast<std::uint8_t*>(bytes));
-    return problem.empty() ? command->reply.resultCode : fail(step, call, problem);
 }
 
 }  // namespace vesktest

@@ -18,7 +18,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace vesktest {
@@ -104,40 +103,29 @@ public:
     int onClose(std::uint64_t handle);
 
 private:
-    struct Open {
-        SignatureLiteral signature;
-        int resultCode;
-        std::uint64_t handle;
-    };
-    struct AdapterList {
-        std::uint64_t handle;
-        std::vector<AdapterLiteral> adapters;
-        std::uint32_t claimedCount;
-        int resultCode;
-    };
-    struct Command {
-        Record record;
-        Reply reply;
-    };
-    struct Close {
-        std::uint64_t handle;
-        int resultCode;
-    };
-    using Expectation = std::variant<Open, AdapterList, Command, Close>;
+    enum class Kind { kOpen, kAdapterList, kCommand, kClose, kOther };
 
-    // Of one call, for the words of a failure.
-    struct Step {
-        std::size_t number;  // of the call, from 1 on
-        std::optional<Expectation> expectation;
+    // A call as it came.
+    struct Call {
+        Kind kind;
+        std::string words;  // for a failure
+        std::uint64_t handle;
+        const void* signature;
+        void* first;   // where an open puts its handle, else parameter 0
+        void* second;  // parameter 1
     };
 
-    static std::string describe(const Expectation& expectation);
-    static int fail(const Step& step, const std::string& call, const std::string& problem);
+    struct Expectation {
+        Kind kind;
+        std::string words;
+        // Compares the call, and answers it if that adds nothing to `problem`.
+        std::function<int(const Call& call, std::string& problem)> answer;
+    };
 
-    void expect(Expectation expectation);
-    Step take();
-    int listAdapters(const Step& step, std::uint64_t handle, void* count, void* adapters);
-    int runCommand(const Step& step, std::uint64_t handle, const void* code, void* bytes);
+    void expect(Kind kind, const std::string& words,
+                std::function<int(const Call& call, std::string& problem)> answer);
+    // `problem` is what is wrong with the call whatever the script says.
+    int answer(const Call& call, std::string problem);
 
     mutable std::mutex m_mutex;
     std::deque<Expectation> m_script;

@@ -3,6 +3,8 @@
 #include "VeskNvme.h"
 #include "sim/host/host_folder.h"
 
+#include <algorithm>
+
 namespace vesktest {
 
 SimHost::SimHost(const vesksim::Scenario& scenario) {
@@ -29,6 +31,13 @@ void SimHost::stop() {
         ZNV_Library_Finalize();
         m_running = false;
     }
+}
+
+std::size_t SimHost::commandCount(std::uint8_t opcode) {
+    const auto commands = driver().commands();
+    return static_cast<std::size_t>(std::count_if(
+        commands.begin(), commands.end(),
+        [opcode](const vesksim::ReceivedCommand& command) { return command.opcode == opcode; }));
 }
 
 }  // namespace vesktest

@@ -21,27 +21,15 @@ public:
     const PrivateHost& files() const { return m_files; }
 
     // Leaves out of the lines below what was logged so far.
-    void forgetLines() { m_forgotten = LogFile(m_files).lines().size(); }
+    void forgetLines() { m_forgotten = log().raw().size(); }
 
     // The whole log file, forgotten lines too.
     LogFile log() const { return LogFile(m_files); }
 
-    LogLines lines() const {
-        LogLines all = LogFile(m_files).lines();
-        all.erase(all.begin(), all.begin() + static_cast<LogLines::difference_type>(m_forgotten));
-        return all;
-    }
+    LogLines lines() const { return log().lines(m_forgotten); }
 
     // The lines less the trace lines.
-    LogLines messages() const {
-        LogLines result;
-        for (const std::string& line : lines()) {
-            if (!endsWith(line, " ENTRY ") && !endsWith(line, " EXIT ")) {
-                result.push_back(line);
-            }
-        }
-        return result;
-    }
+    LogLines messages() const { return withoutTrace(lines()); }
 
     // Whether the function of this name, label included, traced its entry and then its exit.
     ::testing::AssertionResult traced(const std::string& name) const {
@@ -49,13 +37,8 @@ public:
     }
 
 private:
-    static bool endsWith(const std::string& line, const std::string& end) {
-        return line.size() >= end.size() &&
-               line.compare(line.size() - end.size(), end.size(), end) == 0;
-    }
-
     PrivateHost m_files;
-    std::size_t m_forgotten = 0;
+    std::size_t m_forgotten = 0;  // bytes of the log file
 };
 
 }  // namespace vesktest
