@@ -89,11 +89,14 @@ TEST(PhysicalDisk, DeviceIdKeepsItsLowHalf) {
     EXPECT_EQ(allRecords(disk), with(Bytes(kAll, 0), 36, {0xD2, 0xE1}));
 }
 
-TEST(PhysicalDisk, SasAddressIsAConstant) {
+TEST(PhysicalDisk, SasAddressIsAConstantOfSevenCharacters) {
     CPhysicalDisk disk;
     disk.setSASAddress();
     EXPECT_STREQ(disk.getSASAddress(), "0xfffff");
     EXPECT_EQ(allRecords(disk), with(Bytes(kAll, 0), 48, {'0', 'x', 'f', 'f', 'f', 'f', 'f'}));
+    disk.getSASAddress()[7] = 'z';
+    disk.setSASAddress();
+    EXPECT_STREQ(disk.getSASAddress(), "0xfffffz");
 }
 
 TEST(PhysicalDisk, SmartRowsHaveAnIdANameAndTwoValues) {

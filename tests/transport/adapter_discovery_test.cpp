@@ -189,11 +189,8 @@ TEST_F(AdapterDiscovery, WithoutAnAddressTheControllerCountsAndTheOldAddressStay
     EXPECT_EQ(count(), 1);
     expectAddress(3, 2, 1);
     EXPECT_EQ(host.messages().back(), kNoAddressFile);
-}
-
-TEST_F(AdapterDiscovery, WithAMalformedAddressTheControllerCountsAndTheOldAddressStays) {
+    std::free(&handle());  // the next scan does not release it
     host.files().write(kPciAddressPath, "0000:3b:1f.x vmhba2\n");
-    talker().setBDF(BDF{1, 2, 3});
     expectController();
     EXPECT_EQ(count(), 1);
     expectAddress(3, 2, 1);

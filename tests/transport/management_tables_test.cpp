@@ -13,9 +13,8 @@ namespace {
 
 // On x86-64 a call without a prototype of the parameters serves a platform function of either kind;
 // the fixed form leaves AL undefined for a variadic one.
-static_assert(
-    std::is_same_v<decltype(vmk_MgmtUserCallbackInvokeInt),
-                   int(unsigned long, unsigned long, unsigned long, unsigned int, ...)>);
+static_assert(std::is_same_v<decltype(vmk_MgmtUserCallbackInvokeInt),
+                             int(unsigned long, unsigned long, unsigned long, unsigned int, ...)>);
 
 template <std::size_t Size, typename Object>
 std::array<std::uint8_t, Size> bytesOf(const Object& object) {

@@ -56,6 +56,7 @@ TEST_F(PciAddressFile, AddressIsFoundInTheLineWithTheName) {
         {"numbers that end at another character", "0:4x:5y.6z vmhba2\n", {4, 5, 6}},
         {"two and two and one characters", "0:123:456.78 vmhba2\n", {0x12, 0x45, 7}},
         {"a point in front of the second colon", "0.9.9:11:12.3 vmhba2\n", {0x11, 0x12, 3}},
+        {"a colon in first place", ":21:12.3 vmhba2\n", {0x21, 0x12, 3}},
         {"a colon that shifts all", "vmhba2:aa 0000:3b:00.7\n", {0xAA, 0x3B, 7}},
         {"lines without the name in front",
          "0000:01:01.1 vmhba1\n\n0000:02:02.2 vmhba\n0000:03:03.3 vmhba2\n",

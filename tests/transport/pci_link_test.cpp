@@ -250,37 +250,21 @@ TEST_F(PciLink, HexadecimalDumpsThatLeadNowhereFailTheCommand) {
     }
 }
 
-TEST_F(PciLink, WithoutFourBytesTheCommandFails) {
+TEST_F(PciLink, WithoutMemoryTheCommandFails) {
     if (!kCanFailNew) {
         GTEST_SKIP() << kWhyNewCannotFail;
     }
     write(good);
-    {
-        // The answer, or a dump that grows to its second entry.
-        const FailMalloc mallocFault(AllocationSize::exactly(4));
-        const FailNew newFault(AllocationSize::exactly(4));
-        EXPECT_EQ(execute(), 1);
-        EXPECT_TRUE(mallocFault.triggered() || newFault.triggered());
-    }
-    EXPECT_EQ(link, kUntouched);
-    EXPECT_TRUE(contains(host.messages(), kNoMemory));
-    EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::readPCIeConfigSpaceRegion()"));
-}
-
-TEST_F(PciLink, AllocationFailureWhileReadingFailsTheCommand) {
-    if (!kCanFailNew) {
-        GTEST_SKIP() << kWhyNewCannotFail;
-    }
-    write(good);
-    {
-        // The buffer of the file's stream.
-        const FailNew fault(AllocationSize{8000, 9000});
+    // A dump that grows to its second entry, the buffer of the file's stream.
+    for (const AllocationSize& size : {AllocationSize::exactly(4), AllocationSize{8000, 9000}}) {
+        const FailNew fault(size);
         EXPECT_EQ(execute(), 1);
         EXPECT_TRUE(fault.triggered());
+        EXPECT_EQ(link, kUntouched);
+        EXPECT_TRUE(inOrder(host.messages(),
+                            {kNoMemory, "CVMWareZNVDeviceTalker::executeCMD: Return code: 1"}));
+        EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::readPCIeConfigSpaceRegion()"));
     }
-    EXPECT_EQ(link, kUntouched);
-    EXPECT_EQ(host.messages(),
-              (LogLines{kNoMemory, "CVMWareZNVDeviceTalker::executeCMD: Return code: 1"}));
 }
 
 }  // namespace
