@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 #include <new>
 #include <vector>
@@ -96,25 +97,25 @@ TEST(ControllerRecord, TakesIdentityFromTheReply) {
 }
 
 TEST(ControllerRecord, KeepsTheLastFirmwareVersionForTheProcess) {
+    using Numbers = std::array<USHORT_INT, 4>;
+    const auto version = [] {
+        const _PackageVersion& kept = CController::firwareVer;
+        return Numbers{kept.majorVersion, kept.minorVersion, kept.revisionNumber, kept.buildNumber};
+    };
+    EXPECT_EQ(version(), (Numbers{0, 0, 0, 0}));
     std::vector<std::uint8_t> page = adapterPage();
     {
         CController controller;
         controller.setAttributes(asReply(page));
     }
-    EXPECT_EQ(CController::firwareVer.majorVersion, 0x0A01);
-    EXPECT_EQ(CController::firwareVer.minorVersion, 0x0B02);
-    EXPECT_EQ(CController::firwareVer.revisionNumber, 0x0C03);
-    EXPECT_EQ(CController::firwareVer.buildNumber, 0x0D04);
+    EXPECT_EQ(version(), (Numbers{0x0A01, 0x0B02, 0x0C03, 0x0D04}));
     CController other;
     other.setFirmwareVersion(_PackageVersion{9, 9, 9, 9});
-    EXPECT_EQ(CController::firwareVer.majorVersion, 0x0A01);
+    EXPECT_EQ(version(), (Numbers{0x0A01, 0x0B02, 0x0C03, 0x0D04}));
     page.assign(4096, 0);
     other.setAttributes(asReply(page));
     EXPECT_EQ(bytesOf(other), ControllerBytes{});
-    EXPECT_EQ(CController::firwareVer.majorVersion, 0);
-    EXPECT_EQ(CController::firwareVer.minorVersion, 0);
-    EXPECT_EQ(CController::firwareVer.revisionNumber, 0);
-    EXPECT_EQ(CController::firwareVer.buildNumber, 0);
+    EXPECT_EQ(version(), (Numbers{0, 0, 0, 0}));
 }
 
 TEST(ControllerRecord, TakesTheLinkFromItsFourBytes) {

@@ -170,7 +170,7 @@ struct DiskNames {
 using BothKinds = ::testing::Types<PhysicalDisks, VirtualDisks>;
 
 template <typename Disks>
-class DiskCalls : public ::testing::Test {
+class EachDiskKind : public ::testing::Test {
 protected:
     void expectPage(const std::string& id, const Bytes& page) {
         Reply reply;
@@ -205,9 +205,9 @@ protected:
 
     DiskRig rig;
 };
-TYPED_TEST_SUITE(DiskCalls, BothKinds, DiskNames);
+TYPED_TEST_SUITE(EachDiskKind, BothKinds, DiskNames);
 
-TYPED_TEST(DiskCalls, RecordsOfAllDisksArePackedInRisingOrder) {
+TYPED_TEST(EachDiskKind, RecordsOfAllDisksArePackedInRisingOrder) {
     const Bytes absent = absentPage();
     for (const Call& now : TypeParam::calls()) {
         if (!now.all()) {
@@ -227,7 +227,7 @@ TYPED_TEST(DiskCalls, RecordsOfAllDisksArePackedInRisingOrder) {
     }
 }
 
-TYPED_TEST(DiskCalls, SingleRequestAsksForTheNamedDiskOnlyAndEachTimeAgain) {
+TYPED_TEST(EachDiskKind, SingleRequestAsksForTheNamedDiskOnlyAndEachTimeAgain) {
     for (const Call& now : TypeParam::calls()) {
         this->expectPage("07", TypeParam::firstPage());
         this->expectAnswerOfOne(now, 7, now.first);
@@ -240,7 +240,7 @@ TYPED_TEST(DiskCalls, SingleRequestAsksForTheNamedDiskOnlyAndEachTimeAgain) {
     }
 }
 
-TYPED_TEST(DiskCalls, BadRequestTypeIsRefusedAndItsCodeIsGoneAtTheNextCall) {
+TYPED_TEST(EachDiskKind, BadRequestTypeIsRefusedAndItsCodeIsGoneAtTheNextCall) {
     for (const Call& now : TypeParam::calls()) {
         for (const std::uint8_t type : now.all() ? Bytes{0, 3, 0xFF} : Bytes{0, 1, 3, 0xFF}) {
             SCOPED_TRACE(int{type});
@@ -259,7 +259,7 @@ TYPED_TEST(DiskCalls, BadRequestTypeIsRefusedAndItsCodeIsGoneAtTheNextCall) {
 }
 
 // Also one that the driver fails by an exception, and one that there is no memory to send.
-TYPED_TEST(DiskCalls, RefusedCommandReadsAsAPresentDiskOfZeros) {
+TYPED_TEST(EachDiskKind, RefusedCommandReadsAsAPresentDiskOfZeros) {
     for (const Call& now : TypeParam::calls()) {
         if (now.all()) {
             this->expectRefusal("00");
@@ -280,7 +280,7 @@ TYPED_TEST(DiskCalls, RefusedCommandReadsAsAPresentDiskOfZeros) {
     }
 }
 
-TYPED_TEST(DiskCalls, WithoutAWorkingRecordNothingIsAsked) {
+TYPED_TEST(EachDiskKind, WithoutAWorkingRecordNothingIsAsked) {
     for (const Call& now : TypeParam::calls()) {
         this->rig.host.forgetLines();
         const FailMalloc fault(AllocationSize::exactly(TypeParam::kPageSize));
@@ -292,7 +292,7 @@ TYPED_TEST(DiskCalls, WithoutAWorkingRecordNothingIsAsked) {
     EXPECT_EQ(this->rig.driver.callCount(), 0U);
 }
 
-TYPED_TEST(DiskCalls, DiskWhoseCommandHasNoBufferIsLeftOut) {
+TYPED_TEST(EachDiskKind, DiskWhoseCommandHasNoBufferIsLeftOut) {
     for (const Call& now : TypeParam::calls()) {
         const FailMalloc fault(AllocationSize::exactly(4096));
         this->expectAnswer(now, 2, 1, 1, kHeaderOfNone, kNone);
@@ -316,7 +316,7 @@ TYPED_TEST(DiskCalls, DiskWhoseCommandHasNoBufferIsLeftOut) {
     }
 }
 
-TYPED_TEST(DiskCalls, BuilderThatCannotBeMadeIsAFailureAndWritesNothing) {
+TYPED_TEST(EachDiskKind, BuilderThatCannotBeMadeIsAFailureAndWritesNothing) {
     if (!kCanFailNew) {
         GTEST_SKIP() << kWhyNewCannotFail;
     }
@@ -338,7 +338,7 @@ TYPED_TEST(DiskCalls, BuilderThatCannotBeMadeIsAFailureAndWritesNothing) {
 }
 
 template <typename Disks>
-class DiskBuilder : public DiskCalls<Disks> {
+class EachDiskBuilder : public EachDiskKind<Disks> {
 protected:
     static Bytes read(typename Disks::Builder& builder) {
         Bytes out = noise(Disks::kPageSize, 43);
@@ -349,9 +349,9 @@ protected:
 
     typename Disks::Builder builder;
 };
-TYPED_TEST_SUITE(DiskBuilder, BothKinds, DiskNames);
+TYPED_TEST_SUITE(EachDiskBuilder, BothKinds, DiskNames);
 
-TYPED_TEST(DiskBuilder, StartsWithNothingGatheredAndStoresWhatItGets) {
+TYPED_TEST(EachDiskBuilder, StartsWithNothingGatheredAndStoresWhatItGets) {
     EXPECT_EQ(TypeParam::countOf(this->builder), 0U);
     EXPECT_EQ(TypeParam::idOf(this->builder), 0xFFU);
     EXPECT_EQ(this->builder.getRequestType(), 0xFF);
@@ -369,7 +369,7 @@ TYPED_TEST(DiskBuilder, StartsWithNothingGatheredAndStoresWhatItGets) {
     EXPECT_EQ(this->rig.host.lines(), LogLines{}) << "accessors are not traced";
 }
 
-TYPED_TEST(DiskBuilder, FactoryMakesOneForEachOfItsCommands) {
+TYPED_TEST(EachDiskBuilder, FactoryMakesOneForEachOfItsCommands) {
     for (const unsigned char id : TypeParam::commands()) {
         SCOPED_TRACE(int{id});
         const std::unique_ptr<IBuilder> made(BuilderTypeFactory::getBuilder(id));
@@ -377,7 +377,7 @@ TYPED_TEST(DiskBuilder, FactoryMakesOneForEachOfItsCommands) {
     }
 }
 
-TYPED_TEST(DiskBuilder, ParametersComeFromTheRequest) {
+TYPED_TEST(EachDiskBuilder, ParametersComeFromTheRequest) {
     for (const unsigned char command : TypeParam::commandsWithRequest()) {
         SCOPED_TRACE(int{command});
         typename TypeParam::Builder fresh;
@@ -390,7 +390,7 @@ TYPED_TEST(DiskBuilder, ParametersComeFromTheRequest) {
     }
 }
 
-TYPED_TEST(DiskBuilder, OtherCommandsAreRefusedByEachStep) {
+TYPED_TEST(EachDiskBuilder, OtherCommandsAreRefusedByEachStep) {
     const std::string prefix = std::string("libVeskNvme: ") + TypeParam::kClass + "::";
     for (const int command : TypeParam::otherCommands()) {
         SCOPED_TRACE(command);
@@ -417,7 +417,7 @@ TYPED_TEST(DiskBuilder, OtherCommandsAreRefusedByEachStep) {
     EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 0);
 }
 
-TYPED_TEST(DiskBuilder, CountGrowsByTheDisksThatExistAndDeliveryFollowsIt) {
+TYPED_TEST(EachDiskBuilder, CountGrowsByTheDisksThatExistAndDeliveryFollowsIt) {
     const Call information = TypeParam::calls()[0];
     const Call configuration = TypeParam::calls()[1];
     Bytes out = request(1, 1, 2 * information.size());
@@ -440,7 +440,7 @@ TYPED_TEST(DiskBuilder, CountGrowsByTheDisksThatExistAndDeliveryFollowsIt) {
     EXPECT_EQ(out, answered(before, configuration.headerOfTwo, Bytes(2 * configuration.size(), 0)));
 }
 
-TYPED_TEST(DiskBuilder, OneDiskIsReadAsTheFirstBytesOfItsPage) {
+TYPED_TEST(EachDiskBuilder, OneDiskIsReadAsTheFirstBytesOfItsPage) {
     this->expectPage("05", TypeParam::firstPage());
     TypeParam::setId(this->builder, 5);
     this->rig.host.forgetLines();
@@ -449,7 +449,7 @@ TYPED_TEST(DiskBuilder, OneDiskIsReadAsTheFirstBytesOfItsPage) {
     EXPECT_EQ(this->rig.messages(), TypeParam::linesOfFirst());
 }
 
-TYPED_TEST(DiskBuilder, RecordStaysAsItIsWhereTheCommandCouldNotBeBuilt) {
+TYPED_TEST(EachDiskBuilder, RecordStaysAsItIsWhereTheCommandCouldNotBeBuilt) {
     const FailMalloc fault(AllocationSize::exactly(4096));
     EXPECT_EQ(this->read(this->builder), noise(TypeParam::kPageSize, 43));
     EXPECT_TRUE(fault.triggered());

@@ -250,21 +250,45 @@ TEST_F(PciLink, HexadecimalDumpsThatLeadNowhereFailTheCommand) {
     }
 }
 
-TEST_F(PciLink, WithoutMemoryTheCommandFails) {
+TEST_F(PciLink, AllocationFailureWhileReadingFailsTheCommand) {
     if (!kCanFailNew) {
         GTEST_SKIP() << kWhyNewCannotFail;
     }
     write(good);
-    // A dump that grows to its second entry, the buffer of the file's stream.
-    for (const AllocationSize& size : {AllocationSize::exactly(4), AllocationSize{8000, 9000}}) {
-        const FailNew fault(size);
+    {
+        // The buffer of the file's stream.
+        const FailNew fault(AllocationSize{8000, 9000});
         EXPECT_EQ(execute(), 1);
         EXPECT_TRUE(fault.triggered());
-        EXPECT_EQ(link, kUntouched);
-        EXPECT_TRUE(inOrder(host.messages(),
-                            {kNoMemory, "CVMWareZNVDeviceTalker::executeCMD: Return code: 1"}));
-        EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::readPCIeConfigSpaceRegion()"));
     }
+    EXPECT_EQ(link, kUntouched);
+    EXPECT_EQ(host.messages(),
+              (LogLines{kNoMemory, "CVMWareZNVDeviceTalker::executeCMD: Return code: 1"}));
+    EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::readPCIeConfigSpaceRegion()"));
+}
+
+TEST_F(PciLink, EachAllocationThatFailsFailsTheCommandOrLosesALineOfTheLog) {
+    if (!kCanFailNew) {
+        GTEST_SKIP() << kWhyNewCannotFail;
+    }
+    write(good);
+    CCommandDword command;
+    command.setcdw_6_7(link.data());
+    bool triggered = true;
+    unsigned failures = 0;
+    for (unsigned nth = 1; triggered; ++nth) {
+        SCOPED_TRACE(nth);
+        link = kUntouched;
+        RESULT result = 0;
+        {
+            const FailNew fault(AllocationSize::any(), nth);
+            result = talker().executeCMD(&command, 0);
+            triggered = fault.triggered();
+        }
+        ASSERT_EQ(link, result == 0 ? (Link{3, 5, 4, 8}) : kUntouched);
+        failures += result;
+    }
+    EXPECT_GT(failures, 20U) << "one for each row of the dump, at least";
 }
 
 }  // namespace
