@@ -1,8 +1,8 @@
 // The controller's answer to the adapter information command, and what it makes of a record.
 #pragma once
 
+#include "connected_talker.h"
 #include "noise.h"
-#include "scripted_driver.h"
 
 #include "VeskNvme.h"
 
@@ -61,15 +61,15 @@ inline Reply pageReply(std::vector<std::uint8_t> page) {
     return reply;
 }
 
-// The record of the command; without a handle.
+// The command as it goes out over the connection.
 inline Record adapterInfoRecord() {
-    return record({{0, "E2"},
-                   {40, "00 04 00 00"},
-                   {48, "E0 00 00 00"},
-                   {56, "0D 00 00 00"},
-                   {81, "01"},
-                   {88, "00 10 00 00"},
-                   {96, "80 84 1E 00 00 00 00 00"}});
+    return connectedRecord({{0, "E2"},
+                            {40, "00 04 00 00"},
+                            {48, "E0 00 00 00"},
+                            {56, "0D 00 00 00"},
+                            {81, "01"},
+                            {88, "00 10 00 00"},
+                            {96, "80 84 1E 00 00 00 00 00"}});
 }
 
 }  // namespace vesktest

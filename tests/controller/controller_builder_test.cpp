@@ -1,18 +1,12 @@
 // The gathering of the controller's record, and its delivery to the host.
 #include "adapter_page.h"
-#include "connected_talker.h"
-#include "discovery_script.h"
 #include "memory_faults.h"
 #include "pci_dump_file.h"
 #include "traced_host.h"
 
 #include "api/builder_type_factory.h"
 #include "api/error_state.h"
-#include "controller/adapter_config_builder.h"
-#include "controller/adapter_info_builder.h"
-#include "controller/adapter_oem_data_builder.h"
 #include "controller/controller_builder.h"
-#include "transport/read_pcie_command_builder.h"
 
 #include <gtest/gtest.h>
 
@@ -22,19 +16,7 @@
 
 namespace {
 
-using vesktest::AllocationSize;
-using vesktest::bytesOf;
-using vesktest::ConnectedTalker;
-using vesktest::ControllerBytes;
-using vesktest::FailMalloc;
-using vesktest::FailNew;
-using vesktest::identityBytes;
-using vesktest::LogLines;
-using vesktest::pageReply;
-using vesktest::putBytes;
-using vesktest::Reply;
-using vesktest::ScriptedDriver;
-using vesktest::TracedHost;
+using namespace vesktest;
 
 ControllerBytes withLink(ControllerBytes bytes) {
     putBytes(bytes, 272, {0x05, 0x03, 0x08, 0x04});
@@ -46,14 +28,11 @@ protected:
     ControllerBuilder() { VeskNVMeLibrary_Error::setErrorCode(0); }
 
     void writeDump() const {
-        host.files().write(vesktest::kPciConfigPath,
-                           std::string(vesktest::kDumpHeader) + vesktest::kDumpRows);
+        host.files().write(kPciConfigPath, std::string(kDumpHeader) + kDumpRows);
     }
 
     void expectInfo(const Reply& reply) {
-        vesktest::Record record = vesktest::adapterInfoRecord();
-        record.handle = vesktest::kConnection;
-        driver.expectCommand(record, reply);
+        driver.expectCommand(adapterInfoRecord(), reply);
         host.forgetLines();
     }
 
@@ -73,19 +52,14 @@ protected:
     CControllerBuilder builder;
 };
 
-TEST_F(ControllerBuilder, StartsWithAZeroRecord) {
-    ASSERT_NE(builder.getObject(), nullptr);
-    EXPECT_EQ(bytes(), ControllerBytes{});
-}
-
 TEST_F(ControllerBuilder, GathersIdentityAndThenLink) {
     writeDump();
-    expectInfo(pageReply(vesktest::adapterPage()));
+    expectInfo(pageReply(adapterPage()));
     IObject* const object = builder.getObject();
     builder.buidInfo(3);
     EXPECT_EQ(bytes(), withLink(identityBytes()));
     EXPECT_EQ(builder.getObject(), object);
-    EXPECT_TRUE(vesktest::inOrder(
+    EXPECT_TRUE(inOrder(
         host.lines(),
         {"CControllerBuilder::buidInfo() ENTRY ", "CControllerBuilder::getAdapterInfo() ENTRY ",
          "CVMWareZNVDeviceTalker::executeIOCTL: IOCTL call successful",
@@ -98,8 +72,10 @@ TEST_F(ControllerBuilder, GathersIdentityAndThenLink) {
     EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 0);
 }
 
-TEST_F(ControllerBuilder, OtherCommandsLeaveTheRecordAlone) {
+TEST_F(ControllerBuilder, OtherCommandsLeaveTheRecordAsItWasMade) {
     writeDump();
+    ASSERT_NE(builder.getObject(), nullptr);
+    EXPECT_EQ(bytes(), ControllerBytes{});
     for (const int id : {2, 0, 1, 4, 14, 259, -3}) {
         SCOPED_TRACE(id);
         builder.buidInfo(id);
@@ -108,37 +84,22 @@ TEST_F(ControllerBuilder, OtherCommandsLeaveTheRecordAlone) {
     EXPECT_EQ(driver.callCount(), 0U);
 }
 
-TEST_F(ControllerBuilder, ZeroReplyWithoutADumpGivesZeroFieldsAndNoError) {
-    CController::firwareVer = _PackageVersion{1, 2, 3, 4};
+TEST_F(ControllerBuilder, WhatCannotBeReadIsZeroAndNoError) {
+    Reply refusal;
+    refusal.completionStatus = 0x0002;
+    expectInfo(pageReply(adapterPage()));
+    builder.buidInfo(3);
+    EXPECT_EQ(bytes(), identityBytes()) << "no dump";
     expectInfo(pageReply(std::vector<std::uint8_t>(4096, 0)));
     builder.buidInfo(3);
-    EXPECT_EQ(bytes(), ControllerBytes{});
-    EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 0);
+    EXPECT_EQ(bytes(), ControllerBytes{}) << "no dump and a page of zeros";
     EXPECT_EQ(CController::firwareVer.majorVersion, 0);
     EXPECT_EQ(CController::firwareVer.buildNumber, 0);
-}
-
-TEST_F(ControllerBuilder, FailedCommandGivesZeroIdentityAndTheLink) {
     writeDump();
-    Reply reply;
-    reply.completionStatus = 0x0002;
-    expectInfo(reply);
+    expectInfo(refusal);
     builder.buidInfo(3);
-    EXPECT_EQ(bytes(), withLink(ControllerBytes{}));
+    EXPECT_EQ(bytes(), withLink(ControllerBytes{})) << "a refused command";
     EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 0);
-}
-
-TEST_F(ControllerBuilder, MissingDumpGivesIdentityAndZeroLink) {
-    expectInfo(pageReply(vesktest::adapterPage()));
-    builder.buidInfo(3);
-    EXPECT_EQ(bytes(), identityBytes());
-    EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 0);
-}
-
-TEST_F(ControllerBuilder, SlotNumberIsZeroWhateverTheDeviceSent) {
-    expectInfo(pageReply(vesktest::noise(4096, 3)));
-    builder.buidInfo(3);
-    EXPECT_EQ(reinterpret_cast<const CController*>(builder.getObject())->getSlotNo(), 0U);
 }
 
 TEST_F(ControllerBuilder, UnknownExceptionEndsTheReadAndTheLinkFollows) {
@@ -146,44 +107,43 @@ TEST_F(ControllerBuilder, UnknownExceptionEndsTheReadAndTheLinkFollows) {
     expectInfoThrowing([] { throw 42; });
     builder.buidInfo(3);
     EXPECT_EQ(bytes(), withLink(ControllerBytes{}));
-    EXPECT_TRUE(vesktest::inOrder(
-        host.lines(),
-        {"Generic exception", "CAdapterInfoBuilder::~CAdapterInfoBuilder() ENTRY ",
-         "CControllerBuilder::getAdapterInfo() EXIT ", "CControllerBuilder::getPCIeInfo() ENTRY ",
-         "CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Width: 8"}));
-    EXPECT_EQ(vesktest::count(host.messages(), "Generic exception"), 1U);
+    EXPECT_TRUE(inOrder(host.lines(),
+                        {"Generic exception", "CAdapterInfoBuilder::~CAdapterInfoBuilder() ENTRY ",
+                         "CControllerBuilder::getAdapterInfo() EXIT ",
+                         "CControllerBuilder::getPCIeInfo() ENTRY ",
+                         "CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Width: 8"}));
+    EXPECT_EQ(count(host.messages(), "Generic exception"), 1U);
 }
 
 TEST_F(ControllerBuilder, StandardExceptionOfTheDriverIsTheTalkersAffair) {
     expectInfoThrowing([] { throw std::runtime_error("driver fault"); });
     builder.buidInfo(3);
     EXPECT_EQ(bytes(), ControllerBytes{});
-    EXPECT_TRUE(vesktest::contains(host.messages(),
-                                   "CVMWareZNVDeviceTalker::executeCMD : Exception Error: "
-                                   "driver fault"));
-    EXPECT_FALSE(vesktest::contains(host.messages(), "Generic exception"));
+    EXPECT_TRUE(contains(host.messages(), "CVMWareZNVDeviceTalker::executeCMD : Exception Error: "
+                                          "driver fault"));
+    EXPECT_FALSE(contains(host.messages(), "Generic exception"));
 }
 
 TEST_F(ControllerBuilder, WithoutMemoryForACommandBuilderItsReadEnds) {
-    if (!vesktest::kCanFailNew) {
-        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
+    if (!kCanFailNew) {
+        GTEST_SKIP() << kWhyNewCannotFail;
     }
-    host.forgetLines();
-    {
-        const FailNew fault(AllocationSize::exactly(sizeof(CCommandDword)));
-        builder.getAdapterInfo();
-        EXPECT_TRUE(fault.triggered());
+    struct Read {
+        VOID_ (CControllerBuilder::*run)();
+        const char* name;
+    };
+    for (const Read& now :
+         {Read{&CControllerBuilder::getAdapterInfo, "CControllerBuilder::getAdapterInfo()"},
+          Read{&CControllerBuilder::getPCIeInfo, "CControllerBuilder::getPCIeInfo()"}}) {
+        host.forgetLines();
+        {
+            const FailNew fault(AllocationSize::exactly(sizeof(CCommandDword)));
+            (builder.*now.run)();
+            EXPECT_TRUE(fault.triggered());
+        }
+        EXPECT_EQ(host.messages(), LogLines{"std::bad_alloc"});
+        EXPECT_TRUE(host.traced(now.name));
     }
-    EXPECT_EQ(host.messages(), LogLines{"std::bad_alloc"});
-    EXPECT_TRUE(host.traced("CControllerBuilder::getAdapterInfo()"));
-    host.forgetLines();
-    {
-        const FailNew fault(AllocationSize::exactly(sizeof(CCommandDword)));
-        builder.getPCIeInfo();
-        EXPECT_TRUE(fault.triggered());
-    }
-    EXPECT_EQ(host.messages(), LogLines{"std::bad_alloc"});
-    EXPECT_TRUE(host.traced("CControllerBuilder::getPCIeInfo()"));
     EXPECT_EQ(bytes(), ControllerBytes{});
     EXPECT_EQ(driver.callCount(), 0U);
 }
@@ -196,9 +156,8 @@ TEST_F(ControllerBuilder, FailuresLeaveTheErrorStateAlone) {
     expectInfoThrowing([] { throw std::bad_alloc(); });
     builder.buidInfo(3);
     EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 6);
-    if (vesktest::kCanFailNew) {
-        const FailNew fault(AllocationSize::exactly(sizeof(CCommandDword)), 1,
-                            vesktest::Repeat::kEachLater);
+    if (kCanFailNew) {
+        const FailNew fault(AllocationSize::exactly(sizeof(CCommandDword)), 1, Repeat::kEachLater);
         builder.buidInfo(3);
         EXPECT_TRUE(fault.triggered());
         EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 6);
@@ -208,8 +167,7 @@ TEST_F(ControllerBuilder, FailuresLeaveTheErrorStateAlone) {
 TEST_F(ControllerBuilder, WithoutMemoryForThePageNothingIsReadAndTheErrorStateSaysSo) {
     writeDump();
     // The command goes out with its opcode alone.
-    driver.expectCommand(
-        vesktest::connectedRecord({{0, "E2"}, {96, "80 84 1E 00 00 00 00 00"}}, false));
+    driver.expectCommand(connectedRecord({{0, "E2"}, {96, "80 84 1E 00 00 00 00 00"}}, false));
     host.forgetLines();
     {
         const FailMalloc fault(AllocationSize::exactly(4096));
@@ -218,8 +176,7 @@ TEST_F(ControllerBuilder, WithoutMemoryForThePageNothingIsReadAndTheErrorStateSa
     }
     EXPECT_EQ(bytes(), withLink(ControllerBytes{}));
     EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 1);
-    EXPECT_TRUE(
-        vesktest::inOrder(host.messages(), {"std::bad_alloc", "libVeskNVMe FAILED: ERR_FAIL "}));
+    EXPECT_TRUE(inOrder(host.messages(), {"std::bad_alloc", "libVeskNVMe FAILED: ERR_FAIL "}));
 }
 
 TEST_F(ControllerBuilder, WithoutMemoryForTheLinkNothingIsReadAndTheErrorStateSaysSo) {
@@ -232,8 +189,7 @@ TEST_F(ControllerBuilder, WithoutMemoryForTheLinkNothingIsReadAndTheErrorStateSa
     }
     EXPECT_EQ(bytes(), ControllerBytes{});
     EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 1);
-    EXPECT_TRUE(
-        vesktest::inOrder(host.messages(), {"std::bad_alloc", "libVeskNVMe FAILED: ERR_FAIL "}));
+    EXPECT_TRUE(inOrder(host.messages(), {"std::bad_alloc", "libVeskNVMe FAILED: ERR_FAIL "}));
 }
 
 TEST_F(ControllerBuilder, AdapterIdIsOneForAllBuilders) {
@@ -257,22 +213,25 @@ TEST_F(ControllerBuilder, TakesNoParametersAndDeliversNoCopies) {
     EXPECT_EQ(record, before);
 }
 
-TEST_F(ControllerBuilder, ComesFromTheFactoryAndDiesThroughItsBase) {
-    const std::unique_ptr<IBuilder> made(BuilderTypeFactory::getBuilder(3));
-    ASSERT_NE(dynamic_cast<CControllerBuilder*>(made.get()), nullptr);
-}
-
-TEST_F(ControllerBuilder, LifeIsTraced) {
+TEST_F(ControllerBuilder, ComesFromTheFactoryAndItsLifeIsTraced) {
     host.forgetLines();
-    { CControllerBuilder other; }
-    EXPECT_TRUE(host.traced("CControllerBuilder::CControllerBuilder()"));
-    EXPECT_TRUE(host.traced("CControllerBuilder::~CControllerBuilder()"));
-    EXPECT_TRUE(host.traced("CController::~CController()libVeskNvme: CController::~CController()"));
+    {
+        const std::unique_ptr<IBuilder> made(BuilderTypeFactory::getBuilder(3));
+        ASSERT_NE(dynamic_cast<CControllerBuilder*>(made.get()), nullptr);
+    }
+    const std::string controllerEnds =
+        "CController::~CController()libVeskNvme: CController::~CController()";
+    EXPECT_TRUE(inOrder(
+        host.lines(),
+        {"CControllerBuilder::CControllerBuilder() ENTRY ", "CController::CController() ENTRY ",
+         "CController::CController() EXIT ", "CControllerBuilder::CControllerBuilder() EXIT ",
+         "CControllerBuilder::~CControllerBuilder() ENTRY ", controllerEnds + " ENTRY ",
+         controllerEnds + " EXIT ", "CControllerBuilder::~CControllerBuilder() EXIT "}));
 }
 
 TEST_F(ControllerBuilder, HostGetsTheRecordAndThenTheFirmwareVersion) {
     writeDump();
-    expectInfo(pageReply(vesktest::adapterPage()));
+    expectInfo(pageReply(adapterPage()));
     UCHAR_ count = 9;
     CController controller;
     EXPECT_EQ(ZT_Adapter_GetInfo(200, &count, &controller), 0);
@@ -302,39 +261,6 @@ TEST_F(ControllerBuilder, HostGetsZerosAndNoErrorFromAFailedCommand) {
     CController controller;
     controller.setVendorID(1);
     EXPECT_EQ(ZT_Adapter_GetInfo(0, &count, &controller), 0);
-    EXPECT_EQ(bytesOf(controller), ControllerBytes{});
-}
-
-TEST(ControllerFlow, FromDiscoveryToTheHostsRecord) {
-    TracedHost host;
-    ScriptedDriver driver;
-    host.files().write(vesktest::kPciConfigPath,
-                       std::string(vesktest::kDumpHeader) + vesktest::kDumpRows);
-    host.files().write(vesktest::kPciAddressPath, "0000:3b:1e.7 vmhba2\n");
-    const vesktest::TalkerInstance instance(driver);
-    vesktest::expectListing(driver, {{"vmhba2", "nvmesig2"}});
-    vesktest::expectIdentify(driver, "nvmesig2", 0xA2, vesktest::controllerReply());
-    driver.expectCommand(vesktest::adapterInfoRecord(), pageReply(vesktest::adapterPage()));
-    EXPECT_TRUE(CLibInitializer::checkControllerExistence());
-    UCHAR_ count = 0;
-    CController controller;
-    EXPECT_EQ(ZT_Adapter_GetInfo(0, &count, &controller), 0);
-    EXPECT_EQ(bytesOf(controller), withLink(identityBytes()));
-}
-
-TEST(ControllerFlow, WithoutAControllerTheRecordIsZero) {
-    TracedHost host;
-    ScriptedDriver driver;
-    host.files().write(vesktest::kPciConfigPath,
-                       std::string(vesktest::kDumpHeader) + vesktest::kDumpRows);
-    const vesktest::TalkerInstance instance(driver);
-    vesktest::expectListing(driver, {});
-    EXPECT_FALSE(CLibInitializer::checkControllerExistence());
-    UCHAR_ count = 9;
-    CController controller;
-    controller.setVendorID(1);
-    EXPECT_EQ(ZT_Adapter_GetInfo(0, &count, &controller), 0);
-    EXPECT_EQ(count, 0);
     EXPECT_EQ(bytesOf(controller), ControllerBytes{});
 }
 

@@ -1,5 +1,6 @@
 // The controller's record: what its bytes mean, and how replies become bytes of it.
 #include "adapter_page.h"
+#include "record_field.h"
 #include "traced_host.h"
 
 #include "controller/adapter_data.h"
@@ -7,82 +8,73 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstring>
 #include <new>
-#include <string>
-#include <type_traits>
 #include <vector>
 
 namespace {
 
-using vesktest::bytesOf;
-using vesktest::ControllerBytes;
-using vesktest::LogLines;
-using vesktest::putBytes;
-using vesktest::TracedHost;
+using namespace vesktest;
 
 _AdapaterData* asReply(std::vector<std::uint8_t>& page) {
     return reinterpret_cast<_AdapaterData*>(page.data());
 }
 
-struct SetterCase {
-    const char* name;
-    void (*set)(CController&);
-    std::size_t offset;
-    std::vector<std::uint8_t> bytes;
-};
-
-void PrintTo(const SetterCase& setter, std::ostream* stream) {
-    *stream << setter.name;
+TEST(ControllerRecord, EachFieldHasItsPlaceAndIsReadAsItWasSet) {
+    using C = CController;
+    expectFields<C>(
+        {
+            field("SlotNo", &C::setSlotNo, &C::getSlotNo, 0xF4030201, 52, {1, 2, 3, 0xF4}),
+            field("VendorID", &C::setVendorID, &C::getVendorID, 0xF201, 64, {1, 0xF2}),
+            field("SubVendorID", &C::setSubVendorID, &C::getSubVendorID, 0xF201, 66, {1, 0xF2}),
+            field("DeviceID", &C::setDeviceID, &C::getDeviceID, 0xF201, 68, {1, 0xF2}),
+            field("SubDeviceID", &C::setSubDeviceID, &C::getSubDeviceID, 0xF201, 70, {1, 0xF2}),
+            field("PortCount", &C::setPortCount, &C::getPortCount, 0xC1, 72, {0xC1}),
+            field("PDCount", &C::setPDCount, &C::getPDCount, 0xC2, 90, {0xC2}),
+            field("VDCount", &C::setVDCount, &C::getVDCount, 0xC3, 93, {0xC3}),
+            field("MaxBufSize", &C::setMaxBufSize, &C::getMaxBufSize, 0xF201, 106, {1, 0xF2}),
+            field("MaxSpeed", &C::setMaxSpeed, &C::getMaxSpeed, 0xC4, 272, {0xC4}),
+            field("LinkSpeed", &C::setLinkSpeed, &C::getLinkSpeed, 0xC5, 273, {0xC5}),
+            field("MaxLinkWidth", &C::setMaxLinkWidth, &C::getMaxLinkWidth, 0xC6, 274, {0xC6}),
+            field("LinkWidth", &C::setLinkWidth, &C::getLinkWidth, 0xC7, 275, {0xC7}),
+        },
+        [](const C& controller) {
+            const ControllerBytes bytes = bytesOf(controller);
+            return std::vector<std::uint8_t>(bytes.begin(), bytes.end());
+        });
 }
 
-class EachSetter : public ::testing::TestWithParam<SetterCase> {};
-
-TEST_P(EachSetter, WritesItsBytesAndNoOthers) {
-    const SetterCase& setter = GetParam();
+TEST(ControllerRecord, AddressIsThreeBytesAndAZeroAndItsImageIsLogged) {
+    TracedHost host;
     CController controller;
-    setter.set(controller);
+    host.forgetLines();
+    controller.setBDF(_BDF{0x07, 0x1E, 0x3B});
     ControllerBytes expected{};
-    for (std::size_t i = 0; i < setter.bytes.size(); ++i) {
-        expected[setter.offset + i] = setter.bytes[i];
-    }
+    putBytes(expected, 48, {0x07, 0x1E, 0x3B, 0x00});
     EXPECT_EQ(bytesOf(controller), expected);
+    EXPECT_EQ(controller.getBDF().function, 0x07);
+    EXPECT_EQ(controller.getBDF().device, 0x1E);
+    EXPECT_EQ(controller.getBDF().bus, 0x3B);
+    EXPECT_EQ(host.messages(), LogLines{"CController::setBDF: m_SystemIOBusNumber: 3874311"});
+    host.forgetLines();
+    controller.setBDF(_BDF{0xFF, 0xFE, 0xFD});
+    EXPECT_EQ(controller.getBDF().function, 0xFF);
+    EXPECT_EQ(controller.getBDF().device, 0xFE);
+    EXPECT_EQ(controller.getBDF().bus, 0xFD);
+    EXPECT_EQ(host.messages(), LogLines{"CController::setBDF: m_SystemIOBusNumber: 16645887"});
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    ControllerRecord, EachSetter,
-    ::testing::Values(
-        SetterCase{"FirmwareVersion",
-                   [](CController& c) {
-                       c.setFirmwareVersion(_PackageVersion{0x0201, 0x0403, 0x0605, 0x0807});
-                   },
-                   24,
-                   {1, 2, 3, 4, 5, 6, 7, 8}},
-        SetterCase{"BDF",
-                   [](CController& c) {
-                       c.setBDF(_BDF{7, 0x1F, 0xFE});
-                   },
-                   48,
-                   {7, 0x1F, 0xFE, 0}},
-        SetterCase{"SlotNo", [](CController& c) { c.setSlotNo(0x04030201); }, 52, {1, 2, 3, 4}},
-        SetterCase{"VendorID", [](CController& c) { c.setVendorID(0x0201); }, 64, {1, 2}},
-        SetterCase{"SubVendorID", [](CController& c) { c.setSubVendorID(0x0201); }, 66, {1, 2}},
-        SetterCase{"DeviceID", [](CController& c) { c.setDeviceID(0x0201); }, 68, {1, 2}},
-        SetterCase{"SubDeviceID", [](CController& c) { c.setSubDeviceID(0x0201); }, 70, {1, 2}},
-        SetterCase{"PortCount", [](CController& c) { c.setPortCount(255); }, 72, {255}},
-        SetterCase{"PDCount", [](CController& c) { c.setPDCount(255); }, 90, {255}},
-        SetterCase{"VDCount", [](CController& c) { c.setVDCount(255); }, 93, {255}},
-        SetterCase{"MaxBufSize", [](CController& c) { c.setMaxBufSize(0x0201); }, 106, {1, 2}},
-        SetterCase{"MaxSpeed", [](CController& c) { c.setMaxSpeed(255); }, 272, {255}},
-        SetterCase{"LinkSpeed", [](CController& c) { c.setLinkSpeed(255); }, 273, {255}},
-        SetterCase{"MaxLinkWidth", [](CController& c) { c.setMaxLinkWidth(255); }, 274, {255}},
-        SetterCase{"LinkWidth", [](CController& c) { c.setLinkWidth(255); }, 275, {255}}),
-    [](const ::testing::TestParamInfo<SetterCase>& param) {
-        return std::string(param.param.name);
-    });
-
-TEST(ControllerRecord, Is304PlainBytes) {
-    EXPECT_EQ(sizeof(CController), 304U);
-    EXPECT_FALSE(std::is_polymorphic_v<CController>);
+TEST(ControllerRecord, FirmwareVersionIsOneNumberWithTheMajorVersionLowest) {
+    CController controller;
+    controller.setFirmwareVersion(_PackageVersion{0x1111, 0x2222, 0x3333, 0x4444});
+    ControllerBytes expected{};
+    putBytes(expected, 24, {0x11, 0x11, 0x22, 0x22, 0x33, 0x33, 0x44, 0x44});
+    EXPECT_EQ(bytesOf(controller), expected);
+    const _PackageVersion version = controller.getFirmwareVersion();
+    std::uint64_t number = 0;
+    std::memcpy(&number, &version, sizeof number);
+    EXPECT_EQ(number, 0x4444333322221111U);
 }
 
 TEST(ControllerRecord, IsZeroAfterConstructionWhateverMemoryHeld) {
@@ -93,106 +85,37 @@ TEST(ControllerRecord, IsZeroAfterConstructionWhateverMemoryHeld) {
     controller->~CController();
 }
 
-TEST(ControllerRecord, GettersReadWhatSettersStored) {
-    CController controller;
-    controller.setVendorID(0xF001);
-    controller.setSubVendorID(0xF002);
-    controller.setDeviceID(0xF003);
-    controller.setSubDeviceID(0xF004);
-    controller.setLinkSpeed(0x81);
-    controller.setLinkWidth(0x82);
-    controller.setMaxSpeed(0x83);
-    controller.setMaxLinkWidth(0x84);
-    controller.setPortCount(0x85);
-    controller.setVDCount(0x86);
-    controller.setPDCount(0x87);
-    controller.setMaxBufSize(0xF005);
-    controller.setSlotNo(0xF0000006);
-    controller.setBDF(_BDF{0x91, 0x92, 0x93});
-    EXPECT_EQ(controller.getVendorID(), 0xF001);
-    EXPECT_EQ(controller.getSubVendorID(), 0xF002);
-    EXPECT_EQ(controller.getDeviceID(), 0xF003);
-    EXPECT_EQ(controller.getSubDeviceID(), 0xF004);
-    EXPECT_EQ(controller.getLinkSpeed(), 0x81);
-    EXPECT_EQ(controller.getLinkWidth(), 0x82);
-    EXPECT_EQ(controller.getMaxSpeed(), 0x83);
-    EXPECT_EQ(controller.getMaxLinkWidth(), 0x84);
-    EXPECT_EQ(controller.getPortCount(), 0x85);
-    EXPECT_EQ(controller.getVDCount(), 0x86);
-    EXPECT_EQ(controller.getPDCount(), 0x87);
-    EXPECT_EQ(controller.getMaxBufSize(), 0xF005);
-    EXPECT_EQ(controller.getSlotNo(), 0xF0000006);
-    EXPECT_EQ(controller.getBDF().function, 0x91);
-    EXPECT_EQ(controller.getBDF().device, 0x92);
-    EXPECT_EQ(controller.getBDF().bus, 0x93);
-}
-
-TEST(ControllerRecord, FirmwareVersionIsOneNumberWithTheMajorVersionLowest) {
-    CController controller;
-    controller.setFirmwareVersion(_PackageVersion{0x1111, 0x2222, 0x3333, 0x4444});
-    const _PackageVersion version = controller.getFirmwareVersion();
-    std::uint64_t number = 0;
-    std::memcpy(&number, &version, sizeof number);
-    EXPECT_EQ(number, 0x4444333322221111U);
-}
-
-TEST(ControllerRecord, SettingTheAddressLogsItsImage) {
-    TracedHost host;
-    CController controller;
-    host.forgetLines();
-    controller.setBDF(_BDF{0x07, 0x1E, 0x3B});
-    EXPECT_EQ(host.messages(), LogLines{"CController::setBDF: m_SystemIOBusNumber: 3874311"});
-    host.forgetLines();
-    controller.setBDF(_BDF{0xFF, 0xFF, 0xFF});
-    EXPECT_EQ(host.messages(), LogLines{"CController::setBDF: m_SystemIOBusNumber: 16777215"});
-}
-
 TEST(ControllerRecord, TakesIdentityFromTheReply) {
     TracedHost host;
-    std::vector<std::uint8_t> page = vesktest::adapterPage();
+    std::vector<std::uint8_t> page = adapterPage();
     CController controller;
     host.forgetLines();
     controller.setAttributes(asReply(page));
-    EXPECT_EQ(bytesOf(controller), vesktest::identityBytes());
+    EXPECT_EQ(bytesOf(controller), identityBytes());
     EXPECT_EQ(host.messages(), LogLines{"CController::setBDF: m_SystemIOBusNumber: 3874311"});
     EXPECT_TRUE(host.traced("CController::setAttributes()"));
 }
 
-TEST(ControllerRecord, FourthByteOfTheAddressIsZeroWhateverTheDeviceSent) {
-    std::vector<std::uint8_t> page = vesktest::adapterPage();
-    page[167] = 0xFF;
-    CController controller;
-    controller.setAttributes(asReply(page));
-    EXPECT_EQ(bytesOf(controller)[50], 0x3B);
-    EXPECT_EQ(bytesOf(controller)[51], 0);
-}
-
 TEST(ControllerRecord, KeepsTheLastFirmwareVersionForTheProcess) {
-    std::vector<std::uint8_t> page = vesktest::adapterPage();
+    using Numbers = std::array<USHORT_INT, 4>;
+    const auto version = [] {
+        const _PackageVersion& kept = CController::firwareVer;
+        return Numbers{kept.majorVersion, kept.minorVersion, kept.revisionNumber, kept.buildNumber};
+    };
+    EXPECT_EQ(version(), (Numbers{0, 0, 0, 0}));
+    std::vector<std::uint8_t> page = adapterPage();
     {
         CController controller;
         controller.setAttributes(asReply(page));
     }
-    EXPECT_EQ(CController::firwareVer.majorVersion, 0x0A01);
-    EXPECT_EQ(CController::firwareVer.minorVersion, 0x0B02);
-    EXPECT_EQ(CController::firwareVer.revisionNumber, 0x0C03);
-    EXPECT_EQ(CController::firwareVer.buildNumber, 0x0D04);
+    EXPECT_EQ(version(), (Numbers{0x0A01, 0x0B02, 0x0C03, 0x0D04}));
     CController other;
     other.setFirmwareVersion(_PackageVersion{9, 9, 9, 9});
-    EXPECT_EQ(CController::firwareVer.majorVersion, 0x0A01);
+    EXPECT_EQ(version(), (Numbers{0x0A01, 0x0B02, 0x0C03, 0x0D04}));
     page.assign(4096, 0);
     other.setAttributes(asReply(page));
-    EXPECT_EQ(CController::firwareVer.majorVersion, 0);
-    EXPECT_EQ(CController::firwareVer.minorVersion, 0);
-    EXPECT_EQ(CController::firwareVer.revisionNumber, 0);
-    EXPECT_EQ(CController::firwareVer.buildNumber, 0);
-}
-
-TEST(ControllerRecord, ZeroReplyGivesAZeroRecord) {
-    std::vector<std::uint8_t> page(4096, 0);
-    CController controller;
-    controller.setAttributes(asReply(page));
-    EXPECT_EQ(bytesOf(controller), ControllerBytes{});
+    EXPECT_EQ(bytesOf(other), ControllerBytes{});
+    EXPECT_EQ(version(), (Numbers{0, 0, 0, 0}));
 }
 
 TEST(ControllerRecord, TakesTheLinkFromItsFourBytes) {

@@ -1,7 +1,6 @@
 // The gathering of the controller's record by command builders that hand out no command. A program
 // of its own, as its accessors stand in front of the library's.
 #include "adapter_page.h"
-#include "connected_talker.h"
 #include "pci_dump_file.h"
 #include "traced_host.h"
 
@@ -26,20 +25,19 @@ CCommandDword* CReadPCIeCommandBuilder::getReadPCIeInfoCommand() {
 
 namespace {
 
+using namespace vesktest;
+
 TEST(MissingCommand, EndsEachReadWithALineAndNoError) {
-    vesktest::TracedHost host;
-    vesktest::ScriptedDriver driver;
-    const vesktest::ConnectedTalker connected(driver);
-    host.files().write(vesktest::kPciConfigPath,
-                       std::string(vesktest::kDumpHeader) + vesktest::kDumpRows);
-    vesktest::Record record = vesktest::adapterInfoRecord();
-    record.handle = vesktest::kConnection;
-    driver.expectCommand(record, vesktest::pageReply(vesktest::adapterPage()));
+    TracedHost host;
+    ScriptedDriver driver;
+    const ConnectedTalker connected(driver);
+    host.files().write(kPciConfigPath, std::string(kDumpHeader) + kDumpRows);
+    driver.expectCommand(adapterInfoRecord(), pageReply(adapterPage()));
     VeskNVMeLibrary_Error::setErrorCode(6);
     CControllerBuilder builder;
     host.forgetLines();
     builder.buidInfo(3);
-    EXPECT_TRUE(vesktest::inOrder(
+    EXPECT_TRUE(inOrder(
         host.lines(),
         {"CControllerBuilder::getAdapterInfo() ENTRY ",
          "CVMWareZNVDeviceTalker::executeIOCTL: IOCTL call successful", "Null Pointer Exception",
@@ -47,10 +45,10 @@ TEST(MissingCommand, EndsEachReadWithALineAndNoError) {
          "CControllerBuilder::getAdapterInfo() EXIT ", "CControllerBuilder::getPCIeInfo() ENTRY ",
          "Null Pointer Exception", "CReadPCIeCommandBuilder::~CReadPCIeCommandBuilder() ENTRY ",
          "CControllerBuilder::getPCIeInfo() EXIT ", "CControllerBuilder::buidInfo() EXIT "}));
-    EXPECT_EQ(vesktest::count(host.messages(), "Null Pointer Exception"), 2U);
+    EXPECT_EQ(count(host.messages(), "Null Pointer Exception"), 2U);
     EXPECT_EQ(VeskNVMeLibrary_Error::getErrorCode(), 6);
-    EXPECT_EQ(vesktest::bytesOf(*reinterpret_cast<const CController*>(builder.getObject())),
-              vesktest::ControllerBytes{});
+    EXPECT_EQ(bytesOf(*reinterpret_cast<const CController*>(builder.getObject())),
+              ControllerBytes{});
 }
 
 }  // namespace

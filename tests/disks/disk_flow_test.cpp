@@ -12,10 +12,7 @@
 
 namespace {
 
-using vesktest::asRequest;
-using vesktest::Bytes;
-using vesktest::request;
-using vesktest::SimHost;
+using namespace vesktest;
 
 // The record at an offset of an answer.
 template <typename Record>
@@ -25,9 +22,14 @@ Record recordAt(const Bytes& answer, std::size_t offset) {
     return record;
 }
 
-TEST(DiskFlow, HealthyHostHasTwoDisks) {
-    SimHost host("healthy");
-    ASSERT_EQ(host.start(), 1);
+class HealthyHost : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(host.start(), 1); }
+
+    SimHost host{"healthy"};
+};
+
+TEST_F(HealthyHost, HasTwoDisks) {
     Bytes answer = request(1, 0, 2 * 248);
     EXPECT_EQ(ZT_PD_GetHDInfo_Ext(0, asRequest(answer)), 0);
     EXPECT_EQ(answer[6], 2);
@@ -44,9 +46,7 @@ TEST(DiskFlow, HealthyHostHasTwoDisks) {
     EXPECT_TRUE(host.driver().refusals().empty());
 }
 
-TEST(DiskFlow, ConfigurationAndRaidStatusNameTheOtherId) {
-    SimHost host("healthy");
-    ASSERT_EQ(host.start(), 1);
+TEST_F(HealthyHost, ConfigurationAndRaidStatusNameTheOtherId) {
     Bytes answer = request(1, 0, 2 * 8);
     EXPECT_EQ(ZT_PD_GetConfig(0, asRequest(answer)), 0);
     EXPECT_EQ(Bytes(answer.begin() + 16, answer.end()),
@@ -56,9 +56,7 @@ TEST(DiskFlow, ConfigurationAndRaidStatusNameTheOtherId) {
     EXPECT_EQ(Bytes(answer.begin() + 16, answer.end()), (Bytes{0x01, 0x01, 0, 0, 1, 0, 0, 0}));
 }
 
-TEST(DiskFlow, FreeSpaceFollowsTheDiskGoingOffline) {
-    SimHost host("healthy");
-    ASSERT_EQ(host.start(), 1);
+TEST_F(HealthyHost, FreeSpaceFollowsTheDiskGoingOffline) {
     Bytes answer = request(2, 1, 16);
     EXPECT_EQ(ZT_PD_GetFreeSpaceInfo(0, asRequest(answer)), 0);
     EXPECT_EQ(recordAt<PD_FreeSpaceInfo>(answer, 16).size, 0U);
@@ -69,9 +67,7 @@ TEST(DiskFlow, FreeSpaceFollowsTheDiskGoingOffline) {
     EXPECT_EQ(recordAt<PD_FreeSpaceInfo>(answer, 16).size, 937703088U);
 }
 
-TEST(DiskFlow, DiskThatIsPulledOutIsMissingFromTheNextAnswer) {
-    SimHost host("healthy");
-    ASSERT_EQ(host.start(), 1);
+TEST_F(HealthyHost, DiskThatIsPulledOutIsMissingFromTheNextAnswer) {
     vesksim::Scenario scenario = host.driver().scenario();
     scenario.adapters.at(0).disks.erase(scenario.adapters.at(0).disks.begin());
     host.driver().update(scenario);
@@ -81,9 +77,7 @@ TEST(DiskFlow, DiskThatIsPulledOutIsMissingFromTheNextAnswer) {
     EXPECT_EQ(recordAt<PD_Info>(answer, 16).deviceId, 1);
 }
 
-TEST(DiskFlow, HealthIsReadFreshEachTime) {
-    SimHost host("healthy");
-    ASSERT_EQ(host.start(), 1);
+TEST_F(HealthyHost, HealthIsReadFreshEachTime) {
     SMART_INFO_ARRAY health;
     std::memset(&health, 0xEE, sizeof health);
     EXPECT_EQ(ZT_PD_GET_SMART_INFO(0, 0, 0, &health), 0);
@@ -101,9 +95,7 @@ TEST(DiskFlow, HealthIsReadFreshEachTime) {
     EXPECT_EQ(health.attributes[0].currentValue, 250);
 }
 
-TEST(DiskFlow, LightBlinksUntilItIsStopped) {
-    SimHost host("healthy");
-    ASSERT_EQ(host.start(), 1);
+TEST_F(HealthyHost, LightBlinksUntilItIsStopped) {
     PD_OEM_Data data{};
     data.pdId = 1;
     data.ledStatus = 1;
@@ -115,9 +107,7 @@ TEST(DiskFlow, LightBlinksUntilItIsStopped) {
     EXPECT_TRUE(host.driver().refusals().empty());
 }
 
-TEST(DiskFlow, VirtualDiskIsTheMirror) {
-    SimHost host("healthy");
-    ASSERT_EQ(host.start(), 1);
+TEST_F(HealthyHost, VirtualDiskIsTheMirror) {
     Bytes answer = request(1, 0, 2 * 312);
     EXPECT_EQ(ZT_LD_GetInfo(0, asRequest(answer)), 0);
     EXPECT_EQ(answer[6], 1);
@@ -134,9 +124,7 @@ TEST(DiskFlow, VirtualDiskIsTheMirror) {
     EXPECT_EQ(recordAt<VD_Config>(answer, 16).cacheMode, 0);
 }
 
-TEST(DiskFlow, UsedSpaceOfAMirrorIsItsSize) {
-    SimHost host("healthy");
-    ASSERT_EQ(host.start(), 1);
+TEST_F(HealthyHost, UsedSpaceOfAMirrorIsItsSize) {
     CPhysicalDiskBuilder builder;
     builder.setPDId(1);
     unsigned long long used = 0;
@@ -182,9 +170,7 @@ TEST(DiskFlow, CallsBeforeSetUpAndAfterTearDownSendNothing) {
 }
 
 // The error state is one for the process, but records must not mix.
-TEST(DiskFlow, CallsOfTwoThreadsEachGetTheirAnswer) {
-    SimHost host("healthy");
-    ASSERT_EQ(host.start(), 1);
+TEST_F(HealthyHost, CallsOfTwoThreadsEachGetTheirAnswer) {
     const auto readDisk = [](std::uint8_t id) {
         for (int i = 0; i < 50; ++i) {
             Bytes answer = request(2, id, 248);

@@ -208,8 +208,7 @@ inline PInfo_Request asRequest(Bytes& bytes) {
 }
 
 // The request with an answer in it; behind the records it keeps what it held.
-inline Bytes answered(Bytes before, std::initializer_list<std::uint8_t> countAndSize,
-                      const Bytes& records) {
+inline Bytes answered(Bytes before, const Bytes& countAndSize, const Bytes& records) {
     put(before, 6, countAndSize);
     return put(before, 16, records);
 }

@@ -1,5 +1,6 @@
 // The PCIe link of the adapter out of the host's dump file, and the local command that asks for it.
 #include "connected_talker.h"
+#include "memory_faults.h"
 #include "noise.h"
 #include "pci_dump_file.h"
 #include "traced_host.h"
@@ -7,18 +8,15 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdlib>
 #include <map>
+#include <memory>
 #include <string>
 
 namespace {
 
 using namespace std::string_literals;
-using vesktest::kDumpHeader;
-using vesktest::kDumpRows;
-using vesktest::LogLines;
-using vesktest::makeHandle;
-using vesktest::ScriptedDriver;
-using vesktest::TracedHost;
+using namespace vesktest;
 
 using Values = std::map<STDSTR, USHORT_INT>;
 using Link = std::array<std::uint8_t, 4>;
@@ -39,12 +37,19 @@ const char* const kParsed =
     "CVMWareZNVDeviceTalker::getPCIeInfo(): Parse PCI config space hex dump result: 0";
 const char* const kNotParsed =
     "CVMWareZNVDeviceTalker::getPCIeInfo(): Parse PCI config space hex dump result: 1";
+const char* const kNoMemory = "CVMWareZNVDeviceTalker::readPCIeConfigSpaceRegion(): Memory "
+                              "allocation failed: std::bad_alloc";
+const Link kUntouched = {0xE1, 0xE2, 0xE3, 0xE4};
+
+// The good dump with other characters in place of the first such ones.
+std::string rowsWith(const std::string& old, const std::string& other) {
+    std::string rows = kDumpRows;
+    return rows.replace(rows.find(old), other.size(), other);
+}
 
 class PciLink : public ::testing::Test {
 protected:
-    void write(const std::string& text) const {
-        host.files().write(vesktest::kPciConfigPath, text);
-    }
+    void write(const std::string& text) const { host.files().write(kPciConfigPath, text); }
 
     RESULT read() {
         host.forgetLines();
@@ -54,24 +59,45 @@ protected:
 
     // The command, with a buffer that was filled before.
     RESULT execute() {
-        link = {0xE1, 0xE2, 0xE3, 0xE4};
+        link = kUntouched;
         CCommandDword command;
         command.setcdw_6_7(link.data());
         host.forgetLines();
         return talker().executeCMD(&command, 0);
     }
 
+    // What is made of a file, by itself and by the command; of the log, the lines of headers, rows
+    // and parses.
+    void expectFile(const std::string& text, RESULT result, const Values& expected,
+                    const LogLines& lines) {
+        SCOPED_TRACE(text.substr(0, 300));
+        write(text);
+        EXPECT_EQ(read(), result);
+        EXPECT_EQ(values, expected);
+        LogLines own;
+        for (const std::string& line : host.messages()) {
+            if (line == kFound || line == kBadColumn || line == kParsed || line == kNotParsed) {
+                own.push_back(line);
+            }
+        }
+        EXPECT_EQ(own, lines);
+        EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::getPCIeInfo()"));
+        EXPECT_EQ(execute(), result);
+        EXPECT_EQ(link, result == 0 ? (Link{3, 5, 4, 8}) : kUntouched);
+    }
+
     CVMWareZNVDeviceTalker& talker() const { return connected.talker(); }
 
     TracedHost host;
     ScriptedDriver driver;  // without a script: no call may come but the last close
-    vesktest::ConnectedTalker connected{driver};
+    ConnectedTalker connected{driver};
+    const std::string good = std::string(kDumpHeader) + kDumpRows;
     Values values;
     Link link{};
 };
 
 TEST_F(PciLink, IsReadFromTheDump) {
-    write(std::string(kDumpHeader) + kDumpRows);
+    write(good);
     EXPECT_EQ(read(), 0);
     EXPECT_EQ(values, kValues);
     EXPECT_EQ(host.messages(),
@@ -87,7 +113,7 @@ TEST_F(PciLink, IsReadFromTheDump) {
 }
 
 TEST_F(PciLink, CommandPutsTheFourBytesInTheirOrder) {
-    write(std::string(kDumpHeader) + kDumpRows);
+    write(good);
     EXPECT_EQ(execute(), 0);
     EXPECT_EQ(link, (Link{3, 5, 4, 8}));
     EXPECT_EQ(host.messages().back(), "CVMWareZNVDeviceTalker::executeCMD: Return code: 0");
@@ -96,86 +122,77 @@ TEST_F(PciLink, CommandPutsTheFourBytesInTheirOrder) {
     EXPECT_EQ(driver.callCount(), 0U);
 }
 
-TEST_F(PciLink, FailedCommandLeavesTheBufferAlone) {
+TEST_F(PciLink, MissingFileFailsTheCommandWithoutAWordAndLeavesItsBufferAlone) {
     EXPECT_EQ(execute(), 1);
-    EXPECT_EQ(link, (Link{0xE1, 0xE2, 0xE3, 0xE4}));
+    EXPECT_EQ(link, kUntouched);
     EXPECT_EQ(host.messages(), LogLines{"CVMWareZNVDeviceTalker::executeCMD: Return code: 1"});
     EXPECT_EQ(driver.callCount(), 0U);
 }
 
-TEST_F(PciLink, CommandWithoutABufferIsNoHarm) {
-    write(std::string(kDumpHeader) + kDumpRows);
+TEST_F(PciLink, CommandWithoutABufferSucceedsAndGoesNowhere) {
+    write(good);
     CCommandDword command;
-    talker().executeCMD(&command, 0);
+    EXPECT_EQ(talker().executeCMD(&command, 0), 0);
     EXPECT_EQ(driver.callCount(), 0U);
 }
 
 TEST_F(PciLink, WithoutAHandleTheCommandFailsAndReadsNothing) {
-    write(std::string(kDumpHeader) + kDumpRows);
+    write(good);
     const std::unique_ptr<nvme_handle, decltype(&std::free)> kept(
         static_cast<nvme_handle*>(talker().getHandle()), &std::free);
     talker().setHandle(nullptr);
     EXPECT_EQ(execute(), 1);
-    EXPECT_EQ(link, (Link{0xE1, 0xE2, 0xE3, 0xE4}));
-    EXPECT_FALSE(vesktest::contains(host.messages(), kFound));
+    EXPECT_EQ(link, kUntouched);
+    EXPECT_FALSE(contains(host.messages(), kFound));
     EXPECT_EQ(driver.callCount(), 0U);
 }
 
-TEST_F(PciLink, MissingFileIsAFailureWithoutAWord) {
-    EXPECT_EQ(read(), 1);
-    EXPECT_EQ(values, Values{});
-    EXPECT_EQ(host.messages(), LogLines{});
-    EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::getPCIeInfo()"));
+TEST_F(PciLink, FileWithoutADumpOfTheAdapterFails) {
+    expectFile("", 1, {}, {});
+    expectFile("0000:3b:00.0 [vmhba1]\n"s + kDumpRows, 1, {}, {});
+    expectFile(kDumpHeader, 1, {}, {kFound});
+    expectFile("vmhba2" + std::string(2000000, 'f'), 1, {}, {kFound});
 }
 
-TEST_F(PciLink, NoHeaderOfTheAdapterIsAFailureWithoutAWord) {
-    write("0000:3b:00.0 [vmhba1]\n"s + kDumpRows);
-    EXPECT_EQ(read(), 1);
-    write("");
-    EXPECT_EQ(read(), 1);
-    EXPECT_EQ(values, Values{});
-    EXPECT_EQ(host.messages(), LogLines{});
+TEST_F(PciLink, DumpIsFoundBehindALineThatHoldsTheName) {
+    expectFile("ff ff ff ff\n\nzz\n0000:01:00.0 [vmhba1]\n" + (kDumpRows + good), 0, kValues,
+               {kFound, kParsed});
+    expectFile("x vmhba21 y\n"s + kDumpRows, 0, kValues, {kFound, kParsed});
 }
 
-TEST_F(PciLink, HeaderWithoutADumpIsAFailure) {
-    write(kDumpHeader);
-    EXPECT_EQ(read(), 1);
-    EXPECT_EQ(values, Values{});
-    EXPECT_EQ(host.messages(), LogLines{kFound});
-}
-
-TEST_F(PciLink, LinesBeforeTheHeaderAreSkipped) {
-    write("ff ff ff ff\n\nzz\n0000:01:00.0 [vmhba1]\n"s + kDumpRows + kDumpHeader + kDumpRows);
-    EXPECT_EQ(read(), 0);
-    EXPECT_EQ(values, kValues);
-    EXPECT_EQ(vesktest::count(host.messages(), kFound), 1U);
-}
-
-TEST_F(PciLink, HeaderOfALongerNameMatches) {
-    write("x vmhba21 y\n"s + kDumpRows);
-    EXPECT_EQ(read(), 0);
-    EXPECT_EQ(values, kValues);
-}
-
-TEST_F(PciLink, LinesBehindTheSixteenthAreNoDump) {
-    write(std::string(kDumpHeader) + kDumpRows + "zz zz\nyy\n");
-    EXPECT_EQ(read(), 0);
-    EXPECT_EQ(values, kValues);
-    EXPECT_FALSE(vesktest::contains(host.messages(), kBadColumn));
+TEST_F(PciLink, DumpEndsBehindTheSixteenthRow) {
+    expectFile(good + "zz zz\nyy\n", 0, kValues, {kFound, kParsed});
+    expectFile(good + std::string(2000000, 'f'), 0, kValues, {kFound, kParsed});
 }
 
 TEST_F(PciLink, CarriageReturnsAndAMissingLastLineEndAreNoMatter) {
-    std::string text = std::string(kDumpHeader) + kDumpRows;
+    std::string text = good;
     for (std::size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2) {
         text.insert(at, "\r");
     }
-    write(text);
-    EXPECT_EQ(read(), 0);
-    EXPECT_EQ(values, kValues);
-    text.resize(text.size() - 2);
-    write(text);
-    EXPECT_EQ(read(), 0);
-    EXPECT_EQ(values, kValues);
+    expectFile(text, 0, kValues, {kFound, kParsed});
+    expectFile(text.substr(0, text.size() - 2), 0, kValues, {kFound, kParsed});
+}
+
+TEST_F(PciLink, CutDumpGoesToTheParserWithWhatItHas) {
+    // Nine rows hold all that is read, three do not reach the list's pointer.
+    expectFile(kDumpHeader + std::string(kDumpRows, std::size_t{9} * 48), 0, kValues,
+               {kFound, kParsed});
+    expectFile(kDumpHeader + std::string(kDumpRows, std::size_t{3} * 48), 1, kZeros,
+               {kFound, kNotParsed});
+    expectFile(kDumpHeader + std::string(500000, '\n'), 1, kZeros, {kFound, kNotParsed});
+    // One that is longer than 256 bytes.
+    expectFile(kDumpHeader + std::string(65534, '0') + "\n" + kDumpRows, 1, kZeros,
+               {kFound, kNotParsed});
+}
+
+TEST_F(PciLink, BadRowMeansNoParseUntilAFurtherHeader) {
+    expectFile(kDumpHeader + rowsWith("43", "zz"), 1, {}, {kFound, kBadColumn});
+    expectFile(kDumpHeader + "zz\n"s + good, 0, kValues, {kFound, kBadColumn, kFound, kParsed});
+    // Of sixteen rows none is left to read.
+    std::string badLastRow = kDumpRows;
+    badLastRow.replace(badLastRow.size() - 3, 2, "zz");
+    expectFile(kDumpHeader + badLastRow + good, 1, {}, {kFound, kBadColumn, kFound});
 }
 
 TEST_F(PciLink, SecondHeaderParsesTheFirstDumpAgain) {
@@ -185,27 +202,14 @@ TEST_F(PciLink, SecondHeaderParsesTheFirstDumpAgain) {
     write(std::string(kDumpHeader) + kDumpRows + kDumpHeader + other);
     EXPECT_EQ(read(), 0);
     EXPECT_EQ(values, kValues);
-    EXPECT_EQ(vesktest::count(host.messages(), kFound), 2U);
-    EXPECT_EQ(vesktest::count(host.messages(), kParsed), 2U);
-    EXPECT_EQ(vesktest::count(host.messages(),
-                              "CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Speed: 5"),
+    EXPECT_EQ(count(host.messages(), kFound), 2U);
+    EXPECT_EQ(count(host.messages(), kParsed), 2U);
+    EXPECT_EQ(count(host.messages(), "CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Speed: 5"),
               2U);
 }
 
-TEST_F(PciLink, CutDumpGoesToTheParserWithWhatItHas) {
-    // Nine rows hold all that is read, three do not reach the list's pointer.
-    write(std::string(kDumpHeader) + std::string(kDumpRows, std::size_t{9} * 48));
-    EXPECT_EQ(read(), 0);
-    EXPECT_EQ(values, kValues);
-    write(std::string(kDumpHeader) + std::string(kDumpRows, std::size_t{3} * 48));
-    EXPECT_EQ(read(), 1);
-    EXPECT_EQ(values, kZeros);
-}
-
 TEST_F(PciLink, FailedParseStillLogsTheFourValues) {
-    std::string rows = kDumpRows;
-    rows.replace(rows.find("10 00 02 00"), 2, "11");
-    write(kDumpHeader + rows);
+    write(kDumpHeader + rowsWith("10 00 02 00", "11"));
     EXPECT_EQ(read(), 1);
     EXPECT_EQ(values, kZeros);
     const LogLines messages = host.messages();
@@ -217,60 +221,20 @@ TEST_F(PciLink, FailedParseStillLogsTheFourValues) {
                   "CVMWareZNVDeviceTalker::getPCIeInfo(): Negotiated Link Width: 0",
                   "CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Width: 0"}));
     EXPECT_EQ(execute(), 1);
-    EXPECT_EQ(link, (Link{0xE1, 0xE2, 0xE3, 0xE4}));
+    EXPECT_EQ(link, kUntouched);
 }
 
-TEST_F(PciLink, BadRowMeansNoParse) {
-    std::string rows = kDumpRows;
-    rows.replace(rows.find("43"), 2, "zz");
-    write(kDumpHeader + rows);
-    EXPECT_EQ(read(), 1);
-    EXPECT_EQ(values, Values{});
-    EXPECT_EQ(host.messages(), (LogLines{kFound, kBadColumn}));
-    EXPECT_EQ(execute(), 1);
-    EXPECT_EQ(link, (Link{0xE1, 0xE2, 0xE3, 0xE4}));
-}
-
-TEST_F(PciLink, FurtherHeaderRestartsTheReadingBehindABadRow) {
-    write(kDumpHeader + "zz\n"s + kDumpHeader + kDumpRows);
-    EXPECT_EQ(read(), 0);
-    EXPECT_EQ(values, kValues);
-    EXPECT_EQ(vesktest::count(host.messages(), kFound), 2U);
-    EXPECT_TRUE(vesktest::inOrder(host.messages(), {kFound, kBadColumn, kFound, kParsed}));
-}
-
-TEST_F(PciLink, FurtherHeaderBehindABadLastRowDoesNotParse) {
-    std::string rows = kDumpRows;
-    rows.replace(rows.size() - 3, 2, "zz");
-    write(kDumpHeader + rows + kDumpHeader + kDumpRows);
-    EXPECT_EQ(read(), 1);
-    EXPECT_EQ(values, Values{});
-    EXPECT_EQ(host.messages(), (LogLines{kFound, kBadColumn, kFound}));
-}
-
-TEST_F(PciLink, HugeLinesEnd) {
-    write(std::string(kDumpHeader) + kDumpRows + std::string(2000000, 'f'));
-    EXPECT_EQ(read(), 0);
-    EXPECT_EQ(values, kValues);
-    write(kDumpHeader + std::string(65534, '0') + "\n" + kDumpRows);
-    EXPECT_EQ(read(), 1);
-    write("vmhba2" + std::string(2000000, 'f'));
-    EXPECT_EQ(read(), 1);
-    write(std::string(kDumpHeader) + std::string(500000, '\n'));
-    EXPECT_EQ(read(), 1);
-}
-
-TEST_F(PciLink, ArbitraryBytesDoNoHarm) {
+TEST_F(PciLink, ArbitraryBytesFailTheCommand) {
     for (std::uint32_t seed = 0; seed < 20; ++seed) {
-        const std::vector<std::uint8_t> bytes = vesktest::noise(2000, seed);
+        const std::vector<std::uint8_t> bytes = noise(2000, seed);
         write(kDumpHeader + std::string(bytes.begin(), bytes.end()) + "\0\n\0\0"s);
         EXPECT_EQ(read(), 1);
         EXPECT_EQ(execute(), 1);
-        EXPECT_EQ(link, (Link{0xE1, 0xE2, 0xE3, 0xE4}));
+        EXPECT_EQ(link, kUntouched);
     }
 }
 
-TEST_F(PciLink, HexadecimalDumpsThatLeadNowhereDoNoHarm) {
+TEST_F(PciLink, HexadecimalDumpsThatLeadNowhereFailTheCommand) {
     const std::array<const char*, 4> bytes = {"ff ", "fe ", "35 ", "33 "};
     for (const char* byte : bytes) {
         std::string text = kDumpHeader;
@@ -282,8 +246,49 @@ TEST_F(PciLink, HexadecimalDumpsThatLeadNowhereDoNoHarm) {
         }
         write(text);
         EXPECT_EQ(execute(), 1);
-        EXPECT_EQ(link, (Link{0xE1, 0xE2, 0xE3, 0xE4}));
+        EXPECT_EQ(link, kUntouched);
     }
+}
+
+TEST_F(PciLink, AllocationFailureWhileReadingFailsTheCommand) {
+    if (!kCanFailNew) {
+        GTEST_SKIP() << kWhyNewCannotFail;
+    }
+    write(good);
+    {
+        // The buffer of the file's stream.
+        const FailNew fault(AllocationSize{8000, 9000});
+        EXPECT_EQ(execute(), 1);
+        EXPECT_TRUE(fault.triggered());
+    }
+    EXPECT_EQ(link, kUntouched);
+    EXPECT_EQ(host.messages(),
+              (LogLines{kNoMemory, "CVMWareZNVDeviceTalker::executeCMD: Return code: 1"}));
+    EXPECT_TRUE(host.traced("CVMWareZNVDeviceTalker::readPCIeConfigSpaceRegion()"));
+}
+
+TEST_F(PciLink, EachAllocationThatFailsFailsTheCommandOrLosesALineOfTheLog) {
+    if (!kCanFailNew) {
+        GTEST_SKIP() << kWhyNewCannotFail;
+    }
+    write(good);
+    CCommandDword command;
+    command.setcdw_6_7(link.data());
+    bool triggered = true;
+    unsigned failures = 0;
+    for (unsigned nth = 1; triggered; ++nth) {
+        SCOPED_TRACE(nth);
+        link = kUntouched;
+        RESULT result = 0;
+        {
+            const FailNew fault(AllocationSize::any(), nth);
+            result = talker().executeCMD(&command, 0);
+            triggered = fault.triggered();
+        }
+        ASSERT_EQ(link, result == 0 ? (Link{3, 5, 4, 8}) : kUntouched);
+        failures += result;
+    }
+    EXPECT_GT(failures, 20U) << "one for each row of the dump, at least";
 }
 
 }  // namespace
