@@ -1,12 +1,15 @@
-// Signals that end the program between two pieces of work.
+// The standard streams, and signals that end the program between two pieces of work.
 #include "veskctl/process.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace veskctl {
@@ -14,6 +17,42 @@ namespace veskctl {
 namespace {
 
 using std::chrono::milliseconds;
+
+// In processes of their own, since gtest needs its output.
+
+bool closedStreamsFail() {
+    close(STDIN_FILENO);
+    close(STDOUT_FILENO);
+    prepareStandardStreams();
+    char byte = 0;
+    return fcntl(STDIN_FILENO, F_GETFD) != -1 && read(STDIN_FILENO, &byte, 1) == -1 &&
+           fcntl(STDOUT_FILENO, F_GETFD) != -1 && write(STDOUT_FILENO, &byte, 1) == -1 &&
+           !standardOutputIsOpen();
+}
+
+TEST(StandardStreamsDeathTest, ClosedOnesAreTakenByDescriptorsThatFail) {
+    EXPECT_EXIT(_exit(closedStreamsFail() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+bool writesToNobody() {
+    std::array<int, 2> ends = {};
+    const bool made = pipe(ends.data()) == 0 && dup2(ends[1], STDOUT_FILENO) != -1;
+    close(ends[0]);
+    prepareStandardStreams();
+    return made && standardOutputIsOpen() && writeAndFlush(stdout, "text") == EPIPE;
+}
+
+TEST(StandardStreamsDeathTest, AReaderThatHasGoneEndsNoProcess) {
+    EXPECT_EXIT(_exit(writesToNobody() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+TEST(StandardStreams, WritingSaysWhyItFailed) {
+    std::FILE* full = std::fopen("/dev/full", "w");
+    ASSERT_NE(full, nullptr);
+    EXPECT_EQ(writeAndFlush(full, "text"), ENOSPC);
+    EXPECT_EQ(writeAndFlush(full, ""), 0);
+    std::fclose(full);
+}
 
 constexpr milliseconds kVeryLong(3600'000);
 
