@@ -1,7 +1,5 @@
 #include "samples.h"
 
-#include <nlohmann/json.hpp>
-
 ControllerBytes sampleController() {
     return ControllerBytes()
         .put(24, {0x02, 0x00, 0x03, 0x00, 0x2C, 0x01, 0x88, 0x13})

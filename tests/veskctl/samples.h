@@ -6,6 +6,8 @@
 
 #include "VeskNvme.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
