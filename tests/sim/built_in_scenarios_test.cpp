@@ -10,7 +10,6 @@
 #include <fstream>
 #include <iterator>
 #include <set>
-#include <sys/resource.h>
 
 using namespace std::string_literals;
 using simtest::Bytes;
@@ -50,18 +49,6 @@ TEST_F(BuiltInScenarios, AreTheFilesOfTheFolderToTheLastByte) {
     std::sort(names.begin(), names.end());
     EXPECT_EQ(vesksim::builtInScenarios(), names);
     EXPECT_EQ(library.find("/sim/scenarios"), std::string::npos) << "no place of the sources";
-}
-
-TEST_F(BuiltInScenarios, LoadWithoutAnyFile) {
-    rlimit before = {};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    const rlimit none = {0, before.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    EXPECT_THROW(vesksim::loadScenario(VESK_SCENARIOS "/healthy.json"), vesksim::ScenarioError);
-    for (const std::string& name : vesksim::builtInScenarios()) {
-        EXPECT_NO_THROW(vesksim::loadScenario(name)) << name;
-    }
-    setrlimit(RLIMIT_NOFILE, &before);
 }
 
 TEST_F(BuiltInScenarios, LoadAndAnswer) {
