@@ -31,6 +31,8 @@ GOOD = [
      CONTROLLER, 'controller.txt'),
     ('an address without a domain', 'pciutils_xxx.txt', ['--adapter', 'vmhba2=3B:00.0'],
      CONTROLLER, 'controller.txt'),
+    ('an address with a short domain', 'pciutils_xxx.txt', ['--adapter', 'vmhba2=0:3b:00.0'],
+     CONTROLLER, 'controller.txt'),
     ('two adapters, the later one first', 'pciutils_xxx.txt',
      ['--adapter', 'vmhba2=3b:00.0', '--adapter', 'vmhba0=00:17.0'],
      CONTROLLER_AND_SATA, 'controller_and_sata.txt'),
@@ -174,6 +176,18 @@ class Listings(HostShell):
                 self.assertEqual(done.returncode, code)
                 self.assertEqual(done.stdout, '')
                 self.expect_untouched()
+
+    def test_shorter_names_stand_first(self):
+        # The library takes the first line that contains a name: vmhba1 is in vmhba10.
+        names = ['vmhba10', 'vmhba1', 'vmhba100', 'vmhba2', 'vmhba11', 'vmhba32', 'vmhba9']
+        more = [item for name in names for item in ('--adapter', name + '=3b:00.0')]
+        done = self.run_script(*self.arguments('pciutils_xxx.txt', more))
+        self.assertEqual(done.returncode, 0, done.stderr)
+        expected = ['0000:3b:00.0 vmhba1', '0000:3b:00.0 vmhba2', '0000:3b:00.0 vmhba9',
+                    '0000:3b:00.0 vmhba10', '0000:3b:00.0 vmhba11', '0000:3b:00.0 vmhba32',
+                    '0000:3b:00.0 vmhba100']
+        self.assertEqual(self.read(ADDRESS_FILE).splitlines(), expected)
+        self.assertEqual(self.read(CONFIG_FILE).splitlines()[::17], expected)
 
     def test_standard_input_is_a_listing_too(self):
         done = self.run_script('--from', '-', '--adapter', 'vmhba2=3b:00.0',
