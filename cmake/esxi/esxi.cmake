@@ -90,7 +90,6 @@ ${vesk_link_begin} <OBJECTS> <LINK_LIBRARIES> ${vesk_link_end}")
 endforeach()
 set(CMAKE_DL_LIBS "")
 set(CMAKE_SKIP_RPATH ON)
-set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 # In the place of the platform's library, for the link only. In C: a library in C++, as the simulated
 # host is, would hide that something of the C++ runtime is missing.
