@@ -38,12 +38,13 @@ for file in "${files[@]}"; do
     [ -z "$others" ] || fail "$file needs a library that hosts may not have: $others
     Link it in (cmake/esxi/esxi.cmake), or do without it."
 
-    # Name and version (in brackets) of each; weak ones are marked, as they may be missing.
-    undefined=$(objdump -T "$path" | awk '/\*UND\*/ {
-        weak = $2 == "w" ? " weak" : ""
-        version = $(NF - 1) ~ /^\(/ ? " " $(NF - 1) : ""
-        if ($NF !~ /^vmk_/) print $NF version weak }' | sort)
-    highest=$(grep -oE '\(GLIBC_[0-9.]+' <<<"$undefined" | sed 's/.*_//' | sort -uV | tail -1)
+    # Name and version of each; weak ones are marked, as they may be missing. What a program takes a
+    # copy of (stdout) counts as defined and has a version.
+    undefined=$(objdump -T "$path" | awk '{ version = $(NF - 1); gsub(/[()]/, "", version) }
+        version !~ /^[A-Z]+_[0-9.]+$/ { version = "" }
+        (/\*UND\*/ || version != "") && $NF !~ /^vmk_/ {
+            print $NF (version ? " " version : "") ($2 == "w" ? " weak" : "") }' | sort)
+    highest=$(grep -oE 'GLIBC_[0-9.]+' <<<"$undefined" | sed 's/.*_//' | sort -uV | tail -1)
     [ "$(printf '%s\n' "$highest" "$newest" | sort -V | tail -1)" = "$newest" ] ||
         fail "$file needs GLIBC_$highest, hosts have $newest:
 $(grep -F "GLIBC_$highest" <<<"$undefined")
@@ -66,7 +67,7 @@ $(grep -F "GLIBC_$highest" <<<"$undefined")
         fail "$file has an executable stack, or does not say; link with -z noexecstack"
     grep -q '^__stack_chk_fail ' <<<"$undefined" ||
         fail "$file has no stack protector; compile with -fstack-protector-strong"
-    grep -q '_chk (' <<<"$(grep -v '^__stack_chk_fail ' <<<"$undefined")" ||
+    grep -q '_chk ' <<<"$(grep -v '^__stack_chk_fail ' <<<"$undefined")" ||
         fail "$file has no checked calls; compile with -D_FORTIFY_SOURCE=2"
     [ -z "$(nm "$path" 2>/dev/null)" ] || fail "$file is not stripped; link with -s"
 done
