@@ -40,9 +40,11 @@ for file in "${files[@]}"; do
 
     # Name and version of each; weak ones are marked, as they may be missing. What a program takes a
     # copy of (stdout) counts as defined and has a version.
-    undefined=$(objdump -T "$path" | awk '{ version = $(NF - 1); gsub(/[()]/, "", version) }
-        version !~ /^[A-Z]+_[0-9.]+$/ { version = "" }
-        (/\*UND\*/ || version != "") && $NF !~ /^vmk_/ {
+    undefined=$(objdump -T "$path" | awk 'NF > 4 {
+        version = $(NF - 1)
+        gsub(/[()]/, "", version)
+        if (version !~ /^[A-Z]+_[0-9.]+$/) version = ""
+        if ((/\*UND\*/ || version) && $NF !~ /^vmk_/)
             print $NF (version ? " " version : "") ($2 == "w" ? " weak" : "") }' | sort)
     highest=$(grep -oE 'GLIBC_[0-9.]+' <<<"$undefined" | sed 's/.*_//' | sort -uV | tail -1)
     [ "$(printf '%s\n' "$highest" "$newest" | sort -V | tail -1)" = "$newest" ] ||
