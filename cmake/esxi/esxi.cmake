@@ -10,6 +10,10 @@ if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU" OR NOT CMAKE_SYSTEM_PROCESSOR STREQU
   message(FATAL_ERROR "VESK_ESXI needs gcc on x86-64; this is ${CMAKE_CXX_COMPILER_ID} on "
                       "${CMAKE_SYSTEM_PROCESSOR}. On Debian: apt-get install g++")
 endif()
+if(VESK_BUILD_TESTS)
+  message(FATAL_ERROR "The tests are built natively and run against the library for the host by "
+                      "scripts/check-esxi; give -DVESK_BUILD_TESTS=OFF")
+endif()
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 
 set(vesk_esxi_folder ${CMAKE_CURRENT_LIST_DIR})
