@@ -1,15 +1,12 @@
 /* What the C++ runtime of this compiler asks of the C library and glibc 2.17 has not. Hidden: each
- * library and program brings its own, and nothing of it is left where nobody uses it. */
+ * library and program brings its own, and nothing of it is left where nobody uses it. A function
+ * that is missing here is an undefined reference when a file is linked. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
-#include <errno.h>
-#include <fcntl.h>
 #include <link.h>
 #include <stddef.h>
 #include <stdint.h>
-#include <stdlib.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #pragma GCC visibility push(hidden)
 
@@ -22,7 +19,6 @@ enum { kStatVersion = 1 };
 int __xstat(int version, const char* path, struct stat* result);
 int __lxstat(int version, const char* path, struct stat* result);
 int __fxstat64(int version, int descriptor, struct stat64* result);
-int __cxa_atexit(void (*function)(void*), void* argument, void* library);
 #pragma GCC visibility pop
 
 int stat(const char* path, struct stat* result) {
@@ -35,43 +31,6 @@ int lstat(const char* path, struct stat* result) {
 
 int fstat64(int descriptor, struct stat64* result) {
     return __fxstat64(kStatVersion, descriptor, result);
-}
-
-/* Each library has its own, so that its functions run when it is unloaded. */
-extern void* __dso_handle;
-
-int atexit(void (*function)(void)) {
-    union {
-        void (*plain)(void);
-        void (*withArgument)(void*);
-    } call;
-    call.plain = function;
-    return __cxa_atexit(call.withArgument, NULL, __dso_handle);
-}
-
-int getentropy(void* buffer, size_t length) {
-    size_t done = 0;
-    const int file = open("/dev/urandom", O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-        return -1;
-    }
-    while (done < length) {
-        const ssize_t count = read(file, (char*)buffer + done, length - done);
-        if (count <= 0 && errno != EINTR) {
-            break;
-        }
-        done += count > 0 ? (size_t)count : 0;
-    }
-    close(file);
-    return done == length ? 0 : -1;
-}
-
-uint32_t arc4random(void) {
-    uint32_t number;
-    if (getentropy(&number, sizeof(number)) != 0) {
-        abort(); /* it has no way to fail */
-    }
-    return number;
 }
 
 /* Where the unwind table of the code at an address is: what dl_iterate_phdr tells, and the unwinder
