@@ -18,7 +18,10 @@
  *     state is one for the whole process: of two calls that overlap, each may return the other's
  *     code. Set-up and tear-down must not overlap anything else.
  *  7. Functions catch no exception that escapes from below: those that can be expected are named at
- *     the function. Any call throws std::system_error if a mutex cannot be locked.
+ *     the function. Any call throws std::system_error if a mutex cannot be locked. In the build for
+ *     ESXi hosts that unwinds by itself (the default), an exception that leaves the library ends a
+ *     process in C++ whose unwinder is another one; a host that catches needs the build for the
+ *     host's libgcc_s.so.1.
  *
  * Order of calls: set-up (ZT_API_Initialize or ZNV_Library_Initialize), then use, then tear-down
  * (ZT_API_Finalize twice or ZNV_Library_Finalize once). Finish the tear-down before unloading: the

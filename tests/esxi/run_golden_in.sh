@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Runs the golden tests inside another system, with the programs and libraries in its folder /vesk.
+#   run_golden_in.sh ROOT RELEASE_BUILD_FOLDER
+# Needs root. The tests are those of the release build, with a script in the place of the program.
+set -euo pipefail
+root=$1
+release=$(cd "$2" && pwd)
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+mkdir -p "$work/tests/golden"
+cat >"$work/veskctl-sim" <<EOF
+#!/bin/sh
+exec chroot '$root' /usr/bin/env LD_LIBRARY_PATH=/vesk /vesk/veskctl-sim "\$@"
+EOF
+chmod +x "$work/veskctl-sim"
+sed "s|$release/bin/veskctl-sim|$work/veskctl-sim|g" "$release/tests/golden/CTestTestfile.cmake" \
+    >"$work/tests/golden/CTestTestfile.cmake"
+
+echo "The C library there: $(chroot "$root" ldd --version | head -n 1)"
+
+# That there are things which do not run there: what was built for this machine.
+cp "$release/lib/libVeskNvme.so" "$root/vesk/for-this-machine.so"
+refusal=$(chroot "$root" /usr/bin/env LD_LIBRARY_PATH=/vesk \
+    /vesk/veskctl --library /vesk/for-this-machine.so controller 2>&1 || true)
+rm "$root/vesk/for-this-machine.so"
+if ! grep -q 'GLIBC' <<<"$refusal"; then
+    echo "run_golden_in: the release build was expected to be refused there, but: $refusal" >&2
+    exit 1
+fi
+
+# In a mount namespace of its own: both see the same /tmp, where the tests keep their files.
+# shellcheck disable=SC2016
+if ! TMPDIR=/tmp unshare --mount sh -ec '
+    mount --bind /tmp "$1/tmp"
+    mount --bind /dev "$1/dev"
+    mount -t proc proc "$1/proc"
+    ctest --test-dir "$2/tests/golden" --output-on-failure --no-tests=error
+    ' sh "$root" "$work" >"$work/log" 2>&1; then
+    cat "$work/log" >&2
+    echo "run_golden_in: what ran there did not do what it does here; see above" >&2
+    exit 1
+fi
+grep 'tests passed' "$work/log"
