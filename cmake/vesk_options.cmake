@@ -34,3 +34,9 @@ function(vesk_target_options target)
     endif()
   endif()
 endfunction()
+
+# vesk_test_options(<target>): the same for what is not shipped. Tests are run once and built often.
+function(vesk_test_options target)
+  vesk_target_options(${target})
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-Og>)
+endfunction()
