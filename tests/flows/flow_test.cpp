@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iomanip>
 #include <memory>
+#include <ostream>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -262,6 +263,10 @@ struct LinkCase {
     const char* speedText;
     const char* maxSpeedText;
 };
+
+void PrintTo(const LinkCase& link, std::ostream* stream) {
+    *stream << link.name;
+}
 
 class LspciAgrees : public ::testing::TestWithParam<LinkCase> {};
 
