@@ -50,11 +50,14 @@ public:
 
 private:
     void flushLongBuffer(std::thread::id thread, std::ostringstream& buffer);
+    void closeAndRotate();
+    void reopen();
 
     bool m_active;
     std::map<std::thread::id, std::ostringstream> m_threadBuffers;
     std::string m_logPath;
     std::ofstream m_logStream;
+    bool m_reopening;  // closed by a rotation, and not yet open again
 };
 
 extern CLogger lout;
