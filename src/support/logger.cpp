@@ -49,7 +49,7 @@ CLogger::~CLogger() = default;
 VOID_ CLogger::startDebug() {
     const std::lock_guard<std::mutex> lock(logMutex);
     m_logPath = getLogFilePath();
-    m_active = true;
+    m_active.store(true, std::memory_order_relaxed);
     m_reopening = false;
     // ODDITY: a start on an open file fails the stream, and a failed stream is rotated and opened
     // anew by the next line: a start that is tried again begins a new file. Pinned by
@@ -75,7 +75,7 @@ STDSTR CLogger::getLogFilePath() {
 }
 
 CLogger& CLogger::operator<<(char character) {
-    if (!m_active) {
+    if (!isActive()) {
         return *this;
     }
     const std::thread::id thread = std::this_thread::get_id();
