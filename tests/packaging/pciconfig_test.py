@@ -263,6 +263,21 @@ class Host(HostShell):
         self.assertIn('are cut: 4 of 16 rows\n', done.stderr)
         self.expect_untouched()
 
+    def test_missing_program_of_the_shell_is_told(self):
+        self.lspci(f"'') cat {LISTINGS}/host_plain.txt ;;\n-e) cat {LISTINGS}/host_e.txt ;;")
+        self.fill_target()
+        for program in ('awk', 'mkdir', 'mv', 'rm', 'sed'):
+            with self.subTest(program):
+                (self.programs / program).rename(self.root / program)
+                done = self.run_script()
+                (self.root / program).rename(self.programs / program)
+                self.assertEqual(done.returncode, 3)
+                self.assertEqual(done.stderr,
+                                 f'vesk-pciconfig: there is no {program} here\n'
+                                 'vesk-pciconfig: save what lspci lists, make the files on another '
+                                 'machine with --from, and copy them here\n')
+                self.expect_untouched()
+
     def test_missing_lspci_is_told(self):
         self.fill_target()
         done = self.run_script()
