@@ -84,8 +84,8 @@ static_assert(sizeof(ExchangeBody) == 56);
 enum PieceKind : std::uint16_t {
     kSignature = 1,      // of kInit, 80 bytes
     kCallbackTable = 2,  // of kInit, 64 bytes for each row
-    kParameterIn = 3,
-    kParameterOut = 4,
+    kArgumentIn = 3,
+    kArgumentOut = 4,
     kDataIn = 5,  // what a pass-through sends and fetches
     kDataOut = 6,
     kMetaIn = 7,

@@ -148,7 +148,6 @@ bool Recorder::start() {
     if (!m_file.open(path, m_masking ? kMasked : 0, m_masking ? m_mask.keyCheck() : 0)) {
         std::snprintf(m_reason, sizeof(m_reason), "nothing is recorded in %s: %s", path,
                       m_file.problem());
-        say(m_reason);
         return false;
     }
     m_pid = static_cast<std::uint32_t>(getpid());
@@ -494,7 +493,7 @@ void Recorder::afterInvoke(Invocation& invocation, int result) noexcept {
             const bool isCommand = invocation.isPassThrough && i == 1;
             const ParameterCopy& in = invocation.in[i];
             if (in.taken()) {
-                pieces.add(kParameterIn, i, isCommand ? &sent : static_cast<const void*>(in.data()),
+                pieces.add(kArgumentIn, i, isCommand ? &sent : static_cast<const void*>(in.data()),
                            in.size());
             }
             const bool exists = invocation.tableIsKnown && i < row.numParms &&
@@ -509,7 +508,7 @@ void Recorder::afterInvoke(Invocation& invocation, int result) noexcept {
                 answered = withoutAddresses(answered);
                 out = &answered;
             }
-            pieces.add(kParameterOut, i, out, row.parmSizes[i]);
+            pieces.add(kArgumentOut, i, out, row.parmSizes[i]);
         }
         const auto addData = [&](PieceKind in, PieceKind out, const void* data, std::size_t size) {
             if (data == nullptr || size == 0) {

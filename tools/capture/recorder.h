@@ -51,7 +51,7 @@ struct Invocation : Exchange {
 
 class Recorder {
 public:
-    // Null where nothing is recorded.
+    // Null where nothing is recorded. The first call opens the file.
     static Recorder* active() noexcept;
     // Why recording ended; null if it did not.
     static const char* problem() noexcept;

@@ -2,8 +2,10 @@
 // what passes. Arguments, results, buffers and errno go through as they are.
 #include "capture/platform.h"
 #include "capture/recorder.h"
+#include "capture/say.h"
 #include "transport/vmk_mgmt.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 
@@ -33,7 +35,14 @@ const Platform* platformAside() {
 
 Recorder* recorderAside() {
     Recorder* recorder = nullptr;
-    aside([&] { recorder = Recorder::active(); });
+    aside([&] {
+        recorder = Recorder::active();
+        static std::atomic<bool> said{false};
+        const char* const problem = Recorder::problem();
+        if (recorder == nullptr && problem != nullptr && !said.exchange(true)) {
+            veskcap::say(problem);
+        }
+    });
     return recorder;
 }
 
@@ -41,7 +50,13 @@ Recorder* recorderAside() {
 
 extern "C" {
 
-// Why recording ended; null as long as it goes on.
+// Opens the file now instead of at the first call. Null, or why nothing is recorded.
+VESK_EXPORTED const char* vesk_capture_start(void) {
+    aside([] { Recorder::active(); });
+    return Recorder::problem();
+}
+
+// Why recording ended, or never began; null as long as it goes on.
 VESK_EXPORTED const char* vesk_capture_problem(void) {
     return Recorder::problem();
 }

@@ -1,5 +1,6 @@
 #include "veskctl/cli.h"
 
+#include "veskctl/capture.h"
 #include "veskctl/format.h"
 #include "veskctl/library.h"
 #include "veskctl/process.h"
@@ -106,6 +107,7 @@ public:
     CLI::App& app() { return m_app; }
     const std::string& library() const { return m_library; }
     bool json() const { return m_json; }
+    const CaptureOptions& capture() const { return m_capture; }
 
     // Subcommands stand behind the command that they belong to, and were parsed with it.
     const Runnable& chosen() const {
@@ -136,6 +138,7 @@ private:
         options.addFlag("--json", m_json, "Write one JSON document");
         options.addText("--library", m_library, format("PATH [{}]", kDefaultLibrary),
                         "The library file, or a name for the loader to look for");
+        addCaptureOptions(options, m_capture);
         if (hooks.addOptions) {
             hooks.addOptions(options);
         }
@@ -143,6 +146,7 @@ private:
 
     std::string m_library = kDefaultLibrary;
     bool m_json = false;
+    CaptureOptions m_capture;
     CLI::App m_app;
     std::vector<Runnable> m_runnable;
 };
@@ -199,13 +203,10 @@ CliOutcome usageFailure(const CliHooks& hooks, const std::string& message, bool 
     return outcome;
 }
 
-void runCommand(const CommandRunner& runner, const CommandContext& context, const CliHooks& hooks,
-                Report& report) {
+template <class Work>
+void reported(Report& report, Work work) {
     try {
-        if (hooks.prepare) {
-            hooks.prepare();
-        }
-        runner(context, report);
+        work();
     } catch (const ProblemError& error) {
         report.problems.push_back(error.problem());
     } catch (const std::exception& error) {
@@ -216,6 +217,23 @@ void runCommand(const CommandRunner& runner, const CommandContext& context, cons
         report.problems.push_back({ProblemKind::Internal, "the command failed for a reason that "
                                                           "the library did not state"});
     }
+}
+
+void runCommand(const Runnable& command, const CommandContext& context, const CliHooks& hooks,
+                const CaptureOptions& capture, Report& report) {
+    reported(report, [&] {
+        startCapture(capture, context.libraryName, command.path);
+        if (hooks.prepare) {
+            hooks.prepare();
+        }
+        command.run(context, report);
+    });
+    reported(report, [&] {
+        if (hooks.finish) {
+            hooks.finish(command.path, report);
+        }
+        finishCapture(report);
+    });
 }
 
 }  // namespace
@@ -235,7 +253,7 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
     const Runnable& command = line.chosen();
     const CommandContext context = {line.library(), line.json(), colour};
     Report report;
-    runCommand(command.run, context, hooks, report);
+    runCommand(command, context, hooks, line.capture(), report);
     return outcomeOf(command.path, report, context.json, colour);
 }
 

@@ -18,6 +18,8 @@ struct CliHooks {
     std::function<void(Options&)> addOptions = {};
     // After the command line was read, before the command. May throw UsageError.
     std::function<void()> prepare = {};
+    // After the command, also one that failed, with its name. May change the report, may throw.
+    std::function<void(const std::string&, Report&)> finish = {};
     std::vector<Command> commands = {};  // behind those of the program itself
 };
 

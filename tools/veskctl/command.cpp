@@ -1,5 +1,6 @@
 #include "veskctl/command.h"
 
+#include "veskctl/capture.h"
 #include "veskctl/controller.h"
 #include "veskctl/disk.h"
 #include "veskctl/event.h"
@@ -45,8 +46,8 @@ Command versionCommand() {
 }  // namespace
 
 std::vector<Command> allCommands() {
-    return {controllerCommand(), disksCommand(),  healthCommand(), volumesCommand(),
-            eventsCommand(),     locateCommand(), versionCommand()};
+    return {controllerCommand(), disksCommand(),  healthCommand(),  volumesCommand(),
+            eventsCommand(),     locateCommand(), captureCommand(), versionCommand()};
 }
 
 }  // namespace veskctl

@@ -57,6 +57,12 @@ const char* problemName(ProblemKind kind) {
         return "disk_not_responding";
     case ProblemKind::VolumeNotResponding:
         return "volume_not_responding";
+    case ProblemKind::CaptureFailed:
+        return "capture_failed";
+    case ProblemKind::CaptureDamaged:
+        return "capture_damaged";
+    case ProblemKind::NotInCapture:
+        return "not_in_capture";
     case ProblemKind::Internal:
         break;
     }

@@ -27,6 +27,9 @@ enum class ProblemKind {
     ControllerNotResponding,
     DiskNotResponding,
     VolumeNotResponding,
+    CaptureFailed,
+    CaptureDamaged,
+    NotInCapture,
     Internal
 };
 

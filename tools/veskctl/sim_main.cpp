@@ -3,6 +3,7 @@
 #include "sim/host/host_state.h"
 #include "sim/host/simulated_host.h"
 #include "sim/redirect/redirect.h"
+#include "sim/replay/replay.h"
 #include "sim/scenario/scenario.h"
 #include "veskctl/cli.h"
 #include "veskctl/format.h"
@@ -94,6 +95,7 @@ private:
 struct SimOptions {
     std::string scenario = "healthy";
     std::string state;
+    std::string replay;
 };
 
 void addSimOptions(veskctl::Options& target, SimOptions& options) {
@@ -101,10 +103,19 @@ void addSimOptions(veskctl::Options& target, SimOptions& options) {
                    "The simulated host: a file, or a name of ours");
     target.addText("--state", options.state, "DIR",
                    "Keep the host's files in this folder (default: a temporary one)");
+    target.addText("--replay", options.replay, "FILE",
+                   "Instead of a simulated host: answer as in this capture");
+    target.notWith("--replay", "--scenario");
+    target.notWith("--replay", "--state");
 }
 
 void startHost(const SimOptions& options, std::optional<HostFolder>& folder) {
     try {
+        if (!options.replay.empty()) {
+            folder.emplace("");
+            vesksim::Replay::start(options.replay, folder->path());
+            return;
+        }
         const vesksim::Scenario scenario = vesksim::loadScenario(options.scenario);
         folder.emplace(options.state);
         vesksim::writeHostFiles(folder->path(), scenario);
@@ -135,8 +146,34 @@ bool keepState(const std::string& path) {
     }
 }
 
+// An answer that the capture does not hold would look like a device that fails: nothing is shown
+// then. The library looks at the log in the background, which no other command waits for.
+void finishReplay(const std::string& file, const std::string& command, veskctl::Report& report) {
+    const vesksim::Replay* const replay = vesksim::Replay::active();
+    if (replay == nullptr) {
+        return;
+    }
+    if (!replay->damage().empty()) {
+        report.notes.push_back(format("the capture {} ends early: {}", file, replay->damage()));
+    }
+    const std::vector<std::string> refusals = replay->refusals(command == "events");
+    if (refusals.empty()) {
+        return;
+    }
+    report = veskctl::Report();
+    for (const std::string& refusal : refusals) {
+        report.problems.push_back(
+            {veskctl::ProblemKind::NotInCapture,
+             format("the capture {} does not hold the answer to {}; take one of this command", file,
+                    refusal)});
+    }
+}
+
 // What somebody sees who stands before the simulated machine. The library has no part in it.
 void runLeds(const veskctl::CommandContext&, veskctl::Report& report) {
+    if (vesksim::Replay::active() != nullptr) {
+        throw veskctl::UsageError("a capture does not tell which lights blink: leave out --replay");
+    }
     report.fields["adapters"] = veskctl::Json::array();
     const vesksim::SimulatedHost& host = vesksim::SimulatedHost::instance();
     for (const vesksim::Adapter& adapter : host.scenario().adapters) {
@@ -170,6 +207,9 @@ int main(int argc, char** argv) {
     };
     hooks.prepare = [&options, &folder] {
         startHost(options, folder);
+    };
+    hooks.finish = [&options](const std::string& command, veskctl::Report& report) {
+        finishReplay(options.replay, command, report);
     };
     hooks.commands = {simCommand()};
     int code = veskctl::runCli(argc, argv, hooks);
