@@ -39,6 +39,12 @@ FileHeader makeHeader(std::uint32_t flags, std::uint32_t keyCheck) {
 
 }  // namespace
 
+CaptureFile::~CaptureFile() {
+    if (m_descriptor >= 0) {
+        close(m_descriptor);
+    }
+}
+
 bool CaptureFile::fail(const char* doing, int error) {
     std::snprintf(m_problem, sizeof(m_problem), "%s failed: %s", doing, std::strerror(error));
     return false;
@@ -61,6 +67,7 @@ bool CaptureFile::takeHigh(int descriptor) {
 }
 
 bool CaptureFile::open(const char* path, std::uint32_t flags, std::uint32_t keyCheck) {
+    m_header = makeHeader(flags, keyCheck);
     const int descriptor =
         ::open(path, O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0600);
     if (descriptor < 0) {
@@ -87,41 +94,39 @@ bool CaptureFile::open(const char* path, std::uint32_t flags, std::uint32_t keyC
     if (fstat(m_descriptor, &now) != 0) {
         return fail("looking at it", errno);
     }
-    const bool good = now.st_size == 0
-                          ? writeHeader(flags, keyCheck)
-                          : checkHeader(flags, keyCheck) && (!alone || cutIncompleteRecord());
+    const bool good =
+        now.st_size == 0 ? writeHeader() : checkHeader() && (!alone || cutIncompleteRecord());
     if (alone) {
         flock(m_descriptor, LOCK_SH);
     }
     return good;
 }
 
-bool CaptureFile::writeHeader(std::uint32_t flags, std::uint32_t keyCheck) {
-    const FileHeader header = makeHeader(flags, keyCheck);
+bool CaptureFile::writeHeader() {
     const HeldSignals held;
-    const ssize_t written = write(m_descriptor, &header, sizeof(header));
-    if (written != static_cast<ssize_t>(sizeof(header))) {
+    const ssize_t written = write(m_descriptor, &m_header, sizeof(m_header));
+    if (written != static_cast<ssize_t>(sizeof(m_header))) {
         return fail("writing to it", written < 0 ? errno : ENOSPC);
     }
     return true;
 }
 
-bool CaptureFile::checkHeader(std::uint32_t flags, std::uint32_t keyCheck) {
+bool CaptureFile::checkHeader() {
     FileHeader header = {};
     if (pread(m_descriptor, &header, sizeof(header), 0) != static_cast<ssize_t>(sizeof(header)) ||
         std::memcmp(header.magic, kMagic, sizeof(kMagic)) != 0) {
         return refuse("there is such a file, and it is no capture file: name another one");
     }
-    const FileHeader wanted = makeHeader(flags, keyCheck);
-    if (header.version != wanted.version || header.crc != crc32c(0, &header, 28)) {
+    if (header.version != m_header.version ||
+        header.crc != crc32c(0, &header, offsetof(FileHeader, crc))) {
         return refuse("it is damaged or of another version: name another file");
     }
-    if (header.flags != wanted.flags) {
-        return refuse((flags & kMasked) != 0
+    if (header.flags != m_header.flags) {
+        return refuse((m_header.flags & kMasked) != 0
                           ? "what it holds already is not masked: name another file"
                           : "what it holds already is masked: mask this too, or name another file");
     }
-    if (header.keyCheck != wanted.keyCheck) {
+    if (header.keyCheck != m_header.keyCheck) {
         return refuse("it was masked with another key: set VESK_CAPTURE_MASK to the key of the "
                       "first time, or name another file");
     }
@@ -172,7 +177,7 @@ bool CaptureFile::stillOurs() {
         now.st_ino != m_identity.st_ino) {
         return refuse("another file has taken its place");
     }
-    return true;
+    return checkHeader();  // the number of a file that is gone is given to the next one
 }
 
 bool CaptureFile::append(RecordHeader& header, iovec* pieces, int pieceCount) {

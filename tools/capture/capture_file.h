@@ -14,13 +14,19 @@ namespace veskcap {
 
 class CaptureFile {
 public:
+    CaptureFile() = default;
+    ~CaptureFile();
+    CaptureFile(const CaptureFile&) = delete;
+    CaptureFile& operator=(const CaptureFile&) = delete;
+
     // Makes the file, or goes on with one of the same kind: masked alike, with the same key. Of a
     // file that a killed process left, an incomplete last record is cut off. False if it cannot be
     // used; problem() says why.
     bool open(const char* path, std::uint32_t flags, std::uint32_t keyCheck);
 
-    // Writes the record whole. body[0] is left to this function. pid and type of the header must be
-    // set. False if it could not be written; problem() says why.
+    // Writes the record: the header, of which pid and type must be set, and the pieces of its body
+    // from the second on; the first is left to this function. False if it could not be written;
+    // problem() says why.
     bool append(RecordHeader& header, iovec* pieces, int pieceCount);
 
     const char* problem() const { return m_problem; }
@@ -31,11 +37,12 @@ private:
     bool refuse(const char* reason);
     bool takeHigh(int descriptor);
     bool stillOurs();
-    bool checkHeader(std::uint32_t flags, std::uint32_t keyCheck);
-    bool writeHeader(std::uint32_t flags, std::uint32_t keyCheck);
+    bool checkHeader();
+    bool writeHeader();
     bool cutIncompleteRecord();
 
     int m_descriptor = -1;
+    FileHeader m_header = {};
     bool m_sizeIsLimited = false;
     struct stat m_identity = {};
     char m_path[4096] = "";

@@ -135,6 +135,13 @@ const char* Recorder::problem() noexcept {
                                                                       : theRecorder->m_reason;
 }
 
+void Recorder::sayProblem() noexcept {
+    const char* const text = problem();
+    if (text != nullptr && !theRecorder->m_said.exchange(true)) {
+        say(text);
+    }
+}
+
 bool Recorder::start() {
     const char* const path = std::getenv("VESK_CAPTURE");
     if (path == nullptr || *path == '\0') {
@@ -169,7 +176,7 @@ void Recorder::stop(const char* reason) noexcept {
     }
     std::snprintf(m_reason, sizeof(m_reason),
                   "recording in %s ended, the program goes on without: %s", m_file.path(), reason);
-    say(m_reason);
+    sayProblem();
 }
 
 // Keeps to itself what happens inside, also a thread that is cancelled just now.

@@ -55,6 +55,8 @@ public:
     static Recorder* active() noexcept;
     // Why recording ended; null if it did not.
     static const char* problem() noexcept;
+    // Says it on standard error, if nobody has yet.
+    static void sayProblem() noexcept;
 
     void beforeInit(Exchange& exchange, unsigned long cookie) noexcept;
     void afterInit(Exchange& exchange, const void* signature, const unsigned long* handle,
@@ -113,6 +115,7 @@ private:
     static void releaseInChild();
 
     std::atomic<bool> m_recording{false};
+    std::atomic<bool> m_said{false};
     std::atomic<std::uint32_t> m_pid{0};
     bool m_masking = false;
 

@@ -2,10 +2,8 @@
 // what passes. Arguments, results, buffers and errno go through as they are.
 #include "capture/platform.h"
 #include "capture/recorder.h"
-#include "capture/say.h"
 #include "transport/vmk_mgmt.h"
 
-#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 
@@ -37,10 +35,8 @@ Recorder* recorderAside() {
     Recorder* recorder = nullptr;
     aside([&] {
         recorder = Recorder::active();
-        static std::atomic<bool> said{false};
-        const char* const problem = Recorder::problem();
-        if (recorder == nullptr && problem != nullptr && !said.exchange(true)) {
-            veskcap::say(problem);
+        if (recorder == nullptr) {
+            Recorder::sayProblem();
         }
     });
     return recorder;

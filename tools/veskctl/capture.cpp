@@ -9,6 +9,7 @@
 #include "veskctl/report.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -16,7 +17,6 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <random>
 #include <vector>
 
 #include <dlfcn.h>
@@ -61,8 +61,19 @@ std::string findCaptureLibrary(const std::string& libraryName) {
 }
 
 std::string randomKey() {
-    std::random_device random;
-    return format("{:08x}{:08x}{:08x}{:08x}", random(), random(), random(), random());
+    std::ifstream random("/dev/urandom", std::ios::binary);
+    std::array<unsigned char, 16> bytes = {};
+    if (!random.read(reinterpret_cast<char*>(bytes.data()), bytes.size())) {
+        throw ProblemError({ProblemKind::CaptureFailed,
+                            format("no key can be had from /dev/urandom; set {} to a text that "
+                                   "nobody guesses",
+                                   kKeyVariable)});
+    }
+    std::string key;
+    for (const unsigned byte : bytes) {
+        key += format("{:02x}", byte);
+    }
+    return key;
 }
 
 [[noreturn]] void runAnew(const std::string& library) {
