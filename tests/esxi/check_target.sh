@@ -13,7 +13,7 @@ build=$(cd "$1" && pwd)
 unwinder=$2
 here=$(cd "$(dirname "$0")" && pwd)
 newest=2.17
-files=(lib/libVeskNvme.so bin/veskctl)
+files=(lib/libVeskNvme.so lib/libvesk-capture.so bin/veskctl)
 libraries='libc\.so\.6|libm\.so\.6|libpthread\.so\.0|libdl\.so\.2|ld-linux-x86-64\.so\.2'
 [ "$unwinder" = host ] && libraries+='|libgcc_s\.so\.1'
 

@@ -42,6 +42,7 @@ drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/bin/
 drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/doc/
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/LICENSE
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/NOTICE
+-rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/capture.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/events.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/fields.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/host-install.md
@@ -50,6 +51,7 @@ drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/init.d/
 -rwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/init.d/vesknvme
 drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/lib/
 -rwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/lib/libVeskNvme.so
+-rwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/lib/libvesk-capture.so
 '''
 
 ELF = b'\x7fELF\x02\x01\x01' + bytes(9) + b'\x03\x00\x3e\x00'
@@ -66,6 +68,7 @@ class MakeVib(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.root)
         self.build = self.root / 'build'
         self.put('lib/libVeskNvme.so', ELF + b'library GLIBC_2.4 GLIBC_2.17')
+        self.put('lib/libvesk-capture.so', ELF + b'capture GLIBC_2.17')
         self.put('bin/veskctl', ELF + b'program GLIBC_2.2.5')
         self.vib = self.root / 'vesk.vib'
 
@@ -129,6 +132,8 @@ class Vib(MakeVib):
         ini = self.root / 'host' / 'opt/orvo/kelpdesk/etc/kelpdesk-storage'
         for unpacked, source in (
                 (home / 'lib' / 'libVeskNvme.so', self.build / 'lib' / 'libVeskNvme.so'),
+                (home / 'lib' / 'libvesk-capture.so',
+                 self.build / 'lib' / 'libvesk-capture.so'),
                 (home / 'bin' / 'veskctl', self.build / 'bin' / 'veskctl'),
                 (home / 'bin' / 'vesk-pciconfig', ROOT / 'packaging/pciconfig/vesk-pciconfig'),
                 (home / 'init.d' / 'vesknvme', ROOT / 'packaging/vib/vesknvme'),
