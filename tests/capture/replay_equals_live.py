@@ -3,8 +3,9 @@
 
     replay_equals_live.py VESKCTL_SIM CAPTURE_LIBRARY SCENARIO
 
-Each command runs as table and as JSON: live, while it is captured, and out of that capture. Then with
-masks: but for these nothing differs, and no serial number is in the file.
+Each command runs as table and as JSON, those about one disk or volume as JSON: live, while it is
+captured, and out of that capture. Then with masks: but for these nothing differs, and no serial number
+is in the file.
 """
 
 import json
@@ -91,7 +92,9 @@ def main():
         if not json.loads(tool.live([*events.split(), '--json']).stdout).get('events'):
             events = 'events --wait 0'
         for command in [*COMMANDS, events]:
-            for form in ([], ['--json']):
+            # What a command shows of one thing is in its list as well.
+            single = 'show' in command or command == 'health 0'
+            for form in ([['--json']] if single else [[], ['--json']]):
                 words = [*command.split(), *form]
                 what = f'{tool.scenario}: {" ".join(words)}'
                 live = tool.captured(file, words)
