@@ -1,15 +1,14 @@
 #include "sim/host/host_folder.h"
 
+#include "sim/host/replace_file.h"
+
 #include <fmt/format.h>
 
 #include <array>
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
-#include <system_error>
 
 namespace vesksim {
 
@@ -189,20 +188,10 @@ SequenceNumber=0
 
 namespace {
 
-void writeText(const fs::path& file, const std::string& text) {
-    errno = 0;
-    std::ofstream stream(file, std::ios::binary | std::ios::trunc);
-    stream << text;
-    stream.close();
-    if (!stream) {
-        throw std::system_error(errno, std::generic_category(), file.string());
-    }
-}
-
 // These follow the scenario at every start.
 void writeCurrent(const fs::path& file, const HostFile& wanted, const std::string& usual) {
     if (wanted.present) {
-        writeText(file, wanted.text.value_or(usual));
+        replaceFile(file, wanted.text.value_or(usual));
     } else {
         fs::remove(file);
     }
@@ -211,7 +200,7 @@ void writeCurrent(const fs::path& file, const HostFile& wanted, const std::strin
 // These belong to whoever administers the host, once they are there.
 void writeOnce(const fs::path& file, const HostFile& wanted, const std::string& usual) {
     if (wanted.present && !fs::exists(file)) {
-        writeText(file, wanted.text.value_or(usual));
+        replaceFile(file, wanted.text.value_or(usual));
     }
 }
 

@@ -3,12 +3,12 @@
 #include "sim/controller/controller_model.h"
 #include "sim/events/event_log.h"
 #include "sim/host/host_folder.h"
+#include "sim/host/replace_file.h"
 #include "sim/host/simulated_host.h"
 #include "sim/scenario/strict_json.h"
 
 #include <fmt/format.h>
 
-#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -185,19 +185,6 @@ std::optional<SavedState> readState(const fs::path& file) {
     } catch (const ScenarioError& damage) {
         throw StateError(damage.what() + std::string(" Or") + advice.substr(1));
     }
-}
-
-void replaceFile(const fs::path& file, const std::string& text) {
-    fs::path fresh = file;
-    fresh += ".new";
-    errno = 0;
-    std::ofstream stream(fresh, std::ios::binary | std::ios::trunc);
-    stream << text;
-    stream.close();
-    if (!stream) {
-        throw std::system_error(errno, std::generic_category(), fresh.string());
-    }
-    fs::rename(fresh, file);
 }
 
 }  // namespace

@@ -1,0 +1,114 @@
+#include "killed_run.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <sys/ptrace.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace vesktest {
+namespace {
+
+// How a stop at a system call differs from one by a signal (PTRACE_O_TRACESYSGOOD).
+constexpr int kSystemCallStop = SIGTRAP | 0x80;
+
+[[noreturn]] void runTraced(const std::function<void()>& work) {
+    try {
+        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
+            throw std::runtime_error(std::string("ptrace: ") + std::strerror(errno));
+        }
+        raise(SIGSTOP);
+        work();
+        _exit(0);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "in the child process: %s\n", error.what());
+    }
+    _exit(1);
+}
+
+// A stop or end of the child or of one of its threads.
+pid_t waitForAny(int& status) {
+    for (;;) {
+        const pid_t thread = waitpid(-1, &status, __WALL);
+        if (thread > 0) {
+            return thread;
+        }
+        if (errno != EINTR) {
+            throw std::runtime_error(std::string("waitpid: ") + std::strerror(errno));
+        }
+    }
+}
+
+void expectDone(int status) {
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+        throw std::runtime_error("the work in the child process failed");
+    }
+}
+
+}  // namespace
+
+bool killedAt(std::size_t call, const std::function<void()>& work) {
+    const pid_t child = fork();
+    if (child < 0) {
+        throw std::runtime_error(std::string("fork: ") + std::strerror(errno));
+    }
+    if (child == 0) {
+        runTraced(work);
+    }
+    int status = 0;
+    if (waitForAny(status) != child || !WIFSTOPPED(status)) {
+        throw std::runtime_error("the child process cannot be traced");
+    }
+    constexpr long kOptions = PTRACE_O_TRACESYSGOOD | PTRACE_O_TRACECLONE | PTRACE_O_EXITKILL;
+    ptrace(PTRACE_SETOPTIONS, child, nullptr, kOptions);
+    ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+
+    std::size_t calls = 0;
+    std::set<pid_t> inCall;  // threads that stop at a call's end next
+    bool killed = false;
+    for (;;) {
+        const pid_t thread = waitForAny(status);
+        if (!WIFSTOPPED(status)) {
+            if (thread != child) {
+                continue;
+            }
+            if (!killed) {
+                expectDone(status);
+            }
+            return killed;
+        }
+        const int signal = WSTOPSIG(status);
+        if (signal == kSystemCallStop && inCall.erase(thread) == 0) {
+            inCall.insert(thread);
+            if (++calls == call) {
+                killed = true;
+                kill(child, SIGKILL);
+                continue;
+            }
+        }
+        // A new thread begins with SIGSTOP, and its making shows as SIGTRAP: neither is for it.
+        const bool ours = signal == kSystemCallStop || signal == SIGSTOP || signal == SIGTRAP;
+        ptrace(PTRACE_SYSCALL, thread, nullptr, static_cast<long>(ours ? 0 : signal));
+    }
+}
+
+std::size_t killAtEachCall(const std::function<void()>& prepare, const std::function<void()>& work,
+                           const std::function<void()>& check) {
+    std::size_t kills = 0;
+    bool killed = true;
+    while (killed) {
+        prepare();
+        killed = killedAt(kills + 1, work);
+        kills += killed ? 1 : 0;
+        check();
+    }
+    return kills;
+}
+
+}  // namespace vesktest
