@@ -2,13 +2,16 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <fcntl.h>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <sys/ptrace.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -45,6 +48,38 @@ pid_t waitForAny(int& status) {
     }
 }
 
+bool changesFiles(pid_t thread) {
+    __ptrace_syscall_info call = {};
+    ptrace(PTRACE_GET_SYSCALL_INFO, thread, sizeof(call), &call);
+    switch (call.entry.nr) {
+    case SYS_open:
+        return (call.entry.args[1] & (O_CREAT | O_TRUNC)) != 0;
+    case SYS_openat:
+        return (call.entry.args[2] & (O_CREAT | O_TRUNC)) != 0;
+    case SYS_creat:
+    case SYS_write:
+    case SYS_writev:
+    case SYS_pwrite64:
+    case SYS_rename:
+    case SYS_renameat:
+    case SYS_renameat2:
+    case SYS_unlink:
+    case SYS_unlinkat:
+    case SYS_mkdir:
+    case SYS_mkdirat:
+    case SYS_rmdir:
+    case SYS_link:
+    case SYS_linkat:
+    case SYS_symlink:
+    case SYS_symlinkat:
+    case SYS_truncate:
+    case SYS_ftruncate:
+        return true;
+    default:
+        return false;
+    }
+}
+
 void expectDone(int status) {
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
         throw std::runtime_error("the work in the child process failed");
@@ -53,7 +88,7 @@ void expectDone(int status) {
 
 }  // namespace
 
-bool killedAt(std::size_t call, const std::function<void()>& work) {
+bool killedAt(std::size_t call, const std::function<void()>& work, Calls counted) {
     const pid_t child = fork();
     if (child < 0) {
         throw std::runtime_error(std::string("fork: ") + std::strerror(errno));
@@ -86,7 +121,8 @@ bool killedAt(std::size_t call, const std::function<void()>& work) {
         const int signal = WSTOPSIG(status);
         if (signal == kSystemCallStop && inCall.erase(thread) == 0) {
             inCall.insert(thread);
-            if (++calls == call) {
+            calls += counted == Calls::kAll || changesFiles(thread) ? 1 : 0;
+            if (calls == call) {
                 killed = true;
                 kill(child, SIGKILL);
                 continue;
@@ -99,16 +135,20 @@ bool killedAt(std::size_t call, const std::function<void()>& work) {
 }
 
 std::size_t killAtEachCall(const std::function<void()>& prepare, const std::function<void()>& work,
-                           const std::function<void()>& check) {
+                           const std::function<void()>& check, Calls counted) {
     std::size_t kills = 0;
     bool killed = true;
     while (killed) {
         prepare();
-        killed = killedAt(kills + 1, work);
+        killed = killedAt(kills + 1, work, counted);
         kills += killed ? 1 : 0;
         check();
     }
     return kills;
+}
+
+void runAlone(const std::function<void()>& work) {
+    killedAt(SIZE_MAX, work);
 }
 
 }  // namespace vesktest
