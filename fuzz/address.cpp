@@ -19,7 +19,7 @@ using veskfuzz::require;
 std::string lineWith(const std::string& file, const std::string& name) {
     veskfuzz::Input lines(file);
     while (!lines.empty()) {
-        const std::string line = lines.until('\n');
+        std::string line = lines.until('\n');
         if (line.find(name) != std::string::npos) {
             return line;
         }

@@ -21,7 +21,6 @@ namespace {
 using veskfuzz::require;
 
 constexpr std::size_t kThreads = 3;
-constexpr std::size_t kBufferLimit = 0xFFFFF;  // above it an unfinished line goes to the file
 // Begins each entry of the file; pieces that contain it are not inserted.
 const std::string kEntry = "(T: ";
 
@@ -83,7 +82,11 @@ public:
     }
     void insert(char character) {
         m_steps.emplace_back([character] { stg::lout << character; });
-        append(std::string(1, character), character == '\n');
+        append(std::string(1, character));
+        if (character == '\n') {
+            m_entries.emplace_back(m_line.c_str());  // up to its first NUL
+            m_line.clear();
+        }
     }
 
     void run() const {
@@ -94,13 +97,7 @@ public:
     const std::vector<std::string>& entries() const { return m_entries; }
 
 private:
-    void append(const std::string& text, bool lineEnd = false) {
-        m_line += text;
-        if (lineEnd || m_line.size() > kBufferLimit) {
-            m_entries.emplace_back(m_line.c_str());  // up to its first NUL
-            m_line.clear();
-        }
-    }
+    void append(const std::string& text) { m_line += text; }
 
     std::vector<std::function<void()>> m_steps;
     std::string m_line;
@@ -127,8 +124,6 @@ std::map<std::string, std::vector<std::string>> entriesOf(const std::string& fil
 
 std::vector<Statements> statementsOf(veskfuzz::Input input) {
     std::vector<Statements> threads(kThreads);
-    // Texts that fill a buffer take long: only a few inputs have them.
-    int longTexts = input.byte() == 0xFF ? 4 : 0;
     while (!input.empty()) {
         const unsigned kind = input.byte();
         Statements& thread = threads[kind / 64 % kThreads];
@@ -151,14 +146,8 @@ std::vector<Statements> statementsOf(veskfuzz::Input input) {
         case 5:
             thread.insert(static_cast<int>(input.number()));
             break;
-        case 6:
-            thread.insert(text.empty() ? '\0' : text[0]);
-            break;
         default:
-            // Twice this is more than a buffer takes.
-            if (!text.empty() && --longTexts >= 0) {
-                thread.insert(std::string(kBufferLimit / 2 + 1, text[0]));
-            }
+            thread.insert(text.empty() ? '\0' : text[0]);
             break;
         }
     }

@@ -248,6 +248,7 @@ TEST(UsedSpace, Command16LogsLineByLine) {
             "CVirtualDisk::setAttributesForUsedSpacePerPDInVD(): Raid Mode is 0, Size: 500000",
             "CVirtualDisk::setAttributesForUsedSpacePerPDInVD():: Member disk count: 2",
             "CVirtualDisk::setPDIdsOfContainingPDs(): Containing PD IDs: 0 1 ",
+            // NOLINTNEXTLINE(bugprone-suspicious-missing-comma): one line of the log
             "libVeskNvme: CommandHandler::navigator(): End of "
             "VeskNVMe_GetUsedRaidSpacePerPDInVD"}));
 }

@@ -18,6 +18,7 @@ TEST(EventCommand, IsOneBuilderOf40BytesWithItsMembersInOrder) {
     builder.setZNVEventPageLength(0x05060708);
     const auto* const bytes = reinterpret_cast<const unsigned char*>(&builder);
     const CCommandDword* command = nullptr;
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): it is the pointer that is read
     std::memcpy(&command, bytes + 16, sizeof command);
     EXPECT_EQ(command, builder.getZNVEventCommand());
     EXPECT_EQ(std::memcmp(bytes + 24, "\x04\x03\x02\x01\x08\x07\x06\x05\0\0\0\0\0\0\0\0", 16), 0)
