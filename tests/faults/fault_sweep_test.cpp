@@ -1,0 +1,270 @@
+// Every call that can fail, failed in turn, under every exported function: what comes back is one
+// of the answers that the header promises, nothing stays behind, the next call works, and each
+// event is delivered unless a known rule of loss took it.
+#include "fault.h"
+#include "operation.h"
+#include "sim_host.h"
+#include "sweep.h"
+
+#include "api/command_handler.h"
+#include "api/lib_initializer.h"
+#include "events/event_builder.h"
+#include "events/event_monitor.h"
+#include "support/ini_files.h"
+#include "support/logger.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <filesystem>
+#include <iterator>
+#include <memory>
+#include <set>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+namespace {
+
+using namespace vesktest;
+
+struct Row {
+    const char* operation;
+    bool logged;
+    Extent extent;
+};
+
+void PrintTo(const Row& row, std::ostream* stream) {
+    *stream << row.operation << (row.logged ? ", logged" : "");
+}
+
+std::string nameOfRow(const ::testing::TestParamInfo<Row>& row) {
+    return std::string(row.param.operation) + (row.param.logged ? "_logged" : "");
+}
+
+// One controller with events that all have an external code; more than a page of them, with a line
+// that the page's end cuts, where the log does not multiply all that is done.
+vesksim::Scenario scenarioFor(bool logged) {
+    vesksim::Scenario scenario;
+    scenario.configIni.text = std::string("[Logging]\nDebug=") + (logged ? "On" : "Off") +
+                              "\n[Polling]\npollingIntervalInSeconds=60\n";
+    scenario.adapters[0].volumes.emplace_back();
+    scenario.adapters[0].volumes[1].id = 1;
+    scenario.adapters[0].volumes[1].vdId = 1;
+    scenario.adapters[0].volumes[1].name = "VD_R1_2";
+    scenario.adapters[0].events.clear();
+    for (int number = 1; number <= (logged ? 4 : 60); ++number) {
+        // Lines of 70 bytes: the 58th has 4 of them on the next page.
+        char line[70];
+        std::snprintf(line, sizeof line,
+                      "[SEQ]%04d[TIME]1790000000[EVT_ID]0x65[DEV_ID]0[MSG]PD_Drive open_INFO",
+                      number);
+        scenario.adapters[0].events.emplace_back(line);
+    }
+    scenario.adapters[0].cutEventLines = true;
+    return scenario;
+}
+
+std::size_t entriesOf(const char* folder) {
+    const std::filesystem::directory_iterator iterator(folder);
+    return static_cast<std::size_t>(std::distance(begin(iterator), end(iterator)));
+}
+
+// What a call must leave as it found it.
+struct Resources {
+    std::size_t handles = vesksim::SimulatedHost::instance().openHandles();
+    std::size_t descriptors = entriesOf("/proc/self/fd");
+    std::size_t threads = entriesOf("/proc/self/task");
+
+    friend bool operator==(const Resources& a, const Resources& b) {
+        return a.handles == b.handles && a.descriptors == b.descriptors && a.threads == b.threads;
+    }
+    friend void PrintTo(const Resources& resources, std::ostream* stream) {
+        *stream << resources.handles << " handles, " << resources.descriptors << " descriptors, "
+                << resources.threads << " threads";
+    }
+};
+
+// The log takes lines, if there is one.
+void expectLiveLog(const PrivateHost& files, bool logged) {
+    if (logged) {
+        const std::string text = files.exists(kLogPath) ? files.read(kLogPath) : std::string();
+        ASSERT_GE(text.size(), 7U);
+        EXPECT_EQ(text.substr(text.size() - 7), " EXIT \n");
+    }
+}
+
+// ---- Events: which rule of loss, of docs/events.md, may take one ----
+
+struct LossRule {
+    const char* operation;
+    FaultKind kind;
+    const char* call;      // how what failed begins
+    std::size_t mostLost;  // by one such failure
+};
+
+constexpr std::size_t kPageOfEvents = 60;
+
+const LossRule kLossRules[] = {
+    // "the events of a page that could not be read, or had no buffer"
+    {"poll", FaultKind::kPlatform, "vmk_MgmtUserCallbackInvokeInt", kPageOfEvents},
+    {"poll", FaultKind::kMalloc, "malloc 4096", kPageOfEvents},
+    {"poll", FaultKind::kMalloc, "malloc 24", kPageOfEvents},
+    // "an event for whose copy there was no memory"
+    {"ZT_EVT_GetEvent", FaultKind::kMalloc, "malloc 64", 1},
+    // "an event at whose lookup the mapping file could not be opened"
+    {"ZT_EVT_GetEvent", FaultKind::kMalloc, "malloc", 1},
+    {"ZT_EVT_GetEvent", FaultKind::kSystem, "fopen64", 1},
+};
+
+bool mayLose(const std::string& operation, const Injection& injection, std::size_t lost) {
+    const bool once = injection.fault().repeat == Repeat::kOnce;
+    return std::any_of(std::begin(kLossRules), std::end(kLossRules), [&](const LossRule& rule) {
+        return operation == rule.operation && injection.fault().kind == rule.kind &&
+               (!once ||
+                (injection.failedCall().rfind(rule.call, 0) == 0 && lost <= rule.mostLost));
+    });
+}
+
+void poll() {
+    stg::dispatch(VeskNVMe_GetEvent);
+}
+
+// ---- Calls on the running library ----
+
+class FaultSweep : public ::testing::TestWithParam<Row> {
+protected:
+    FaultSweep() : m_host(scenarioFor(GetParam().logged)) {
+        EXPECT_EQ(m_host.start(), 1);
+        EXPECT_TRUE(m_host.gate().waitForSleeper(1));
+        m_mapping = m_host.files().read(kMappingIniPath);
+        for (const std::size_t round : {1U, 2U}) {
+            const std::vector<unsigned> numbers = eventNumbers(callEvents());
+            m_all.insert(numbers.begin(), numbers.end());
+            static_cast<void>(round);
+        }
+        EXPECT_EQ(m_all.size(), GetParam().logged ? 4U : 60U);
+    }
+
+    static Answer callEvents() { return guarded(operationOf("ZT_EVT_GetEvent").run); }
+
+    // As if nothing had ever been delivered.
+    void forgetEvents() {
+        CEventBuilder::destroyEventsInEventsMap();
+        m_host.files().writeMappingIni(m_mapping);
+    }
+
+    void prepare() {
+        m_host.driver().forgetHistory();
+        if (GetParam().logged) {
+            m_host.files().write(kLogPath, "");
+        }
+    }
+
+    // What the operation under the fault delivered, and what comes in the polls and deliveries
+    // behind it.
+    void expectAccount(const Injection& injection, const Answer& answer) {
+        const std::vector<unsigned> first = eventNumbers(answer);
+        std::set<unsigned> delivered(first.begin(), first.end());
+        for (int round = 0; round < 3; ++round) {
+            const Answer next = callEvents();
+            EXPECT_EQ(next.result, 0);
+            const std::vector<unsigned> numbers = eventNumbers(next);
+            delivered.insert(numbers.begin(), numbers.end());
+            poll();
+        }
+        const std::size_t lost = m_all.size() - delivered.size();
+        EXPECT_TRUE(lost == 0 || mayLose(GetParam().operation, injection, lost))
+            << lost << " events are lost";
+        EXPECT_TRUE(std::includes(m_all.begin(), m_all.end(), delivered.begin(), delivered.end()));
+    }
+
+    SimHost m_host;
+    std::string m_mapping;
+    std::set<unsigned> m_all;
+};
+
+TEST_P(FaultSweep, CallFailsAsPromisedAndTheNextOneWorks) {
+    const Operation& operation = operationOf(GetParam().operation);
+    const bool events = std::string(operation.name) == "ZT_EVT_GetEvent";
+    const auto prepareCall = [this, events] {
+        prepare();
+        if (events) {
+            forgetEvents();
+            poll();
+        }
+    };
+    prepareCall();
+    const Answer healthy = guarded(operation.run);
+    ASSERT_EQ(wrongWith(operation, healthy, healthy), "");
+    const Resources before;
+    Answer answer;
+    sweep({prepareCall, [&] { answer = guarded(operation.run); },
+           [&](const Injection& injection) {
+               EXPECT_EQ(wrongWith(operation, answer, healthy), "");
+               if (events) {
+                   expectAccount(injection, answer);
+               } else {
+                   const Answer next = guarded(operation.run);
+                   EXPECT_EQ(next.result, healthy.result);
+                   EXPECT_EQ(next.header, healthy.header);
+                   EXPECT_EQ(next.records, healthy.records);
+               }
+               expectLiveLog(m_host.files(), GetParam().logged);
+               EXPECT_EQ(Resources(), before);
+           }},
+          GetParam().extent);
+}
+
+class PollSweep : public FaultSweep {};
+
+// On this thread, in the place of the polling thread: what a poll throws there ends the process.
+TEST_P(PollSweep, PollFailsAsPromisedAndTheNextOneWorks) {
+    const Resources before;
+    Answer answer;
+    sweep({[this] {
+               prepare();
+               forgetEvents();
+           },
+           [&answer] {
+               answer = guarded([] {
+                   const InLibrary inside;
+                   poll();
+                   return Answer();
+               });
+           },
+           [&](const Injection& injection) {
+               EXPECT_TRUE(answer.thrown.empty() || answer.thrown == "std::bad_alloc")
+                   << answer.thrown;
+               expectAccount(injection, answer);
+               expectLiveLog(m_host.files(), GetParam().logged);
+               EXPECT_EQ(Resources(), before);
+           }},
+          GetParam().extent);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Calls, FaultSweep,
+    ::testing::Values(
+        Row{"ZT_Adapter_GetCount", false, {0}}, Row{"ZT_Adapter_GetInfo", false, {0}},
+        Row{"ZT_Adapter_GetConfig", false, {0}}, Row{"ZT_Adapter_Get_OEM_Data", false, {0}},
+        Row{"ZT_PD_GetHDInfo_Ext", false, {0}}, Row{"ZT_PD_GetConfig", false, {0}},
+        Row{"ZT_PD_GetHDRaidStatus", false, {0}}, Row{"ZT_PD_GetFreeSpaceInfo", false, {0}},
+        Row{"ZT_PD_GET_SMART_INFO", false, {0}}, Row{"ZT_PD_OEMData", false, {0}},
+        Row{"ZT_LD_GetInfo", false, {0}}, Row{"ZT_LD_GetConfig", false, {0}},
+        Row{"ZT_EVT_GetEvent", false, {0}}, Row{"ZT_Adapter_GetCount", true, {0}},
+        Row{"ZT_Adapter_GetInfo", true, {0}}, Row{"ZT_Adapter_GetConfig", true, {0}},
+        Row{"ZT_Adapter_Get_OEM_Data", true, {0}}, Row{"ZT_PD_GetHDInfo_Ext", true, {0}},
+        Row{"ZT_PD_GetConfig", true, {0}}, Row{"ZT_PD_GetHDRaidStatus", true, {0}},
+        Row{"ZT_PD_GetFreeSpaceInfo", true, {0}}, Row{"ZT_PD_GET_SMART_INFO", true, {0}},
+        Row{"ZT_PD_OEMData", true, {0}}, Row{"ZT_LD_GetInfo", true, {0}},
+        Row{"ZT_LD_GetConfig", true, {0}}, Row{"ZT_EVT_GetEvent", true, {0}}),
+    nameOfRow);
+
+INSTANTIATE_TEST_SUITE_P(Polls, PollSweep,
+                         ::testing::Values(Row{"poll", false, {0}}, Row{"poll", true, {0, 17}}),
+                         nameOfRow);
+
+}  // namespace

@@ -1,0 +1,72 @@
+// The platform's functions of this program, in front of those of libvmkmgmt.so: they lead on to the
+// same simulated host, or fail. What the host allocates is none of the library's calls.
+#include "allocation_fault.h"
+#include "fault.h"
+
+#include "sim/host/simulated_host.h"
+#include "transport/vmk_mgmt.h"
+
+#include <cstdarg>
+
+namespace {
+
+using vesktest::FaultKind;
+using vesktest::Injection;
+
+constexpr int kFailed = 0x0BAD0001;
+
+// Outside of the library until it goes.
+class Outside {
+public:
+    Outside()
+        : m_malloc(vesktest::exchangeMallocFault(nullptr)),
+          m_new(vesktest::exchangeNewFault(nullptr)) {}
+    ~Outside() {
+        vesktest::exchangeMallocFault(m_malloc);
+        vesktest::exchangeNewFault(m_new);
+    }
+    Outside(const Outside&) = delete;
+    Outside& operator=(const Outside&) = delete;
+
+private:
+    vesktest::AllocationFault* m_malloc;
+    vesktest::AllocationFault* m_new;
+};
+
+bool fails(const char* function) {
+    Injection* const injection = Injection::current();
+    return injection != nullptr && injection->isToFail(FaultKind::kPlatform, function);
+}
+
+vesksim::SimulatedHost& host() {
+    return vesksim::SimulatedHost::instance();
+}
+
+}  // namespace
+
+int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long* handle) {
+    const Outside outside;
+    return fails("vmk_MgmtUserInit") ? kFailed : host().open(signature, cookie, handle);
+}
+
+int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId,
+                                  unsigned long callbackId, unsigned int parameterCount, ...) {
+    const Outside outside;
+    std::va_list parameters;
+    va_start(parameters, parameterCount);
+    void* const parameter0 = va_arg(parameters, void*);
+    void* const parameter1 = va_arg(parameters, void*);
+    va_end(parameters);
+    return fails("vmk_MgmtUserCallbackInvokeInt")
+               ? kFailed
+               : host().invoke(handle, instanceId, callbackId, parameterCount, parameter0,
+                               parameter1);
+}
+
+// Closes also when it fails: there is nothing else that anybody could do with the handle.
+int vmk_MgmtUserDestroy(unsigned long handle) {
+    const Outside outside;
+    const bool failed = fails("vmk_MgmtUserDestroy");
+    const int result = host().close(handle);
+    return failed ? kFailed : result;
+}
