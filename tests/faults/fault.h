@@ -26,8 +26,8 @@ struct Fault {
 std::string nameOf(const Fault& fault);
 std::optional<Fault> faultOf(const std::string& name);
 
-// One run under a fault, which is in force while the first InLibrary behind it lives. One at a time; the thread that
-// makes it is the one whose calls fail.
+// One run under a fault, which is in force while the first InLibrary behind it lives. One at a
+// time; the thread that makes it is the one whose calls fail.
 class Injection {
 public:
     explicit Injection(const Fault& fault);
