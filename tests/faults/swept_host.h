@@ -1,26 +1,18 @@
 // The simulated host of a sweep, and what an operation must leave behind on it.
 #pragma once
 
-#include "operation.h"
+#include "rows.h"
 #include "sim_host.h"
-#include "sweep.h"
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstdio>
 #include <filesystem>
 #include <iterator>
 #include <ostream>
 #include <string>
 
 namespace vesktest {
-
-struct Row {
-    const char* operation;
-    bool logged;
-    Extent extent;
-};
 
 inline void PrintTo(const Row& row, std::ostream* stream) {
     *stream << row.operation << (row.logged ? ", logged" : "");
@@ -30,9 +22,11 @@ inline std::string nameOfRow(const ::testing::TestParamInfo<Row>& row) {
     return std::string(row.param.operation) + (row.param.logged ? "_logged" : "");
 }
 
-// One controller with events that all have an external code; more than a page of them, with a line
-// that the page's end cuts, where the log does not multiply all that is done.
-inline vesksim::Scenario scenarioFor(bool logged) {
+// More events than a page holds: the line of the 58th, of 70 bytes, has 4 of them on the next page.
+constexpr std::size_t kEventsOfTwoPages = 60;
+
+// One controller with two volumes, and events that all have an external code.
+inline vesksim::Scenario scenarioFor(bool logged, std::size_t events = 4) {
     vesksim::Scenario scenario;
     scenario.configIni.text = std::string("[Logging]\nDebug=") + (logged ? "On" : "Off") +
                               "\n[Polling]\npollingIntervalInSeconds=60\n";
@@ -41,13 +35,10 @@ inline vesksim::Scenario scenarioFor(bool logged) {
     scenario.adapters[0].volumes[1].vdId = 1;
     scenario.adapters[0].volumes[1].name = "VD_R1_2";
     scenario.adapters[0].events.clear();
-    for (int number = 1; number <= (logged ? 4 : 60); ++number) {
-        // Lines of 70 bytes: the 58th has 4 of them on the next page.
-        char line[70];
-        std::snprintf(line, sizeof line,
-                      "[SEQ]%04d[TIME]1790000000[EVT_ID]0x65[DEV_ID]0[MSG]PD_Drive open_INFO",
-                      number);
-        scenario.adapters[0].events.emplace_back(line);
+    for (std::size_t number = 1; number <= events; ++number) {
+        scenario.adapters[0].events.emplace_back(
+            "[SEQ]" + std::to_string(1000 + number) +
+            "[TIME]1790000000[EVT_ID]0x65[DEV_ID]0[MSG]PD_Drive open_INFO");
     }
     scenario.adapters[0].cutEventLines = true;
     return scenario;
