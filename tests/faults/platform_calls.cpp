@@ -1,5 +1,6 @@
-// The platform's functions of this program, in front of those of libvmkmgmt.so: they lead on to the
-// same simulated host, or fail. What the host allocates is none of the library's calls.
+// What the host allocates is none of the library's calls.
+#include "platform_calls.h"
+
 #include "allocation_fault.h"
 #include "fault.h"
 
@@ -7,6 +8,8 @@
 #include "transport/vmk_mgmt.h"
 
 #include <cstdarg>
+#include <mutex>
+#include <utility>
 
 namespace {
 
@@ -42,7 +45,24 @@ vesksim::SimulatedHost& host() {
     return vesksim::SimulatedHost::instance();
 }
 
+std::mutex s_mutex;
+vesktest::HostileDriver s_driver;
+
 }  // namespace
+
+namespace vesktest {
+
+DriverInBetween::DriverInBetween(HostileDriver driver) {
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    s_driver = std::move(driver);
+}
+
+DriverInBetween::~DriverInBetween() {
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    s_driver = nullptr;
+}
+
+}  // namespace vesktest
 
 int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long* handle) {
     const Outside outside;
@@ -57,10 +77,15 @@ int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId
     void* const parameter0 = va_arg(parameters, void*);
     void* const parameter1 = va_arg(parameters, void*);
     va_end(parameters);
-    return fails("vmk_MgmtUserCallbackInvokeInt")
-               ? kFailed
-               : host().invoke(handle, instanceId, callbackId, parameterCount, parameter0,
-                               parameter1);
+    if (fails("vmk_MgmtUserCallbackInvokeInt")) {
+        return kFailed;
+    }
+    const auto honest = [=] {
+        return host().invoke(handle, instanceId, callbackId, parameterCount, parameter0,
+                             parameter1);
+    };
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    return s_driver ? s_driver(callbackId, parameter0, parameter1, honest) : honest();
 }
 
 // Closes also when it fails: there is nothing else that anybody could do with the handle.
