@@ -175,7 +175,7 @@ TEST_P(PollSweep, PollFailsAsPromisedAndTheNextOneWorks) {
 INSTANTIATE_TEST_SUITE_P(Calls, FaultSweep, ::testing::ValuesIn(kCallRows), nameOfRow);
 INSTANTIATE_TEST_SUITE_P(Polls, PollSweep, ::testing::ValuesIn(kPollRows), nameOfRow);
 
-// Of a run in a build with sanitizers.
+// Of a run in a build with the address sanitizer.
 TEST(SweepExtent, IsTenThousandFaultsAtLeast) {
     unsigned faults = kRotation.atLeast + kMark.atLeast + kFolder.atLeast;
     const auto add = [&faults](const Row& row) {

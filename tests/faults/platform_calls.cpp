@@ -7,6 +7,7 @@
 #include "sim/host/simulated_host.h"
 #include "transport/vmk_mgmt.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <mutex>
 #include <utility>
@@ -45,6 +46,8 @@ vesksim::SimulatedHost& host() {
     return vesksim::SimulatedHost::instance();
 }
 
+// Without a driver in between, calls of several threads overlap as they do on a host.
+std::atomic<bool> s_driverIsSet{false};
 std::mutex s_mutex;
 vesktest::HostileDriver s_driver;
 
@@ -55,10 +58,12 @@ namespace vesktest {
 DriverInBetween::DriverInBetween(HostileDriver driver) {
     const std::lock_guard<std::mutex> lock(s_mutex);
     s_driver = std::move(driver);
+    s_driverIsSet = true;
 }
 
 DriverInBetween::~DriverInBetween() {
     const std::lock_guard<std::mutex> lock(s_mutex);
+    s_driverIsSet = false;
     s_driver = nullptr;
 }
 
@@ -84,6 +89,9 @@ int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId
         return host().invoke(handle, instanceId, callbackId, parameterCount, parameter0,
                              parameter1);
     };
+    if (!s_driverIsSet) {
+        return honest();
+    }
     const std::lock_guard<std::mutex> lock(s_mutex);
     return s_driver ? s_driver(callbackId, parameter0, parameter1, honest) : honest();
 }

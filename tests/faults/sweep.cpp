@@ -41,13 +41,8 @@ void runOne(const Steps& steps, const Fault& fault, bool& triggered) {
     steps.check(injection);
 }
 
-// One in this many is run, by this build.
-unsigned stepOfThisBuild() {
-#if VESK_SWEEP_ALL
-    return 1;
-#else
-    return std::getenv("VESK_SWEEP_ALL") != nullptr ? 1 : 7;
-#endif
+unsigned stepOfThisRun() {
+    return std::getenv("VESK_SWEEP_ALL") != nullptr ? 1 : VESK_SWEEP_STEP;
 }
 
 }  // namespace
@@ -64,7 +59,7 @@ void sweep(const Steps& steps, const Extent& extent) {
         return;
     }
     unsigned injections = 0;
-    const unsigned step = extent.step * stepOfThisBuild();
+    const unsigned step = extent.step * stepOfThisRun();
     for (const FaultKind kind :
          {FaultKind::kMalloc, FaultKind::kNew, FaultKind::kSystem, FaultKind::kPlatform}) {
         if (kind == FaultKind::kNew && !kCanFailNew) {
@@ -82,7 +77,7 @@ void sweep(const Steps& steps, const Extent& extent) {
         }
     }
     std::printf("%u injections\n", injections);
-    if (stepOfThisBuild() == 1 && kCanFailNew) {
+    if (stepOfThisRun() == 1 && kCanFailNew) {
         EXPECT_GE(injections, extent.atLeast);
     }
 }
