@@ -30,4 +30,16 @@ void setSleepHandler(SleepHandler handler);
 using FailureHandler = std::function<int(const char* function, const std::string& path)>;
 void setFailureHandler(FailureHandler handler);
 
+// While one lives, the handler is not asked about calls of its thread.
+class WithoutFailures {
+public:
+    WithoutFailures();
+    ~WithoutFailures();
+    WithoutFailures(const WithoutFailures&) = delete;
+    WithoutFailures& operator=(const WithoutFailures&) = delete;
+
+private:
+    bool m_before;
+};
+
 }  // namespace vesksim
