@@ -26,12 +26,12 @@ constexpr Row kCallRows[] = {
     {"ZT_PD_GetConfig", true, {1034}},       {"ZT_PD_GetHDRaidStatus", true, {685}},
     {"ZT_PD_GetFreeSpaceInfo", true, {668}}, {"ZT_PD_GET_SMART_INFO", true, {1017}},
     {"ZT_PD_OEMData", true, {376}},          {"ZT_LD_GetInfo", true, {1036}},
-    {"ZT_LD_GetConfig", true, {1040}},       {"ZT_EVT_GetEvent", true, {50, 23}},
+    {"ZT_LD_GetConfig", true, {1040}},       {"ZT_EVT_GetEvent", true, {20, 61}},
 };
 
 constexpr Row kPollRows[] = {
     {"poll", false, {312}},
-    {"poll", true, {60, 101}},
+    {"poll", true, {25, 301}},
 };
 
 constexpr Row kStartRows[] = {
