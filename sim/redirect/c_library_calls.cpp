@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <dlfcn.h>
+#include <pthread.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -21,6 +22,9 @@ extern decltype(popen) __interceptor_popen __attribute__((weak));
 extern decltype(read) __interceptor_read __attribute__((weak));
 extern decltype(write) __interceptor_write __attribute__((weak));
 extern decltype(writev) __interceptor_writev __attribute__((weak));
+extern decltype(lseek64) __interceptor_lseek64 __attribute__((weak));
+extern decltype(fclose) __interceptor_fclose __attribute__((weak));
+extern decltype(pthread_create) __interceptor_pthread_create __attribute__((weak));
 extern decltype(sleep) __interceptor_sleep __attribute__((weak));
 }
 
@@ -142,6 +146,34 @@ ssize_t writev(int descriptor, const iovec* pieces, int count) {
         return -1;
     }
     return real(descriptor, pieces, count);
+}
+
+off64_t lseek64(int descriptor, off64_t offset, int whence) noexcept {
+    static auto* const real = realFunction(&__interceptor_lseek64, "lseek64");
+    if (fails("lseek64", descriptor)) {
+        return -1;
+    }
+    return real(descriptor, offset, whence);
+}
+
+// Closes also when it fails, as the real one does.
+int fclose(FILE* stream) {
+    static auto* const real = realFunction(&__interceptor_fclose, "fclose");
+    const bool failed = fails("fclose", fileno(stream));
+    const int error = errno;
+    const int result = real(stream);
+    if (failed) {
+        errno = error;
+    }
+    return failed ? EOF : result;
+}
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
+                   void* argument) noexcept {
+    static auto* const real = realFunction(&__interceptor_pthread_create, "pthread_create");
+    const int error =
+        vesksim::failuresWanted() ? vesksim::failureOfCommand("pthread_create", "") : 0;
+    return error != 0 ? error : real(thread, attributes, start, argument);
 }
 
 unsigned sleep(unsigned seconds) {

@@ -44,7 +44,8 @@ Settings& settings() {
     return *instance;
 }
 
-// True while this thread is inside a failure handler, whose own calls are not asked about.
+// True while this thread is inside a failure handler, or a WithoutFailures lives: its calls are not
+// asked about.
 thread_local bool t_insideHandler = false;
 
 class HandlerScope {
@@ -97,6 +98,14 @@ void replaceHandler(std::shared_ptr<const Handler> Settings::*place,
 }
 
 }  // namespace
+
+WithoutFailures::WithoutFailures() : m_before(t_insideHandler) {
+    t_insideHandler = true;
+}
+
+WithoutFailures::~WithoutFailures() {
+    t_insideHandler = m_before;
+}
 
 void setHostRoot(const std::string& root) {
     std::string plain = root;

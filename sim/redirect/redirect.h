@@ -22,11 +22,24 @@ std::string hostPath(const std::string& path);
 using SleepHandler = std::function<unsigned(unsigned seconds)>;
 void setSleepHandler(SleepHandler handler);
 
-// Asked before each call of fopen, fopen64, remove, rename, symlink, popen, read, write and writev,
-// with the path (before redirection; the first of two; of an open file where a call takes one):
-// a value other than 0 makes the call fail with that errno. nullptr: nothing fails. Calls to files
-// outside the host's folders, and popen apart, are never asked about.
+// Asked before each call of fopen, fopen64, fclose, remove, rename, symlink, popen, read, write,
+// writev, lseek64 and pthread_create, with the path (before redirection; the first of two; of an
+// open file where a call takes one; popen: the command; pthread_create: nothing): a value other
+// than 0 makes the call fail with that errno. nullptr: nothing fails. Of calls on files, those
+// outside the host's folders are never asked about.
 using FailureHandler = std::function<int(const char* function, const std::string& path)>;
 void setFailureHandler(FailureHandler handler);
+
+// While one lives, the handler is not asked about calls of its thread.
+class WithoutFailures {
+public:
+    WithoutFailures();
+    ~WithoutFailures();
+    WithoutFailures(const WithoutFailures&) = delete;
+    WithoutFailures& operator=(const WithoutFailures&) = delete;
+
+private:
+    bool m_before;
+};
 
 }  // namespace vesksim

@@ -59,7 +59,7 @@ bool findSection(std::ifstream& file, const STDSTR& section) {
 }
 
 // Steps backwards from `end` to the last "=" and returns where it stands; -1, with the stream
-// failed, if there is none. A read that fails leaves the stream bad.
+// failed, if there is none. Where it stands elsewhere with the stream failed, a read or a seek did.
 std::int64_t findLastEqualsSign(std::fstream& file, std::int64_t end) {
     std::int64_t position = end;
     file.seekg(position);
@@ -78,8 +78,9 @@ std::int64_t findLastEqualsSign(std::fstream& file, std::int64_t end) {
     return position;
 }
 
-std::int64_t positionOfLastByte(const STDSTR& path) {
-    std::int64_t last = 0;
+// Whether the position of the last byte is known: -1 in an empty file.
+bool findLastByte(const STDSTR& path, std::int64_t& last) {
+    last = 0;
     std::ifstream file(path, std::ios::binary);
     if (file.is_open()) {
         stg::logLine("VeskNVMeLibrary_Helper::writeSEQNumberToFile(): File is open");
@@ -87,17 +88,17 @@ std::int64_t positionOfLastByte(const STDSTR& path) {
         last = static_cast<std::int64_t>(file.tellg()) - 1;
     }
     stg::logLine("VeskNVMeLibrary_Helper::writePropertyToFile(): The EOF position = ", last);
-    return last;
+    return file.is_open() && last >= -1;
 }
 
 // Writes `number` over the old one, which runs from behind `equalsSign` to `last`. Returns whether
 // it is in the file, as far as the stream can tell.
 bool overwriteNumber(std::fstream& file, const STDSTR& number, std::int64_t equalsSign,
                      std::int64_t last) {
+    const bool hasPlace = equalsSign >= 0;
     file.seekp(equalsSign + 1);
     stg::logLine("VeskNVMeLibrary_Helper::writePropertyToFile() : Write SEQ Number pos = ",
                  equalsSign);
-    const bool hadPlace = file.good();
     const std::int64_t oldLength = last - equalsSign;
     const auto newLength = static_cast<std::int64_t>(number.size());
     if (oldLength > newLength + 1) {
@@ -105,7 +106,7 @@ bool overwriteNumber(std::fstream& file, const STDSTR& number, std::int64_t equa
         // file keeps its size; it then reads back as 0. A mark that goes down gets here, and one
         // with more than a line feed behind it. Pinned by
         // SequenceNumberFile.MuchShorterNumberIsPaddedWithNul.
-        for (std::int64_t count = oldLength - newLength; hadPlace && count > 0; --count) {
+        for (std::int64_t count = oldLength - newLength; hasPlace && count > 0; --count) {
             file.put('\0');
         }
     }
@@ -116,7 +117,7 @@ bool overwriteNumber(std::fstream& file, const STDSTR& number, std::int64_t equa
     const bool written = file.good();
     // ODDITY: a file without any "=" offers no place; nothing is written then, and that counts as
     // done. Pinned by SequenceNumberFile.FileWithoutEqualsSignIsLeftAlone.
-    return written || !hadPlace;
+    return written || !hasPlace;
 }
 
 }  // namespace
@@ -264,16 +265,18 @@ USHORT_INT VeskNVMeLibrary_Helper::writeSEQNumberToFile(STDSTR path, STDSTR numb
     LOG_ENTRY;
     USHORT_INT result = 1;
     try {
-        const std::int64_t last = positionOfLastByte(path);
+        std::int64_t last = 0;
+        const bool measured = findLastByte(path, last);
         // ODDITY: the number is rewritten in place, behind the last "=" of the whole file, with no
         // look at sections, and nothing else of the file moves. Pinned by
         // SequenceNumberFile.RowBehindTheSequenceSectionIsOverwritten.
         std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
-        if (file.is_open()) {
+        if (file.is_open() && measured) {
             const std::int64_t equalsSign = findLastEqualsSign(file, last);
-            // A file that cannot be read, or a full disk, must not look like a stored mark, or
-            // events would be lost with it.
-            if (!file.bad() && overwriteNumber(file, number, equalsSign, last)) {
+            // A file that cannot be read, or a full disk, must not look like a stored mark: nobody
+            // would be told that the events come again.
+            const bool walked = file.good() || (equalsSign < 0 && !file.bad());
+            if (walked && overwriteNumber(file, number, equalsSign, last)) {
                 stg::logLine("VeskNVMeLibrary_Helper::writePropertyToFile() : Write complete...");
                 result = 0;
             }

@@ -13,6 +13,7 @@ struct AllocationFault {
     bool eachLater;
     unsigned seen;
     bool triggered;
+    std::size_t failedSize;  // of the first that failed
 };
 
 // Counts an allocation of this size and says whether it is to fail. `fault` may be null.

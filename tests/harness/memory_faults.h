@@ -45,14 +45,15 @@ public:
     FailAllocation& operator=(const FailAllocation&) = delete;
 
     bool triggered() const { return m_fault.triggered; }
-    unsigned seen() const { return m_fault.seen; }  // allocations of the size so far
+    unsigned seen() const { return m_fault.seen; }                 // allocations of the size so far
+    std::size_t failedSize() const { return m_fault.failedSize; }  // of the first that failed
 
 protected:
     using Exchange = AllocationFault*(AllocationFault*);
 
     FailAllocation(Exchange* exchange, AllocationSize size, unsigned nth, Repeat repeat)
         : m_exchange(exchange),
-          m_fault{size.least, size.most, nth, repeat == Repeat::kEachLater, 0, false},
+          m_fault{size.least, size.most, nth, repeat == Repeat::kEachLater, 0, false, 0},
           m_outer(exchange(&m_fault)) {}
     ~FailAllocation() { m_exchange(m_outer); }
 

@@ -83,6 +83,9 @@ bool isToFail(AllocationFault* fault, std::size_t size) {
         (fault->seen > fault->nth && !fault->eachLater)) {
         return false;
     }
+    if (!fault->triggered) {
+        fault->failedSize = size;
+    }
     fault->triggered = true;
     return true;
 }

@@ -1,0 +1,71 @@
+// One fault: the n-th call of a kind that the library makes on this thread fails, alone or with all
+// that follow.
+#pragma once
+
+#include "memory_faults.h"
+
+#include <optional>
+#include <string>
+
+namespace vesktest {
+
+enum class FaultKind {
+    kMalloc,   // malloc and calloc, also those that the C library makes on the library's behalf
+    kNew,      // operator new and new[]
+    kSystem,   // calls on the host's files, popen, pthread_create
+    kPlatform  // the three functions of libvmkmgmt
+};
+
+struct Fault {
+    FaultKind kind;
+    Repeat repeat;
+    unsigned nth;  // from 1 on
+};
+
+// "malloc once 17", "system later 3": as a replay takes it.
+std::string nameOf(const Fault& fault);
+std::optional<Fault> faultOf(const std::string& name);
+
+// One run under a fault, which is in force while the first InLibrary behind it lives. One at a
+// time; the thread that makes it is the one whose calls fail.
+class Injection {
+public:
+    explicit Injection(const Fault& fault);
+    ~Injection();
+    Injection(const Injection&) = delete;
+    Injection& operator=(const Injection&) = delete;
+
+    const Fault& fault() const { return m_fault; }
+    bool triggered() const { return m_triggered; }
+    // What failed first: "malloc 64", "new 8191", "fopen64 /opt/...", "vmk_MgmtUserInit".
+    const std::string& failedCall() const { return m_failedCall; }
+
+    // For the platform's functions: null where none is in force on this thread.
+    static Injection* current();
+    // Counts a call of this kind and says whether it fails.
+    bool isToFail(FaultKind kind, const char* call);
+
+private:
+    friend class InLibrary;
+    void begin();
+    void end();
+
+private:
+    Fault m_fault;
+    std::optional<FailMalloc> m_malloc;
+    std::optional<FailNew> m_new;
+    bool m_triggered = false;
+    unsigned m_calls = 0;
+    std::string m_failedCall;
+};
+
+// Around the library's call alone: what the test allocates for itself is not to fail.
+class InLibrary {
+public:
+    InLibrary();
+    ~InLibrary();
+    InLibrary(const InLibrary&) = delete;
+    InLibrary& operator=(const InLibrary&) = delete;
+};
+
+}  // namespace vesktest

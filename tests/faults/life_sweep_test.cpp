@@ -1,0 +1,320 @@
+// Every call that can fail, failed in turn, under start and stop, under the rotation of the log,
+// and under the rewriting of the mark.
+#include "failing_calls.h"
+#include "fault.h"
+#include "operation.h"
+#include "rows.h"
+#include "sleep_gate.h"
+#include "sweep.h"
+#include "swept_host.h"
+
+#include "VeskNvme.h"
+#include "api/command_handler.h"
+#include "api/lib_initializer.h"
+#include "events/event_monitor.h"
+#include "support/ini_files.h"
+#include "support/logger.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <set>
+#include <string>
+#include <sys/wait.h>
+
+namespace {
+
+using namespace vesktest;
+
+// Many lives of the library in one process.
+class LifeSweep : public ::testing::TestWithParam<Row> {
+protected:
+    LifeSweep() : m_host(scenarioFor(GetParam().logged)) {
+        m_mapping = m_host.files().read(kMappingIniPath);
+        // What is made once in a process is made now.
+        begin();
+        startSoundly();
+        stop();
+        end();
+    }
+
+    bool is(const char* operation) const { return std::string(GetParam().operation) == operation; }
+
+    // As if the library had just been loaded.
+    void begin() {
+        m_gate = std::make_unique<SleepGate>();
+        CommandHandler::m_libraryInitialized = 0;
+        CommandHandler::m_libraryFinalized = 0;
+        CommandHandler::m_ControllerCount = 0;
+        VeskNVMeLibrary_Helper::m_LibPath = kFirstIniFolder;
+        m_host.driver().forgetHistory();
+        m_host.files().writeMappingIni(m_mapping);
+        if (GetParam().logged) {
+            m_host.files().write(kLogPath, "");
+            if (is("ZNV_Library_Initialize")) {
+                stg::lout.startDebug();
+            }
+        }
+    }
+    void end() {
+        stg::lout.stopDebug();
+        m_gate.reset();
+        while (waitpid(-1, nullptr, 0) > 0) {
+            ++m_commandsRun;
+        }
+    }
+
+    // A command that looked for the folder leaves its stream open.
+    void expectResources(Resources expected) const {
+        expected.descriptors += m_commandsRun;
+        EXPECT_EQ(Resources(), expected);
+    }
+
+    void startSoundly() {
+        EXPECT_EQ(ZT_API_Initialize(), 0);
+        EXPECT_EQ(ZT_Adapter_GetCount(), 1);
+        EXPECT_TRUE(m_gate->waitForSleeper(1));
+    }
+    void stop() {
+        m_gate->releaseAll();
+        ZNV_Library_Finalize();
+    }
+
+    // The library after a start that may have failed is a library that can be started.
+    void expectNextLifeToWork(const Resources& before) {
+        end();
+        begin();
+        startSoundly();
+        const Answer events = guarded(operationOf("ZT_EVT_GetEvent").run);
+        EXPECT_EQ(events.records.size(), 4U);
+        stop();
+        expectLiveLog(m_host.files(), GetParam().logged);
+        end();
+        expectResources(before);
+    }
+
+    SimHost m_host;
+    std::string m_mapping;
+    std::unique_ptr<SleepGate> m_gate;
+    std::size_t m_commandsRun = 0;
+};
+
+class StartSweep : public LifeSweep {
+protected:
+    // What a start that began no thread leaves: the public tear-down refuses to work on it.
+    static void removeWithoutThread() {
+        CVeskNVMeMonitor::destroyMe();
+        CLibInitializer::deleteOSdeviceTalkerInstance();
+        CommandHandler::destroyMe();
+    }
+};
+
+TEST_P(StartSweep, StartFailsAsPromisedAndTheNextOneWorks) {
+    const Resources before;
+    Answer answer;
+    sweep({[this] { begin(); },
+           [this, &answer] {
+               answer = guarded([this] {
+                   Answer result;
+                   const bool withConfiguration = is("ZT_API_Initialize");
+                   const InLibrary inside;
+                   if (withConfiguration) {
+                       result.result = ZT_API_Initialize();
+                   } else {
+                       ZNV_Library_Initialize();
+                   }
+                   return result;
+               });
+           },
+           [&](const Injection& injection) {
+               EXPECT_TRUE(answer.thrown.empty() || answer.thrown == "std::bad_alloc" ||
+                           answer.thrown == "std::system_error")
+                   << answer.thrown;
+               if (injection.fault().repeat == Repeat::kOnce) {
+                   EXPECT_EQ(answer.thrown == "std::system_error",
+                             injection.failedCall().rfind("pthread_create", 0) == 0)
+                       << "a refused thread, and nothing else";
+               }
+               EXPECT_TRUE(answer.result == 0 || answer.result == 1);
+               if (Resources().threads > before.threads) {
+                   EXPECT_EQ(answer.thrown, "");
+                   EXPECT_EQ(ZT_Adapter_GetCount(), 1);
+                   EXPECT_TRUE(m_gate->waitForSleeper(1));
+                   stop();
+               } else {
+                   removeWithoutThread();
+               }
+               expectNextLifeToWork(before);
+           }},
+          GetParam().extent);
+}
+
+class StopSweep : public LifeSweep {};
+
+TEST_P(StopSweep, StopStopsAndTheNextStartWorks) {
+    const Resources before;
+    Answer answer;
+    sweep({[this] {
+               begin();
+               startSoundly();
+               m_gate->releaseAll();
+           },
+           [this, &answer] {
+               answer = guarded([this] {
+                   CommandHandler::m_libraryFinalized = 1;
+                   const bool atItsSecondCall = is("ZT_API_Finalize");
+                   const InLibrary inside;
+                   if (atItsSecondCall) {
+                       ZT_API_Finalize();
+                   } else {
+                       ZNV_Library_Finalize();
+                   }
+                   return Answer();
+               });
+           },
+           [&](const Injection&) {
+               EXPECT_EQ(answer.thrown, "");
+               EXPECT_EQ(Resources().threads, before.threads);
+               expectNextLifeToWork(before);
+           }},
+          GetParam().extent);
+}
+
+INSTANTIATE_TEST_SUITE_P(Life, StartSweep, ::testing::ValuesIn(kStartRows), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Life, StopSweep, ::testing::ValuesIn(kStopRows), nameOfRow);
+
+// ---- The files that the library writes ----
+
+TEST(RotationSweep, LogGoesOnWhateverFailsInItsRotation) {
+    const PrivateHost files;
+    const std::filesystem::path folder = files.path("/scratch/log");
+    const std::string longText(5000, 'x');  // written by another call than short ones
+    const Resources before;
+    sweep({[&] {
+               for (const auto& file : std::filesystem::directory_iterator(folder)) {
+                   std::filesystem::remove(file.path());
+               }
+               for (const int number : {1, 2, 3}) {
+                   files.write(std::string(kLogPath) + '.' + std::to_string(number),
+                               "file " + std::to_string(number));
+               }
+               files.write(kLogPath, "");
+               std::filesystem::resize_file(files.path(kLogPath), 104857601);
+               stg::lout.startDebug();
+           },
+           [&longText] {
+               const InLibrary inside;
+               stg::lout << longText << '\n';
+               ZT_Adapter_GetCount();
+           },
+           [&](const Injection& injection) {
+               ZT_Adapter_GetCount();
+               ZT_Adapter_GetCount();
+               EXPECT_LT(std::filesystem::file_size(files.path(kLogPath)), std::uintmax_t{1} << 20)
+                   << "it is rotated in the end";
+               expectLiveLog(files, true);
+               stg::lout.stopDebug();
+               EXPECT_EQ(Resources(), before);
+               std::string history;
+               for (int number = 1; number <= 8; ++number) {
+                   const std::string path = std::string(kLogPath) + '.' + std::to_string(number);
+                   if (files.exists(path) &&
+                       std::filesystem::file_size(files.path(path)) == std::size("file 1") - 1) {
+                       history += files.read(path).back();
+                   }
+               }
+               // A file that cannot be opened or renamed gives way to the next newer one.
+               if (injection.fault().kind == FaultKind::kNew) {
+                   EXPECT_EQ(history, "123") << "lack of memory costs no older file";
+               }
+           }},
+          kRotation);
+}
+
+TEST(MarkSweep, MarkIsTheOldOneOrTheNewOneAndStoredIfItIsSaidToBe) {
+    const PrivateHost files;
+    VeskNVMeLibrary_Helper::m_LibPath = kFirstIniFolder;
+    const std::string rows = "[PhysicalDevice]\n1=500\n[EventSequenceNumber]\nSequenceNumber=";
+    const Resources before;
+    USHORT_INT result = 0;
+    sweep({[&] { files.writeMappingIni(rows + "99\n"); },
+           [&result] {
+               // For the caller, what is thrown is the same as 1.
+               result = 1;
+               try {
+                   const InLibrary inside;
+                   result = VeskNVMeLibrary_Helper::writeLastProcessedEventSeqNumberToINIFile(100);
+               } catch (const std::bad_alloc&) {
+               }
+           },
+           [&](const Injection&) {
+               const std::string text = files.read(kMappingIniPath);
+               EXPECT_TRUE(text == rows + "100" || (result == 1 && text == rows + "99\n"))
+                   << result << ' ' << text;
+               EXPECT_EQ(VeskNVMeLibrary_Helper::writeLastProcessedEventSeqNumberToINIFile(101), 0);
+               EXPECT_EQ(files.read(kMappingIniPath), rows + "101");
+               EXPECT_EQ(Resources(), before);
+           }},
+          kMark);
+}
+
+TEST(FolderSweep, FolderStaysAsItWasWithoutAConfiguration) {
+    const PrivateHost files;
+    VeskNVMeLibrary_Helper::m_LibPath = "/scratch/earlier/";
+    Answer answer;
+    sweep({[] {},
+           [&answer] {
+               answer = guarded([] {
+                   const InLibrary inside;
+                   VeskNVMeLibrary_Helper::getLinuxINIPath();
+                   return Answer();
+               });
+           },
+           [&answer](const Injection&) {
+               EXPECT_TRUE(answer.thrown.empty() || answer.thrown == "std::bad_alloc");
+               EXPECT_EQ(VeskNVMeLibrary_Helper::m_LibPath, "/scratch/earlier/");
+               while (waitpid(-1, nullptr, 0) > 0) {
+               }
+           }},
+          kFolder);
+}
+
+// What symbols.txt says of calls that are swept holds for a library that makes them.
+TEST(SweptCalls, AllAreMadeByOneLifeOfTheLibrary) {
+    std::set<std::string> calls;
+    std::mutex mutex;
+    {
+        SimHost host(scenarioFor(true));
+        const FailingCalls watch([&calls, &mutex](const char* call, const std::string&) {
+            const std::lock_guard<std::mutex> lock(mutex);
+            calls.insert(call);
+            return 0;
+        });
+        VeskNVMeLibrary_Helper::getLinuxINIPath();
+        const std::string configuration = host.files().read(kConfigIniPath);
+        std::filesystem::remove(host.files().path(kConfigIniPath));
+        VeskNVMeLibrary_Helper::getLinuxINIPath();
+        host.files().writeConfigIni(configuration);
+        host.files().write(std::string(kLogPath) + ".1", "");
+        EXPECT_EQ(host.start(), 1);
+        EXPECT_TRUE(host.gate().waitForSleeper(1));
+        EXPECT_EQ(guarded(operationOf("ZT_EVT_GetEvent").run).result, 0);
+        std::filesystem::resize_file(host.files().path(kLogPath), 104857601);
+        stg::lout << "the position is where the file ended before" << '\n';
+        stg::lout << std::string(5000, 'x') << '\n';
+        ZT_Adapter_GetCount();
+        host.stop();
+        stg::lout.stopDebug();
+    }
+    EXPECT_EQ(calls, (std::set<std::string>{"fclose", "fopen", "fopen64", "lseek64", "popen",
+                                            "pthread_create", "read", "remove", "rename", "symlink",
+                                            "write", "writev"}));
+}
+
+}  // namespace

@@ -1,0 +1,105 @@
+// What the host allocates is none of the library's calls.
+#include "platform_calls.h"
+
+#include "allocation_fault.h"
+#include "fault.h"
+
+#include "sim/host/simulated_host.h"
+#include "transport/vmk_mgmt.h"
+
+#include <atomic>
+#include <cstdarg>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+using vesktest::FaultKind;
+using vesktest::Injection;
+
+constexpr int kFailed = 0x0BAD0001;
+
+// Outside of the library until it goes.
+class Outside {
+public:
+    Outside()
+        : m_malloc(vesktest::exchangeMallocFault(nullptr)),
+          m_new(vesktest::exchangeNewFault(nullptr)) {}
+    ~Outside() {
+        vesktest::exchangeMallocFault(m_malloc);
+        vesktest::exchangeNewFault(m_new);
+    }
+    Outside(const Outside&) = delete;
+    Outside& operator=(const Outside&) = delete;
+
+private:
+    vesktest::AllocationFault* m_malloc;
+    vesktest::AllocationFault* m_new;
+};
+
+bool fails(const char* function) {
+    Injection* const injection = Injection::current();
+    return injection != nullptr && injection->isToFail(FaultKind::kPlatform, function);
+}
+
+vesksim::SimulatedHost& host() {
+    return vesksim::SimulatedHost::instance();
+}
+
+// Without a driver in between, calls of several threads overlap as they do on a host.
+std::atomic<bool> s_driverIsSet{false};
+std::mutex s_mutex;
+vesktest::HostileDriver s_driver;
+
+}  // namespace
+
+namespace vesktest {
+
+DriverInBetween::DriverInBetween(HostileDriver driver) {
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    s_driver = std::move(driver);
+    s_driverIsSet = true;
+}
+
+DriverInBetween::~DriverInBetween() {
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    s_driverIsSet = false;
+    s_driver = nullptr;
+}
+
+}  // namespace vesktest
+
+int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long* handle) {
+    const Outside outside;
+    return fails("vmk_MgmtUserInit") ? kFailed : host().open(signature, cookie, handle);
+}
+
+int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId,
+                                  unsigned long callbackId, unsigned int parameterCount, ...) {
+    const Outside outside;
+    std::va_list parameters;
+    va_start(parameters, parameterCount);
+    void* const parameter0 = va_arg(parameters, void*);
+    void* const parameter1 = va_arg(parameters, void*);
+    va_end(parameters);
+    if (fails("vmk_MgmtUserCallbackInvokeInt")) {
+        return kFailed;
+    }
+    const auto honest = [=] {
+        return host().invoke(handle, instanceId, callbackId, parameterCount, parameter0,
+                             parameter1);
+    };
+    if (!s_driverIsSet) {
+        return honest();
+    }
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    return s_driver ? s_driver(callbackId, parameter0, parameter1, honest) : honest();
+}
+
+// Closes also when it fails: there is nothing else that anybody could do with the handle.
+int vmk_MgmtUserDestroy(unsigned long handle) {
+    const Outside outside;
+    const bool failed = fails("vmk_MgmtUserDestroy");
+    const int result = host().close(handle);
+    return failed ? kFailed : result;
+}
