@@ -38,7 +38,8 @@ inline UCHAR_ severityNumber(std::string_view name) {
 }
 
 inline USHORT_INT classNumber(std::string_view name) {
-    static constexpr std::string_view kNames[] = {"NVMe", "VD", "PD"};
+    static constexpr std::string_view kNames[] = {"NVMe", "ADAPTER",  "VD",  "PD",
+                                                  "PM",   "EXPANDER", "MDD", "BSL"};
     for (UCHAR_ i = 0; i < sizeof kNames / sizeof *kNames; ++i) {
         if (name.find(kNames[i]) != std::string_view::npos) {
             return i;
