@@ -6,6 +6,7 @@
 
 #include "pci_dump_file.h"
 #include "private_host.h"
+#include "sim/redirect/call_policy.h"
 
 #include "VeskNvme.h"
 
@@ -13,13 +14,12 @@
 #include <cstring>
 #include <fcntl.h>
 #include <string>
+#include <string_view>
 #include <unistd.h>
 
 namespace {
 
 CController g_controller;
-char g_dumpPath[256];  // the real one
-
 std::string dumpOfDevices(int count) {
     std::string text;
     for (int device = 1; device < count; ++device) {
@@ -42,15 +42,18 @@ UCHAR_ byteAt(const char* dump, int index) {
 // Link status and capabilities out of the dump behind the line that holds the name.
 void readLink(CController& controller) {
     char text[64 * 1024];
-    const int file = open(g_dumpPath, O_RDONLY | O_CLOEXEC);
+    // The library's own call goes through the redirection, too.
+    char room[vesksim::kPathRoom];
+    const int file =
+        open(vesksim::redirected(vesktest::kPciConfigPath, room), O_RDONLY | O_CLOEXEC);
     const ssize_t size = read(file, text, sizeof text);
     close(file);
-    const void* const name = memmem(text, static_cast<std::size_t>(size), bench::kAdapterName,
-                                    std::strlen(bench::kAdapterName));
-    if (name == nullptr) {
+    const std::string_view all(text, static_cast<std::size_t>(size));
+    const std::size_t name = all.find(bench::kAdapterName);
+    if (name == std::string_view::npos) {
         std::abort();
     }
-    const char* const dump = std::strchr(static_cast<const char*>(name), '\n') + 1;
+    const char* const dump = text + all.find('\n', name) + 1;
     int capability = byteAt(dump, 0x34);
     for (int hops = 0; byteAt(dump, capability) != 0x10 && hops < 6; ++hops) {
         capability = byteAt(dump, capability + 1);
@@ -87,7 +90,6 @@ using Count = UCHAR_();
 void bench::addRows() {
     static const vesktest::PrivateHost s_host;
     s_host.write(vesktest::kPciConfigPath, dumpOfDevices(40));
-    std::strcpy(g_dumpPath, s_host.path(vesktest::kPciConfigPath).c_str());
     connectLibrary();
 
     addLoop("Adapter_GetInfo", "library", [] {
