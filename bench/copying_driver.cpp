@@ -86,7 +86,7 @@ nvme_uio readCommand(UNSIGNED_INTEGER subCommand, UNSIGNED_INTEGER target, void*
     return uio;
 }
 
-void fillLogArea(int records) {
+void fillLogArea(int records, int first) {
     constexpr int kPages = 16;
     constexpr std::size_t kPageSize = 0x1000;
     constexpr std::size_t kTextBegin = 40;
@@ -98,7 +98,7 @@ void fillLogArea(int records) {
         char line[128];
         std::snprintf(line, sizeof line,
                       "[SEQ]%d[EVT_ID]%X[TIME]%d[DEV_ID]%d[MSG]PD_Drive is online again_INFO\n",
-                      1000 + record, 0x835 + record % 16, 1790000000 + record, record % 2);
+                      first + record, 0x835 + record % 16, 1790000000 + record, record % 2);
         std::strncat(text, line, kPageSize - kTextBegin - 1 - std::strlen(text));
     }
 }

@@ -35,7 +35,7 @@ bool send(nvme_uio& uio);
 // A read of 4096 bytes by the vendor's opcode 0xE2.
 nvme_uio readCommand(UNSIGNED_INTEGER subCommand, UNSIGNED_INTEGER target, void* buffer);
 
-// Puts this many records into the log area, evenly over its pages, numbered from 1000 on.
-void fillLogArea(int records);
+// Puts this many records into the log area, evenly over its pages, numbered from `first` on.
+void fillLogArea(int records, int first = 1000);
 
 }  // namespace bench

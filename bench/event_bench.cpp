@@ -155,6 +155,38 @@ void addDelivery(const std::string& path) {
     addSide("floor", s_events, [path] { deliverByHand(s_events, path.c_str()); });
 }
 
+// What a poll costs by what the area holds, and an event from the log area to the host, over runs
+// of any length.
+void addGrowth() {
+    for (const int records : {0, 100, 200, 400, 800}) {
+        bench::add("poll of " + std::to_string(records) + " records", "library",
+                   [records](benchmark::State& state) {
+                       bench::fillLogArea(records);
+                       for (auto pass : state) {
+                           static_cast<void>(pass);
+                           stg::dispatch(VeskNVMe_GetEvent);
+                       }
+                   });
+    }
+    for (const int events : {64, 640, 6400, 64000, 1000000}) {
+        bench::add("run of " + std::to_string(events) + " events", "library",
+                   [events](benchmark::State& state) {
+                       for (auto pass : state) {
+                           static_cast<void>(pass);
+                           for (int done = 0; done < events; done += kDelivered) {
+                               bench::fillLogArea(kDelivered, g_lastNumber + 1);
+                               g_lastNumber += kDelivered;
+                               stg::dispatch(VeskNVMe_GetEvent);
+                               UCHAR_ count = 0;
+                               ZT_EVT_GetEvent(0, 0, &count, deliveredEvents());
+                           }
+                       }
+                   })
+            ->Iterations(events > 6400 ? 1 : 6400 / events)
+            ->Repetitions(events > 64000 ? 1 : 5);
+    }
+}
+
 }  // namespace
 
 void bench::addRows() {
@@ -165,4 +197,5 @@ void bench::addRows() {
     stg::dispatch(VeskNVMe_GetEvent);  // makes the event map
     addPoll(800);
     addDelivery(s_host.path(vesktest::kMappingIniPath));
+    addGrowth();
 }

@@ -21,49 +21,39 @@ constexpr std::string_view kFinishedLine =
     "code: 0\n";
 constexpr const char* kFloorPath = "/scratch/log/floor.log";
 constexpr const char* kPeerPath = "/scratch/log/peer.log";
-constexpr long kMostBytes = 64 << 20;  // far below the limit at which the log is rotated
+constexpr long kMostBytes = 32 << 20;  // behind 64 MiB still below the limit of 100 MiB
 
 const vesktest::PrivateHost& host() {
     static const vesktest::PrivateHost s_host;
     return s_host;
 }
 
-// Adds a side that writes lines into the file. Starts with an empty file in each run.
+// Adds a side that writes lines into the file, of which each run finds this many bytes.
 template <typename Statement>
-void addSide(const std::string& row, const std::string& side, const char* path, int threads,
-             Statement statement) {
+benchmark::internal::Benchmark* addSide(const std::string& row, const std::string& side,
+                                        const char* path, long size, Statement statement) {
     const std::string file = host().path(path);
-    bench::add(row, side,
-               [file, statement](benchmark::State& state) {
-                   if (state.thread_index() == 0 && truncate(file.c_str(), 0) != 0) {
-                       std::abort();
-                   }
-                   long bytes = 0;
-                   for (auto pass : state) {
-                       static_cast<void>(pass);
-                       statement();
-                       bytes += static_cast<long>(kFinishedLine.size());
-                       if (bytes > kMostBytes / state.threads()) {
-                           state.SkipWithError("the file grows beyond what is left of the memory");
-                           break;
-                       }
-                   }
-               })
-        ->Threads(threads)
-        ->UseRealTime();
-}
-
-void addThreads(int threads, int floorFile, spdlog::logger& logger) {
-    const std::string row =
-        threads == 1 ? "log line" : "log line, " + std::to_string(threads) + " threads";
-    addSide(row, "library", vesktest::kLogPath, threads, [] { stg::logLine(kText, 0); });
-    addSide(row, "floor", kFloorPath, threads, [floorFile] {
-        if (write(floorFile, kFinishedLine.data(), kFinishedLine.size()) < 0) {
+    return bench::add(row, side, [file, size, statement](benchmark::State& state) {
+        if (state.thread_index() == 0 && truncate(file.c_str(), size) != 0) {
             std::abort();
         }
+        long bytes = 0;
+        for (auto pass : state) {
+            static_cast<void>(pass);
+            statement();
+            bytes += static_cast<long>(kFinishedLine.size());
+            if (bytes > kMostBytes / state.threads()) {
+                state.SkipWithError("the file grows to the limit at which it is rotated");
+                break;
+            }
+        }
     });
-    addSide(row, "spdlog", kPeerPath, threads,
-            [&logger] { logger.info("CVMWareZNVDeviceTalker::executeCMD: Return code: {}", 0); });
+}
+
+void writeFinishedLine(int file) {
+    if (write(file, kFinishedLine.data(), kFinishedLine.size()) < 0) {
+        std::abort();
+    }
 }
 
 }  // namespace
@@ -76,7 +66,28 @@ void bench::addRows() {
     s_peer.set_pattern("(T: %t) [%c] %v");
     s_peer.flush_on(spdlog::level::info);
     stg::lout.startDebug();
-    for (const int threads : {1, 2, 4, 16, 64}) {
-        addThreads(threads, floorFile, s_peer);
+
+    const auto byLibrary = [] {
+        stg::logLine(kText, 0);
+    };
+    const auto byHand = [floorFile] {
+        writeFinishedLine(floorFile);
+    };
+    const auto byPeer = [] {
+        s_peer.info("CVMWareZNVDeviceTalker::executeCMD: Return code: {}", 0);
+    };
+    addSide("log line", "library", vesktest::kLogPath, 0, byLibrary);
+    addSide("log line", "floor", kFloorPath, 0, byHand);
+    addSide("log line", "spdlog", kPeerPath, 0, byPeer);
+    for (const int threads : {2, 4, 16, 64}) {
+        const std::string row = "log line, " + std::to_string(threads) + " threads";
+        addSide(row, "library", vesktest::kLogPath, 0, byLibrary)->Threads(threads)->UseRealTime();
+        addSide(row, "floor", kFloorPath, 0, byHand)->Threads(threads)->UseRealTime();
+        addSide(row, "spdlog", kPeerPath, 0, byPeer)->Threads(threads)->UseRealTime();
+    }
+    for (const long kib : {1L, 1024L, 16384L, 65536L}) {
+        const std::string row = "log line behind " + std::to_string(kib) + " KiB";
+        addSide(row, "library", vesktest::kLogPath, kib * 1024, byLibrary);
+        addSide(row, "floor", kFloorPath, kib * 1024, byHand);
     }
 }
