@@ -224,7 +224,12 @@ VOID_ CommandHandler::destroyMe() {
 }
 
 RESULT CommandHandler::navigator(ZTCommand command) {
-    LOG_ENTRY;
+    run(command);
+    return 0;
+}
+
+void CommandHandler::run(const ZTCommand& command) {
+    LOG_ENTRY_AS("RESULT CommandHandler::navigator(ZTCommand)");
     std::vector<IObject*> objects;
     switch (command.commandId) {
     case API_INITIALIZE:
@@ -261,22 +266,15 @@ RESULT CommandHandler::navigator(ZTCommand command) {
         runDiskCommand(command);
         break;
     }
-    LOG_EXIT;
-    return 0;
+    LOG_EXIT_AS("RESULT CommandHandler::navigator(ZTCommand)");
 }
 
 namespace stg {
 
 void dispatch(CommandId id, VOIDPTR arg1, VOIDPTR arg2, VOIDPTR arg3, VOIDPTR arg4) {
-    ZTCommand command = {};
-    command.commandId = id;
-    command.arg1 = arg1;
-    command.arg2 = arg2;
-    command.arg3 = arg3;
-    command.arg4 = arg4;
     // The instance is made for those who ask for it; the command runs without one too.
     CommandHandler::getUniqueInstance();
-    CommandHandler::navigator(command);
+    CommandHandler::run(ZTCommand{id, arg1, arg2, arg3, arg4, nullptr});
 }
 
 }  // namespace stg

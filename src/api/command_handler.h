@@ -15,6 +15,8 @@ public:
     // Runs one command. Always 0: failures show in the error state and in the caller's memory.
     // Static, so that a command runs also where there was no memory for the instance: it uses none.
     static RESULT navigator(ZTCommand command);
+    // The same, without a copy of the record.
+    static void run(const ZTCommand& command);
 
     static CommandHandler* m_pCommandHandlerInstance;
     static UCHAR_ m_ControllerCount;       // 0, or 1 once a controller was found; never cleared

@@ -16,17 +16,18 @@ constexpr UCHAR_ kStatusBitSet = 1;
 
 }  // namespace
 
-CPhysicalDisk::CPhysicalDisk()
-    : m_info(), m_raidStatus(), m_smartInfo(), m_config(), m_freeSpace() {
+CPhysicalDisk::CPhysicalDisk() {
     LOG_ENTRY;
+    // All five records at once.
+    std::memset(static_cast<void*>(this), 0, sizeof(*this));
     LOG_EXIT;
 }
 
 // ODDITY: copying clears and assigning does nothing: the records leave as bytes only, and nothing
 // here copies a disk. Pinned by PhysicalDisk.CopyIsClearedAndAssignmentChangesNothing.
-CPhysicalDisk::CPhysicalDisk(const CPhysicalDisk& /*other*/)
-    : m_info(), m_raidStatus(), m_smartInfo(), m_config(), m_freeSpace() {
+CPhysicalDisk::CPhysicalDisk(const CPhysicalDisk& /*other*/) {
     LOG_ENTRY;
+    std::memset(static_cast<void*>(this), 0, sizeof(*this));
     LOG_EXIT;
 }
 

@@ -57,6 +57,11 @@ struct NumberText {
     ULONG_INT value;
 };
 
+// In the C locale: the standard function is a call, and this is asked for each number.
+bool isBlank(char character) {
+    return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
 bool isHexPrefix(std::string_view text) {
     return text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X') &&
            std::isxdigit(static_cast<unsigned char>(text[2])) != 0;
@@ -65,7 +70,7 @@ bool isHexPrefix(std::string_view text) {
 // The number at the start of a text as strtoul reads it, without a copy of the text and without an
 // exception: blanks, a sign that wraps, a "0x" before hexadecimal digits; what follows is ignored.
 NumberText readNumber(std::string_view text, int base) {
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())) != 0) {
+    while (!text.empty() && isBlank(text.front())) {
         text.remove_prefix(1);
     }
     const bool negative = !text.empty() && text.front() == '-';
@@ -204,7 +209,20 @@ struct PageCount {
     INTEGER added = 0;
     bool complete = true;
     UNSIGNED_INTEGER lowestMissing = 0xFFFFFFFF;
+    EventMap::iterator next;  // behind the record of the line before
 };
+
+// Where a number is in the map, or belongs. As lines mostly come in rising order, a known number
+// follows the one before it, and a new one is above all others.
+EventMap::iterator placeOf(EventMap& events, EventMap::iterator next, UNSIGNED_INTEGER number) {
+    if (next != events.end() && next->first == number) {
+        return next;
+    }
+    if (events.empty() || events.rbegin()->first < number) {
+        return events.end();
+    }
+    return events.lower_bound(number);
+}
 
 void addLine(std::string_view line, EventMap& events, PageCount& count) {
     logEventLine(line);
@@ -213,8 +231,9 @@ void addLine(std::string_view line, EventMap& events, PageCount& count) {
     if (readLine(event, line) != 0) {
         return;
     }
-    const auto place = events.lower_bound(event.sequenceNo);
+    const auto place = placeOf(events, count.next, event.sequenceNo);
     if (place != events.end() && place->first == event.sequenceNo) {
+        count.next = std::next(place);
         return;
     }
     HeapRecord<_Event> record = stg::tryAllocateZeroed<_Event>();
@@ -227,6 +246,7 @@ void addLine(std::string_view line, EventMap& events, PageCount& count) {
     }
     *record = event;
     events.emplace_hint(place, event.sequenceNo, record.get());
+    count.next = place;
     static_cast<void>(record.release());
     ++count.added;
 }
@@ -248,6 +268,7 @@ EventParser& EventParser::getInstance() {
 INTEGER EventParser::parseEventBuffer(char* page, EventMap* events) {
     LOG_ENTRY;
     PageCount count;
+    count.next = events->begin();
     const bool carried = !m_remaining.empty();
     std::string_view text =
         carried ? std::string_view(page + kCarryTextBegin, kCarrySize - kCarryTextBegin)

@@ -20,10 +20,15 @@ inline HeapRecord<void> tryAllocateZeroed(std::size_t size) {
     return HeapRecord<void>(std::calloc(1, size));
 }
 
-// Null without memory.
+// Null without memory. Not by calloc: it does not take the small blocks that the thread has freed,
+// and what then piles up makes the next large allocation tidy the whole heap.
 template <typename Record>
 HeapRecord<Record> tryAllocateZeroed() {
-    return HeapRecord<Record>(static_cast<Record*>(tryAllocateZeroed(sizeof(Record)).release()));
+    HeapRecord<Record> record(static_cast<Record*>(std::malloc(sizeof(Record))));
+    if (record) {
+        *record = Record{};
+    }
+    return record;
 }
 
 // Throws std::bad_alloc without memory.

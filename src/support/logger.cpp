@@ -1,10 +1,12 @@
 #include "support/logger.h"
 
-#include <chrono>
+#include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <new>
+#include <pthread.h>
 #include <unistd.h>
 
 namespace {
@@ -12,8 +14,8 @@ namespace {
 constexpr const char* kLogFile = "/scratch/log/libVeskNVMe.log";
 constexpr const char* kLogLink = "/var/log/libVeskNVMe.log";
 
-constexpr std::uint64_t kFileLimit = 0x6400000;   // 100 MiB; rotated above it
-constexpr std::streamoff kBufferLimit = 0xFFFFF;  // an unfinished line is flushed above it
+constexpr std::uint64_t kFileLimit = 0x6400000;  // 100 MiB; rotated above it
+constexpr std::size_t kBufferLimit = 0xFFFFF;    // an unfinished line is flushed above it
 constexpr int kOldestRotatedFile = 8;
 
 // The time as ctime gives it, without its line end. Looking at the time zone, as ctime does each
@@ -34,6 +36,16 @@ const char* timeText(std::time_t now) {
         second = now;
     }
     return text;
+}
+
+char* append(char* end, std::string_view text) {
+    return std::copy(text.begin(), text.end(), end);
+}
+
+// As tellp, which costs twice as much.
+std::streamoff positionOf(const std::ofstream& stream) {
+    return stream.fail() ? std::streamoff(-1)
+                         : std::streamoff(stream.rdbuf()->pubseekoff(0, std::ios::cur));
 }
 
 }  // namespace
@@ -94,7 +106,7 @@ CLogger& CLogger::operator<<(char character) {
 }
 
 void CLogger::flushLongBuffer(std::thread::id thread, std::ostringstream& buffer) {
-    if (buffer.tellp() > kBufferLimit) {
+    if (buffer.tellp() > std::streamoff{kBufferLimit}) {
         writeToLog(thread);
     }
 }
@@ -108,22 +120,64 @@ VOID_ CLogger::writeToLog(std::thread::id thread) {
 }
 
 VOID_ CLogger::writeToLogFile(char* text) {
+    if (prepareStream()) {
+        writeThreadIdAndTime();
+        m_logStream << text;
+        m_logStream.flush();
+    }
+}
+
+VOID_ CLogger::writeLine(std::initializer_list<LogPiece> pieces) {
+    std::size_t size = 0;
+    for (const LogPiece& piece : pieces) {
+        size += piece.text().size();
+    }
+    const std::thread::id thread = std::this_thread::get_id();
+    std::unique_lock<std::mutex> lock(logMutex);
+    if (size > kBufferLimit || hasBegunLine(thread)) {
+        lock.unlock();
+        for (const LogPiece& piece : pieces) {
+            *this << piece.text();
+        }
+        *this << '\n';
+        return;
+    }
+    if (!prepareStream()) {
+        return;
+    }
+    writeThreadIdAndTime();
+    bool cut = false;  // at a NUL byte, with the line feed, as a line in a buffer is
+    for (const LogPiece& piece : pieces) {
+        const std::string_view text = piece.text().substr(0, piece.text().find('\0'));
+        m_logStream.write(text.data(), static_cast<std::streamsize>(text.size()));
+        cut = text.size() < piece.text().size();
+        if (cut) {
+            break;
+        }
+    }
+    if (!cut) {
+        m_logStream.put('\n');
+    }
+    m_logStream.flush();
+}
+
+bool CLogger::hasBegunLine(std::thread::id thread) {
+    const auto buffer = m_threadBuffers.find(thread);
+    return buffer != m_threadBuffers.end() && buffer->second.tellp() != std::streamoff(0);
+}
+
+// Rotates and reopens the file if that is due. Whether it is open then.
+bool CLogger::prepareStream() {
     // ODDITY: compared as unsigned, so the -1 of a failed stream is above the limit too. The
     // rotation and reopening that follow are what heals the stream. Pinned by
     // Logger.FailedStreamIsReopened.
-    if (m_logStream.is_open() &&
-        static_cast<std::uint64_t>(std::streamoff(m_logStream.tellp())) > kFileLimit) {
+    if (m_logStream.is_open() && static_cast<std::uint64_t>(positionOf(m_logStream)) > kFileLimit) {
         closeAndRotate();
     }
     if (m_reopening) {
         reopen();
     }
-    if (!m_logStream.is_open()) {
-        return;
-    }
-    writeThreadIdAndTime();
-    m_logStream << text;
-    m_logStream.flush();
+    return m_logStream.is_open();
 }
 
 void CLogger::closeAndRotate() {
@@ -148,9 +202,15 @@ void CLogger::reopen() {
 }
 
 VOID_ CLogger::writeThreadIdAndTime() {
-    const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
-    m_logStream << "(T: " << std::this_thread::get_id() << ") "
-                << "[" << timeText(now) << "] ";
+    // Put together here: each insertion into the stream costs as much as all of this.
+    char prefix[128];
+    char* end = append(prefix, "(T: ");
+    // The number that a std::thread::id shows.
+    end = std::to_chars(end, end + 20, pthread_self()).ptr;
+    end = append(end, ") [");
+    end = append(end, timeText(std::time(nullptr)));
+    end = append(end, "] ");
+    m_logStream.write(prefix, end - prefix);
 }
 
 INTEGER CLogger::rotateLog() {

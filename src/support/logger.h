@@ -1,14 +1,16 @@
 // The trace log: one global logger, one buffer per thread, one file that is rotated by size.
 //
-// Any thread may log. A line is put together in the buffer of its thread, piece by piece, and goes
-// to the file when its line feed is inserted. The logger takes no other lock under its own, so it
-// may be used with any lock held.
+// Any thread may log. A line comes whole, or it is put together in the buffer of its thread, piece
+// by piece, and goes to the file when its line feed is inserted. The logger takes no other lock
+// under its own, so it may be used with any lock held.
 #pragma once
 
 #include "VeskNvme.h"
+#include "support/log_piece.h"
 
 #include <atomic>
 #include <fstream>
+#include <initializer_list>
 #include <map>
 #include <mutex>
 #include <new>
@@ -34,6 +36,10 @@ public:
     template <typename T>
     CLogger& operator<<(const T& value);
 
+    // A whole line, at once: much faster than to insert its pieces and a line feed one by one, and
+    // the same in the file. Seldom called, as logging is off mostly.
+    [[gnu::cold]] VOID_ writeLine(std::initializer_list<LogPiece> pieces);
+
     // The flag alone, so that a caller can leave a statement out before it builds any text.
     // Read without the lock.
     bool isActive() const { return m_active.load(std::memory_order_relaxed); }
@@ -51,6 +57,8 @@ public:
 
 private:
     void flushLongBuffer(std::thread::id thread, std::ostringstream& buffer);
+    bool hasBegunLine(std::thread::id thread);
+    bool prepareStream();
     void closeAndRotate();
     void reopen();
 

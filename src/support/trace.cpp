@@ -1,5 +1,7 @@
 #include "support/trace.h"
 
+#include "support/log_line.h"
+
 #include <algorithm>
 #include <new>
 
@@ -24,14 +26,14 @@ std::string methodName(const std::string& signature) {
     const std::size_t end = std::min(signature.rfind('('), signature.size());
     // A function outside of any class has no "::"; its name starts behind its result type.
     const std::size_t qualifier = std::min(signature.find("::"), end);
-    const std::size_t blank = signature.substr(0, qualifier).rfind(' ');
+    const std::size_t blank = signature.rfind(' ', qualifier);
     const std::size_t start = blank == std::string::npos ? 0 : blank + 1;
     return signature.substr(start, end - start) + "()";
 }
 
 void writeTrace(const char* signature, const char* label, const char* event) {
     try {
-        lout << methodName(withBlankBehindPointers(signature)) << label << event << '\n';
+        logLine(methodName(withBlankBehindPointers(signature)), label, event);
     } catch (const std::bad_alloc&) {
         // Destructors trace too, and an exception out of one would end the host's process. The line
         // is lost, nothing else.

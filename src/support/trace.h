@@ -15,9 +15,11 @@ std::string methodName(const std::string& signature);
 
 // Writes the line. `signature` is the compiler's text for the function, `label` stands right behind
 // the parentheses of the name, `event` is " ENTRY " or " EXIT ".
-void writeTrace(const char* signature, const char* label, const char* event);
+[[gnu::cold]] void writeTrace(const char* signature, const char* label, const char* event);
 
-inline void trace(const char* signature, const char* label, const char* event) {
+// In place everywhere: while logging is off, the test is all that a function has of its trace.
+[[gnu::always_inline]] inline void trace(const char* signature, const char* label,
+                                         const char* event) {
     if (lout.isActive()) {
         writeTrace(signature, label, event);
     }

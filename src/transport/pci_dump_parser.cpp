@@ -3,9 +3,8 @@
 #include "support/log_line.h"
 #include "support/trace.h"
 
-#include <cctype>
+#include <array>
 #include <stdexcept>
-#include <string>
 
 namespace {
 
@@ -35,13 +34,32 @@ bool findPciExpress(const std::vector<USHORT_INT>& dump, std::size_t& capability
     return false;
 }
 
-// One configuration byte of the dump. Digits only in front: no sign and no blank, which the
-// standard conversion would take.
-USHORT_INT hexByte(const std::string& text) {
-    if (text.empty() || std::isxdigit(static_cast<unsigned char>(text.front())) == 0) {
-        throw std::invalid_argument("stoul");
+// Traced under the name of the operation that it does the work of: the lines of the log are fixed.
+constexpr const char* kFetchLine =
+    "RESULT stg::IZNVDeviceTalker_Helper::fetchHexDumpLineIntoVector(STDSTR, "
+    "std::vector<USHORT_INT>&, USHORT_INT)";
+
+// What the standard conversion says of a text without a digit, and so does the log.
+constexpr const char* kNoNumber = "stoul";
+
+// The value of each character as a hexadecimal digit, -1 for those that are none. A table, as a
+// dump's digits follow no pattern that branches could be predicted by.
+constexpr std::array<signed char, 256> digitValues() {
+    std::array<signed char, 256> values = {};
+    for (signed char& value : values) {
+        value = -1;
     }
-    return static_cast<USHORT_INT>(std::stoul(text, nullptr, 16));
+    for (int digit = 0; digit < 16; ++digit) {
+        const auto value = static_cast<signed char>(digit);
+        values[static_cast<unsigned char>("0123456789abcdef"[digit])] = value;
+        values[static_cast<unsigned char>("0123456789ABCDEF"[digit])] = value;
+    }
+    return values;
+}
+constexpr std::array<signed char, 256> kDigitValues = digitValues();
+
+int digitValue(char character) {
+    return kDigitValues[static_cast<unsigned char>(character)];
 }
 
 USHORT_INT speed(USHORT_INT lowByte) {
@@ -58,27 +76,41 @@ USHORT_INT width(USHORT_INT lowByte) {
 
 namespace stg {
 
-RESULT IZNVDeviceTalker_Helper::fetchHexDumpLineIntoVector(STDSTR line,
-                                                           std::vector<USHORT_INT>& dump,
-                                                           USHORT_INT firstColumn) {
-    LOG_ENTRY;
+RESULT appendDumpLine(std::string_view line, std::vector<USHORT_INT>& dump,
+                      USHORT_INT firstColumn) {
+    LOG_ENTRY_AS(kFetchLine);
     RESULT result = 0;
     // The length counts in 16 bits; the column must not, or it would wrap and never pass the
     // length.
     const auto length = static_cast<USHORT_INT>(line.size());
+    // Room for all columns at once: appending one by one costs more than all the rest.
+    const std::size_t before = dump.size();
+    dump.resize(before + length / 3 + 1);
+    USHORT_INT* next = dump.data() + before;
     for (std::size_t column = firstColumn; column < length; column += 3) {
-        try {
-            dump.push_back(hexByte(line.substr(column, 2)));
-        } catch (const std::logic_error& error) {
+        // A text of one digit, where the line ends or something else follows, is a number too.
+        const int high = digitValue(line[column]);
+        const int low = column + 1 < line.size() ? digitValue(line[column + 1]) : -1;
+        if (high >= 0) {
+            *next = static_cast<USHORT_INT>(low >= 0 ? high * 16 + low : high);
+            ++next;
+        } else {
             logLine(
                 "IZNVDeviceTalker_Helper::fetchHexDumpLineIntoVector(): Error fetching number from "
                 "hex string: ",
-                error.what());
+                kNoNumber);
             result = 1;
         }
     }
-    LOG_EXIT;
+    dump.resize(static_cast<std::size_t>(next - dump.data()));
+    LOG_EXIT_AS(kFetchLine);
     return result;
+}
+
+RESULT IZNVDeviceTalker_Helper::fetchHexDumpLineIntoVector(STDSTR line,
+                                                           std::vector<USHORT_INT>& dump,
+                                                           USHORT_INT firstColumn) {
+    return appendDumpLine(line, dump, firstColumn);
 }
 
 RESULT IZNVDeviceTalker_Helper::parsePCIHexDump(std::vector<USHORT_INT> dump,

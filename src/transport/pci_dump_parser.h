@@ -4,9 +4,13 @@
 #include "VeskNvme.h"
 
 #include <map>
+#include <string_view>
 #include <vector>
 
 namespace stg {
+
+// What fetchHexDumpLineIntoVector below does, without a copy of the line.
+RESULT appendDumpLine(std::string_view line, std::vector<USHORT_INT>& dump, USHORT_INT firstColumn);
 
 class IZNVDeviceTalker_Helper {
 public:

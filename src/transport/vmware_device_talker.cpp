@@ -1,6 +1,7 @@
 #include "transport/vmware_device_talker.h"
 
 #include "support/heap_record.h"
+#include "support/line_reader.h"
 #include "support/log_line.h"
 #include "support/singleton.h"
 #include "support/trace.h"
@@ -15,10 +16,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <fstream>
+#include <ios>
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -73,7 +75,53 @@ OpenConnection openConnection(const nvmeAdapterInfo& info) {
 }
 
 constexpr const char* kPciDumpFile = "/opt/orvo/pciconfig/Templspciconfig.txt";
-constexpr int kDumpLines = 16;  // of 16 bytes each
+constexpr int kDumpLines = 16;
+constexpr int kDumpBytesOfLine = 16;
+
+// What was found in the dump. Looking a value up makes its key, which a failed parse has not made.
+void logLink(std::map<STDSTR, USHORT_INT>& values) {
+    stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Negotiated Link Speed ",
+                 values["Negotiated Link Speed"]);
+    stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Speed: ",
+                 values["Max Link Speed"]);
+    stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Negotiated Link Width: ",
+                 values["Negotiated Link Width"]);
+    stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Width: ",
+                 values["Max Link Width"]);
+}
+
+// Link speed and width by name out of the host's file; `result` follows the last line that was
+// read.
+void readPciDump(const char* adapterName, std::map<STDSTR, USHORT_INT>& values, RESULT& result) {
+    stg::LineReader file(kPciDumpFile);
+    std::vector<USHORT_INT> dump;
+    dump.reserve(kDumpLines * kDumpBytesOfLine);
+    std::string_view line;
+    // ODDITY: the count is never reset, so a second header reads no lines of its own and parses
+    // the first dump again. Pinned by PciLink.SecondHeaderParsesTheFirstDumpAgain.
+    int dumpLines = 0;
+    while (file.nextWith(adapterName, line)) {
+        stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo: Found Zenthra NVMe controller in pci "
+                     "config file");
+        while (dumpLines < kDumpLines && file.next(line)) {
+            ++dumpLines;
+            result = stg::appendDumpLine(line, dump, 0);
+            if (result != 0) {
+                break;
+            }
+        }
+        if (result != 0) {
+            continue;
+        }
+        result = stg::IZNVDeviceTalker_Helper().parsePCIHexDump(dump, values);
+        stg::logLine(
+            "CVMWareZNVDeviceTalker::getPCIeInfo(): Parse PCI config space hex dump result: ",
+            result);
+        if (result != 0 || stg::lout.isActive()) {
+            logLink(values);
+        }
+    }
+}
 
 UCHAR_ lowByte(USHORT_INT value) {
     return static_cast<UCHAR_>(value & 0xFF);
@@ -313,44 +361,12 @@ RESULT CVMWareZNVDeviceTalker::getPCIeInfo(std::map<STDSTR, USHORT_INT>& values)
     LOG_ENTRY;
     RESULT result = 1;
     const auto* const adapter = static_cast<const nvme_handle*>(getHandle());
-    if (adapter != nullptr) {
-        stg::IZNVDeviceTalker_Helper helper;
-        std::ifstream file(kPciDumpFile);
-        std::vector<USHORT_INT> dump;
-        std::string line;
-        // ODDITY: the count is never reset, so a second header reads no lines of its own and parses
-        // the first dump again. Pinned by PciLink.SecondHeaderParsesTheFirstDumpAgain.
-        int dumpLines = 0;
-        while (std::getline(file, line)) {
-            if (line.find(adapter->name) == std::string::npos) {
-                continue;
-            }
-            stg::logLine(
-                "CVMWareZNVDeviceTalker::getPCIeInfo: Found Zenthra NVMe controller in pci "
-                "config file");
-            while (dumpLines < kDumpLines && std::getline(file, line)) {
-                ++dumpLines;
-                result = helper.fetchHexDumpLineIntoVector(line, dump, 0);
-                if (result != 0) {
-                    break;
-                }
-            }
-            if (result != 0) {
-                continue;
-            }
-            result = helper.parsePCIHexDump(dump, values);
-            stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Parse PCI config space hex dump "
-                         "result: ",
-                         result);
-            stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Negotiated Link Speed ",
-                         values["Negotiated Link Speed"]);
-            stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Speed: ",
-                         values["Max Link Speed"]);
-            stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Negotiated Link Width: ",
-                         values["Negotiated Link Width"]);
-            stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Width: ",
-                         values["Max Link Width"]);
+    try {
+        if (adapter != nullptr) {
+            readPciDump(adapter->name, values, result);
         }
+    } catch (const std::ios_base::failure&) {
+        // A file that cannot be read on ends there.
     }
     LOG_EXIT;
     return result;
