@@ -165,11 +165,11 @@ int main(int argc, char** argv) {
     std::optional<HostFolder> folder;
     veskctl::CliHooks hooks;
     hooks.programName = "veskctl-sim";
+    hooks.simulated = true;
     hooks.addOptions = [&options](veskctl::Options& target) {
         addSimOptions(target, options);
     };
     hooks.prepare = [&options, &folder](veskctl::CommandContext& context) {
-        context.simulated = true;
         startHost(options, folder);
         context.hostRoot = folder->path();
     };
