@@ -165,6 +165,29 @@ public:
                              [](const Runnable& candidate) { return candidate.app->parsed(); });
     }
 
+    // Options that stand between the words of a command count for what was chosen. Throws
+    // UsageError where they do not belong to it.
+    void handDown() {
+        const Runnable& command = chosen();
+        for (const CLI::App* above = command.app->get_parent(); above != nullptr;
+             above = above->get_parent()) {
+            for (const CLI::Option* given : above->get_options()) {
+                if (given->empty()) {
+                    continue;
+                }
+                CLI::Option* own = command.app->get_option_no_throw(given->get_name());
+                if (own == nullptr) {
+                    throw UsageError(
+                        format("{} does not go with '{}'", given->get_name(), command.path));
+                }
+                if (own->empty()) {
+                    own->add_result(given->results());
+                    own->run_callback();
+                }
+            }
+        }
+    }
+
 private:
     void addCommands(CLI::App& parent, const std::string& prefix,
                      const std::vector<Command>& commands, const CliHooks& hooks) {
@@ -210,17 +233,27 @@ CliOutcome outcomeOf(const std::string& command, const Report& report,
     return outcome;
 }
 
+// All words of the command, as far as it was understood.
+std::string wordsOf(const CLI::App& app) {
+    const CLI::App* level = &app;
+    std::string words;
+    while (!level->get_subcommands().empty()) {
+        level = level->get_subcommands().front();
+        words += (words.empty() ? "" : " ") + level->get_name();
+    }
+    return words;
+}
+
 // CLI11 complains of a missing command where there is an unknown one, or an unknown option only.
 std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
     const int code = error.get_exit_code();
     const bool aboutWords = code == static_cast<int>(CLI::ExitCodes::RequiredError) ||
                             code == static_cast<int>(CLI::ExitCodes::ExtrasError);
     const CLI::App* level = &app;
-    std::string behind;
     while (!level->get_subcommands().empty()) {
         level = level->get_subcommands().front();
-        behind += (behind.empty() ? "" : " ") + level->get_name();
     }
+    std::string behind = wordsOf(app);
     if (!aboutWords || level->get_require_subcommand_min() == 0) {
         return error.what();
     }
@@ -235,13 +268,14 @@ std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
     return format("unknown {} '{}'{}", isOption ? "option" : "command", unknown.front(), behind);
 }
 
-CliOutcome usageFailure(const CliHooks& hooks, const std::string& message, bool json) {
+CliOutcome usageFailure(const CliHooks& hooks, const std::string& command,
+                        const std::string& message, bool json) {
     Report report;
     report.problems.push_back({ProblemKind::Usage, message});
     CommandContext context;
     context.format = json ? OutputFormat::JsonDocument : OutputFormat::Table;
     context.simulated = hooks.simulated;
-    CliOutcome outcome = outcomeOf("", report, context);
+    CliOutcome outcome = outcomeOf(command, report, context);
     outcome.standardError +=
         format("veskctl: try '{} --help' for more information\n", hooks.programName);
     return outcome;
@@ -278,21 +312,22 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
     } catch (const CLI::CallForVersion& version) {
         return {static_cast<int>(ExitCode::Ok), format("{}\n", version.what()), ""};
     } catch (const CLI::ParseError& error) {
-        return usageFailure(hooks, usageMessage(line.app(), error), asksForJson(argc, argv));
+        return usageFailure(hooks, wordsOf(line.app()), usageMessage(line.app(), error),
+                            asksForJson(argc, argv));
     }
-
     const Runnable& command = line.chosen();
     const std::optional<unsigned> watchSeconds = line.common().watchSeconds();
-    Report report;
     CommandContext context;
     try {
+        line.handDown();
         context = line.common().contextFor(screen);
         if (watchSeconds && !command.watchable) {
             throw UsageError(format("--watch does not go with '{}'", command.path));
         }
     } catch (const UsageError& error) {
-        return usageFailure(hooks, error.what(), asksForJson(argc, argv));
+        return usageFailure(hooks, command.path, error.what(), asksForJson(argc, argv));
     }
+    Report report;
     context.simulated = hooks.simulated;
     runCommand(command.run, context, hooks, report);
     CliOutcome outcome = outcomeOf(command.path, report, context);

@@ -3,6 +3,7 @@
 #include "veskctl/command.h"
 #include "veskctl/format.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 #include "veskctl/sizes.h"
 
 #include <cstdint>
@@ -413,7 +414,7 @@ void runDisks(const CommandContext& context, const DiskOptions& wanted, Report& 
     report.items = "disks";
     report.fields["disks"] = Json::array();
     report.grid.setColumns(diskColumns());
-    const Session session(context.libraryName, report.problems);
+    const Session session(context, report);
     for (const unsigned slot : wantedSlots(session.functions(), wanted.disk, report.problems)) {
         const Disk disk = readDisk(session.functions(), slot, report.problems);
         report.fields["disks"].push_back(diskToJson(disk, padding));

@@ -3,6 +3,7 @@
 #include "veskctl/command.h"
 #include "veskctl/format.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 #include "veskctl/sizes.h"
 
 #include <memory>
@@ -192,7 +193,7 @@ void runHealth(const CommandContext& context, const std::string& wanted, Report&
     report.items = "health";
     report.fields["health"] = Json::array();
     report.grid.setColumns(healthColumns());
-    const Session session(context.libraryName, report.problems);
+    const Session session(context, report);
     for (const unsigned slot : wantedSlots(session.functions(), wanted, report.problems)) {
         const Health health = readHealth(session.functions(), slot, report.problems);
         report.fields["health"].push_back(healthToJson(health));

@@ -4,6 +4,7 @@
 #include "veskctl/disk.h"
 #include "veskctl/format.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 
 #include <memory>
 
@@ -23,7 +24,7 @@ void runLocate(const CommandContext& context, const std::string& disk, Blink bli
     report.fields["slot"] = nullptr;
     report.fields["locate"] = blink == Blink::On ? "on" : "off";
     report.fields["requested"] = false;
-    const Session session(context.libraryName, report.problems);
+    const Session session(context, report);
     const unsigned slot = findSlot(session.functions(), disk, report.problems);
     report.fields["slot"] = slot;
     const int result = requestLocate(session.functions(), slot, blink);

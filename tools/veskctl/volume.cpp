@@ -3,6 +3,7 @@
 #include "veskctl/command.h"
 #include "veskctl/format.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 #include "veskctl/sizes.h"
 
 #include <memory>
@@ -216,7 +217,7 @@ void runVolumes(const CommandContext& context, Report& report) {
                             {"MEMBERS", Alignment::Right},
                             {"STATE", Alignment::Left, 8},
                             {"SIZE", Alignment::Right}});
-    const Session session(context.libraryName, report.problems);
+    const Session session(context, report);
     for (unsigned id = 0; id < kIdCount; ++id) {
         const Volume volume = readVolume(session.functions(), id, report.problems);
         if (volume.presence != Presence::Absent) {
@@ -235,7 +236,7 @@ CommandRunner declareShow(Options& options) {
     return [id](const CommandContext& context, Report& report) {
         report.items = "volumes";
         report.fields["volumes"] = Json::array();
-        const Session session(context.libraryName, report.problems);
+        const Session session(context, report);
         const Volume volume = readVolume(session.functions(), id->value(), report.problems);
         report.fields["volumes"].push_back(volumeToJson(volume));
         addVolumeSection(volume, report.blocks);
