@@ -22,7 +22,7 @@ using Arguments = std::vector<const char*>;
 CliOutcome evaluate(const Arguments& arguments, const CliHooks& hooks = CliHooks()) {
     Arguments argv = {"veskctl"};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
-    return evaluateCli(static_cast<int>(argv.size()), argv.data(), hooks, false);
+    return evaluateCli(static_cast<int>(argv.size()), argv.data(), hooks, Screen());
 }
 
 TEST(Cli, HelpNamesCommandsExitCodesAndTheMarkThatMoves) {
@@ -171,7 +171,7 @@ TEST(Cli, VersionWorksWithoutLibrary) {
 
 void runExtra(const CommandContext& context, Report& report) {
     report.fields["coloured"] = context.colour;
-    report.text = context.json ? "json\n" : "text\n";
+    report.text = context.format == OutputFormat::JsonDocument ? "json\n" : "text\n";
     report.notes.emplace_back("a note");
 }
 
@@ -198,7 +198,7 @@ TEST(Cli, HooksAddOptionsOnBothSidesOfTheCommand) {
     hooks.addOptions = [&value](Options& options) {
         options.addText("--extra", value, "TEXT", "More");
     };
-    hooks.prepare = [&prepared] {
+    hooks.prepare = [&prepared](CommandContext&) {
         ++prepared;
     };
     EXPECT_EQ(evaluate({"--extra", "a", "version", "--library", kNoLibrary}, hooks).exitCode, 0);
@@ -212,17 +212,17 @@ TEST(Cli, HooksAddOptionsOnBothSidesOfTheCommand) {
 
 TEST(Cli, WhatAHookThrowsIsTold) {
     struct Row {
-        void (*prepare)();
+        void (*prepare)(CommandContext&);
         int exitCode;
         const char* code;
         const char* standardError;
     };
     const std::vector<Row> rows = {
-        {[] { throw UsageError("no such scenario"); }, 2, "\"usage\"",
+        {[](CommandContext&) { throw UsageError("no such scenario"); }, 2, "\"usage\"",
          "veskctl: no such scenario\n"},
-        {[] { throw std::runtime_error("odd"); }, 1, "\"internal_error\"",
+        {[](CommandContext&) { throw std::runtime_error("odd"); }, 1, "\"internal_error\"",
          "veskctl: the command failed: odd\n"},
-        {[] { throw 7; }, 1, "\"internal_error\"",
+        {[](CommandContext&) { throw 7; }, 1, "\"internal_error\"",
          "veskctl: the command failed for a reason that the library did not state\n"}};
     for (const Row& row : rows) {
         CliHooks hooks;

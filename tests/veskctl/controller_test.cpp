@@ -21,9 +21,9 @@ protected:
 };
 
 std::string shown(const Controller& controller) {
-    Table table;
-    addControllerSections(controller, table);
-    return table.render(false);
+    Blocks blocks;
+    addControllerSections(controller, blocks);
+    return blocks.render(false);
 }
 
 TEST_F(ControllerOfAHost, EveryFieldIsFoundAmongNoise) {

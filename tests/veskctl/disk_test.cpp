@@ -31,9 +31,9 @@ protected:
 };
 
 std::string shown(const Disk& disk) {
-    Table table;
-    addDiskSection(disk, Padding::Trim, table);
-    return table.render(false);
+    Blocks blocks;
+    addDiskSection(disk, Padding::Trim, blocks);
+    return blocks.render(false);
 }
 
 TEST_F(DiskOfAController, IsAskedForRecordByRecord) {

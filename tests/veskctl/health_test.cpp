@@ -29,9 +29,9 @@ protected:
 };
 
 std::string shown(const Health& health, bool colour = false) {
-    Table table;
-    addHealthSection(health, table);
-    return table.render(colour);
+    Blocks blocks;
+    addHealthSection(health, blocks);
+    return blocks.render(colour);
 }
 
 TEST_F(HealthOfADisk, IsDecodedAmongNoise) {

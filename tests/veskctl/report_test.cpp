@@ -9,26 +9,26 @@ namespace veskctl {
 
 namespace {
 
-TEST(Table, AlignsOverAllSectionsAndColoursTitlesAndTones) {
-    Table table;
-    EXPECT_EQ(table.render(true), "");
-    table.addSection("One");
-    table.addLine("A", "plain");
-    table.addSection("Two");
-    table.addLine("Longer", "faint", Tone::Faint);
-    table.addLine("B", "warning", Tone::Warning);
-    EXPECT_EQ(table.render(false), "One\n"
+TEST(Blocks, AlignsOverAllSectionsAndColoursTitlesAndTones) {
+    Blocks blocks;
+    EXPECT_EQ(blocks.render(true), "");
+    blocks.addSection("One");
+    blocks.addLine("A", "plain");
+    blocks.addSection("Two");
+    blocks.addLine("Longer", "faint", Tone::Faint);
+    blocks.addLine("B", "warning", Tone::Warning);
+    EXPECT_EQ(blocks.render(false), "One\n"
+                                    "  A       plain\n"
+                                    "\n"
+                                    "Two\n"
+                                    "  Longer  faint\n"
+                                    "  B       warning\n");
+    EXPECT_EQ(blocks.render(true), "\x1b[1mOne\x1b[0m\n"
                                    "  A       plain\n"
                                    "\n"
-                                   "Two\n"
-                                   "  Longer  faint\n"
-                                   "  B       warning\n");
-    EXPECT_EQ(table.render(true), "\x1b[1mOne\x1b[0m\n"
-                                  "  A       plain\n"
-                                  "\n"
-                                  "\x1b[1mTwo\x1b[0m\n"
-                                  "  Longer  \x1b[2mfaint\x1b[0m\n"
-                                  "  B       \x1b[33mwarning\x1b[0m\n");
+                                   "\x1b[1mTwo\x1b[0m\n"
+                                   "  Longer  \x1b[2mfaint\x1b[0m\n"
+                                   "  B       \x1b[33mwarning\x1b[0m\n");
 }
 
 TEST(Report, DocumentOrderIsFixed) {

@@ -40,9 +40,9 @@ protected:
 };
 
 std::string shown(const Volume& volume) {
-    Table table;
-    addVolumeSection(volume, table);
-    return table.render(false);
+    Blocks blocks;
+    addVolumeSection(volume, blocks);
+    return blocks.render(false);
 }
 
 TEST_F(VolumeOfAController, IsDecodedAmongNoise) {

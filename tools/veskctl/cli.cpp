@@ -156,8 +156,11 @@ bool asksForJson(int argc, const char* const* argv) {
 CliOutcome outcomeOf(const std::string& command, const Report& report, bool json, bool colour) {
     CliOutcome outcome;
     outcome.exitCode = static_cast<int>(exitCodeOf(report.problems));
-    outcome.standardOutput =
-        json ? renderJson(command, report) : report.table.render(colour) + report.text;
+    if (report.problems.empty() && report.exitCode) {
+        outcome.exitCode = *report.exitCode;
+    }
+    outcome.standardOutput = json ? renderJson(command, report)
+                                  : report.lead + report.blocks.render(colour) + report.text;
     outcome.standardError = renderProblems(report.problems);
     if (!json) {
         outcome.standardError += renderNotes(report.notes);
@@ -199,11 +202,11 @@ CliOutcome usageFailure(const CliHooks& hooks, const std::string& message, bool 
     return outcome;
 }
 
-void runCommand(const CommandRunner& runner, const CommandContext& context, const CliHooks& hooks,
+void runCommand(const CommandRunner& runner, CommandContext& context, const CliHooks& hooks,
                 Report& report) {
     try {
         if (hooks.prepare) {
-            hooks.prepare();
+            hooks.prepare(context);
         }
         runner(context, report);
     } catch (const ProblemError& error) {
@@ -220,7 +223,8 @@ void runCommand(const CommandRunner& runner, const CommandContext& context, cons
 
 }  // namespace
 
-CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks, bool colour) {
+CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
+                       const Screen& screen) {
     CommandLine line(hooks);
     try {
         line.app().parse(argc, argv);
@@ -233,17 +237,24 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
     }
 
     const Runnable& command = line.chosen();
-    const CommandContext context = {line.library(), line.json(), colour};
+    CommandContext context;
+    context.libraryName = line.library();
+    context.format = line.json() ? OutputFormat::JsonDocument : OutputFormat::Table;
+    context.terminal = screen.terminal;
+    context.colour = screen.takesColour;
+    context.width = screen.width;
     Report report;
     runCommand(command.run, context, hooks, report);
-    return outcomeOf(command.path, report, context.json, colour);
+    return outcomeOf(command.path, report, line.json(), context.colour);
 }
 
 int runCli(int argc, const char* const* argv, const CliHooks& hooks) {
     prepareStandardStreams();
-    const bool colour =
-        colourWanted(isatty(STDOUT_FILENO) == 1, std::getenv("NO_COLOR"), std::getenv("TERM"));
-    CliOutcome outcome = evaluateCli(argc, argv, hooks, colour);
+    Screen screen;
+    screen.terminal = isatty(STDOUT_FILENO) == 1;
+    screen.takesColour =
+        colourWanted(screen.terminal, std::getenv("NO_COLOR"), std::getenv("TERM"));
+    CliOutcome outcome = evaluateCli(argc, argv, hooks, screen);
 
     // A reader that has gone has read enough: nothing to tell, and nobody to tell it to.
     const int failure = writeAndFlush(stdout, outcome.standardOutput);

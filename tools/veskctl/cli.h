@@ -16,8 +16,9 @@ struct CliHooks {
     // Called for the program and for each command, so that options may stand on either side of the
     // command's name. They must write to the same variables each time.
     std::function<void(Options&)> addOptions = {};
-    // After the command line was read, before the command. May throw UsageError.
-    std::function<void()> prepare = {};
+    // After the command line was read, before the command. Fills in what it knows of the host. May
+    // throw UsageError.
+    std::function<void(CommandContext&)> prepare = {};
     std::vector<Command> commands = {};  // behind those of the program itself
 };
 
@@ -27,8 +28,16 @@ struct CliOutcome {
     std::string standardError;
 };
 
+// Where standard output goes.
+struct Screen {
+    bool terminal = false;
+    bool takesColour = false;
+    unsigned width = 0;  // columns; 0: any number
+};
+
 // Everything but the writing.
-CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks, bool colour);
+CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
+                       const Screen& screen);
 
 // Writes and flushes everything; the exit code is for leaveProcess.
 int runCli(int argc, const char* const* argv, const CliHooks& hooks);

@@ -21,17 +21,17 @@ void runVersion(const CommandContext& context, Report& report) {
     report.fields["program_version"] = kProgramVersion;
     report.fields["library_path"] = nullptr;
     report.fields["library_problem"] = nullptr;
-    report.table.addSection("veskctl");
-    report.table.addLine("Program version", kProgramVersion);
-    report.table.addLine("Schema version", format("{}", kSchemaVersion));
+    report.blocks.addSection("veskctl");
+    report.blocks.addLine("Program version", kProgramVersion);
+    report.blocks.addLine("Schema version", format("{}", kSchemaVersion));
     try {
         const Library library(context.libraryName);
         report.fields["library_path"] = library.path();
-        report.table.addLine("Library", library.path());
+        report.blocks.addLine("Library", library.path());
     } catch (const ProblemError& error) {
         report.fields["library_problem"] = problemToJson(error.problem());
-        report.table.addLine("Library", "not loaded", Tone::Faint);
-        report.table.addLine("Reason", error.what(), Tone::Faint);
+        report.blocks.addLine("Library", "not loaded", Tone::Faint);
+        report.blocks.addLine("Reason", error.what(), Tone::Faint);
     }
 }
 

@@ -10,10 +10,21 @@ namespace veskctl {
 
 struct Report;
 
+enum class OutputFormat { Table, JsonDocument, JsonLines, Csv };
+
 struct CommandContext {
     std::string libraryName;  // as --library gave it, or the default
-    bool json = false;        // one document is asked for
+    OutputFormat format = OutputFormat::Table;
+    bool terminal = false;  // standard output is one
     bool colour = false;
+    unsigned width = 0;  // columns to keep to; 0: any number
+    bool header = true;  // titles above columns
+    bool quiet = false;  // no notes
+    // How long the library may take for one answer, in seconds; empty: what the command holds
+    // right.
+    std::optional<unsigned> timeoutSeconds = std::nullopt;
+    std::string hostRoot;    // stands before every path of the host's files; empty on a real host
+    bool simulated = false;  // the host is known to be the simulated one
 };
 
 // Fills the report. May throw: what the report holds by then is shown all the same, so lists are

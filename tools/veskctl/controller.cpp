@@ -178,52 +178,52 @@ Json pcieLinkToJson(const PcieLink& link) {
 }
 
 void addSpeed(const std::string& name, const std::optional<double>& speed, unsigned code,
-              Table& table) {
+              Blocks& blocks) {
     if (speed) {
-        table.addLine(name, format("{} GT/s", *speed));
+        blocks.addLine(name, format("{} GT/s", *speed));
     } else if (code == 0) {
-        table.addLine(name, "not reported", Tone::Faint);
+        blocks.addLine(name, "not reported", Tone::Faint);
     } else {
-        table.addLine(name, format("unknown (code {})", code), Tone::Faint);
+        blocks.addLine(name, format("unknown (code {})", code), Tone::Faint);
     }
 }
 
-void addWidth(const std::string& name, const std::optional<unsigned>& width, Table& table) {
+void addWidth(const std::string& name, const std::optional<unsigned>& width, Blocks& blocks) {
     if (!width) {
-        table.addLine(name, "not reported (16 lanes read so too)", Tone::Faint);
+        blocks.addLine(name, "not reported (16 lanes read so too)", Tone::Faint);
     } else {
-        table.addLine(name, format("{} {}", *width, *width == 1 ? "lane" : "lanes"));
+        blocks.addLine(name, format("{} {}", *width, *width == 1 ? "lane" : "lanes"));
     }
 }
 
-void addDowngraded(const std::optional<bool>& downgraded, Table& table) {
+void addDowngraded(const std::optional<bool>& downgraded, Blocks& blocks) {
     const std::string name = "Below maximum";
     if (!downgraded) {
-        table.addLine(name, "unknown", Tone::Faint);
+        blocks.addLine(name, "unknown", Tone::Faint);
     } else if (*downgraded) {
         // No alarm: a link may be limited by its slot, or idle.
-        table.addLine(name, "yes (the slot may limit it, or it is idle)");
+        blocks.addLine(name, "yes (the slot may limit it, or it is idle)");
     } else {
-        table.addLine(name, "no");
+        blocks.addLine(name, "no");
     }
 }
 
-void addPcieLinkLines(const PcieLink& link, Table& table) {
-    addSpeed("Current speed", link.currentSpeedGts(), link.currentSpeedCode, table);
-    addSpeed("Maximum speed", link.maxSpeedGts(), link.maxSpeedCode, table);
-    addWidth("Current width", link.currentWidth(), table);
-    addWidth("Maximum width", link.maxWidth(), table);
-    addDowngraded(link.downgraded(), table);
+void addPcieLinkLines(const PcieLink& link, Blocks& blocks) {
+    addSpeed("Current speed", link.currentSpeedGts(), link.currentSpeedCode, blocks);
+    addSpeed("Maximum speed", link.maxSpeedGts(), link.maxSpeedCode, blocks);
+    addWidth("Current width", link.currentWidth(), blocks);
+    addWidth("Maximum width", link.maxWidth(), blocks);
+    addDowngraded(link.downgraded(), blocks);
 }
 
-void addId(const char* name, unsigned id, Table& table) {
-    table.addLine(name, format("0x{:04x}", id));
+void addId(const char* name, unsigned id, Blocks& blocks) {
+    blocks.addLine(name, format("0x{:04x}", id));
 }
 
-void addAddress(const PciIdentity& pci, Table& table) {
+void addAddress(const PciIdentity& pci, Blocks& blocks) {
     const std::optional<std::string> address = pci.address();
-    table.addLine("PCI address", address.value_or("not reported"),
-                  address ? Tone::Plain : Tone::Faint);
+    blocks.addLine("PCI address", address.value_or("not reported"),
+                   address ? Tone::Plain : Tone::Faint);
 }
 
 }  // namespace
@@ -241,26 +241,26 @@ Json controllerToJson(const Controller& controller) {
     return json;
 }
 
-void addControllerSections(const Controller& controller, Table& table) {
-    table.addSection("Controller");
+void addControllerSections(const Controller& controller, Blocks& blocks) {
+    blocks.addSection("Controller");
     if (!controller.responding()) {
-        table.addLine("State", "not responding", Tone::Warning);
+        blocks.addLine("State", "not responding", Tone::Warning);
     }
-    addAddress(controller.pci, table);
-    addId("Vendor ID", controller.pci.vendorId, table);
-    addId("Device ID", controller.pci.deviceId, table);
-    addId("Subsystem vendor ID", controller.pci.subsystemVendorId, table);
-    addId("Subsystem device ID", controller.pci.subsystemDeviceId, table);
-    table.addLine("Firmware version", controller.firmwareVersionText());
+    addAddress(controller.pci, blocks);
+    addId("Vendor ID", controller.pci.vendorId, blocks);
+    addId("Device ID", controller.pci.deviceId, blocks);
+    addId("Subsystem vendor ID", controller.pci.subsystemVendorId, blocks);
+    addId("Subsystem device ID", controller.pci.subsystemDeviceId, blocks);
+    blocks.addLine("Firmware version", controller.firmwareVersionText());
 
-    table.addSection("PCIe link");
-    addPcieLinkLines(controller.link, table);
+    blocks.addSection("PCIe link");
+    addPcieLinkLines(controller.link, blocks);
 
-    table.addSection("Contents");
-    table.addLine("Physical disks", format("{}", controller.physicalDiskCount));
-    table.addLine("Virtual disks", format("{}", controller.virtualDiskCount));
-    table.addLine("Ports", format("{}", controller.portCount));
-    table.addLine("Max buffer size", format("{} (unit not stated)", controller.maxBufferSizeRaw));
+    blocks.addSection("Contents");
+    blocks.addLine("Physical disks", format("{}", controller.physicalDiskCount));
+    blocks.addLine("Virtual disks", format("{}", controller.virtualDiskCount));
+    blocks.addLine("Ports", format("{}", controller.portCount));
+    blocks.addLine("Max buffer size", format("{} (unit not stated)", controller.maxBufferSizeRaw));
 }
 
 // The command.
@@ -272,7 +272,7 @@ void runController(const CommandContext& context, Report& report) {
     const Session session(context.libraryName, report.problems);
     const Controller controller = readController(session.functions(), report.problems);
     report.fields["controllers"].push_back(controllerToJson(controller));
-    addControllerSections(controller, report.table);
+    addControllerSections(controller, report.blocks);
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 
 namespace veskctl {
 
-class Table;
+class Blocks;
 struct Command;
 
 // The codes are those of PCI Express.
@@ -64,7 +64,7 @@ struct Controller {
 Controller readController(const LibraryFunctions& functions, std::vector<Problem>& problems);
 
 Json controllerToJson(const Controller& controller);
-void addControllerSections(const Controller& controller, Table& table);
+void addControllerSections(const Controller& controller, Blocks& blocks);
 
 Command controllerCommand();
 

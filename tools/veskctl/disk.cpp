@@ -178,26 +178,27 @@ Json constantsToJson(const Disk& disk) {
     return json;
 }
 
-void addText(const char* name, const std::optional<std::string>& text, Table& table) {
-    table.addLine(name, text ? printable(*text) : "not reported", text ? Tone::Plain : Tone::Faint);
+void addText(const char* name, const std::optional<std::string>& text, Blocks& blocks) {
+    blocks.addLine(name, text ? printable(*text) : "not reported",
+                   text ? Tone::Plain : Tone::Faint);
 }
 
 void addNumber(const char* name, const std::optional<Number>& number, const char* remark,
-               Table& table) {
+               Blocks& blocks) {
     if (number) {
-        table.addLine(name, format("{}{}", *number, remark));
+        blocks.addLine(name, format("{}{}", *number, remark));
     } else {
-        table.addLine(name, "unknown", Tone::Faint);
+        blocks.addLine(name, "unknown", Tone::Faint);
     }
 }
 
-void addOnline(const Disk& disk, Table& table) {
+void addOnline(const Disk& disk, Blocks& blocks) {
     const std::optional<bool> online = disk.online();
     if (online) {
         // No alarm: a disk that belongs to no volume is not online either.
-        table.addLine("State", *online ? "online" : "not online");
+        blocks.addLine("State", *online ? "online" : "not online");
     } else {
-        table.addLine("State", "unknown", Tone::Faint);
+        blocks.addLine("State", "unknown", Tone::Faint);
     }
 }
 
@@ -210,15 +211,15 @@ void putDiskIdentity(Json& json, const Disk& disk, Padding padding) {
     json["serial_number"] = valueOrNull(disk.serialNumber(padding));
 }
 
-bool addDiskIdentity(const Disk& disk, Padding padding, Table& table) {
-    table.addSection(format("Disk {}", disk.slot));
+bool addDiskIdentity(const Disk& disk, Padding padding, Blocks& blocks) {
+    blocks.addSection(format("Disk {}", disk.slot));
     if (disk.presence != Presence::Present) {
-        table.addLine("State", disk.presence == Presence::Absent ? "absent" : "did not answer",
-                      Tone::Warning);
+        blocks.addLine("State", disk.presence == Presence::Absent ? "absent" : "did not answer",
+                       Tone::Warning);
         return false;
     }
-    addText("Model", disk.modelName(padding), table);
-    addText("Serial number", disk.serialNumber(padding), table);
+    addText("Model", disk.modelName(padding), blocks);
+    addText("Serial number", disk.serialNumber(padding), blocks);
     return true;
 }
 
@@ -240,22 +241,22 @@ Json diskToJson(const Disk& disk, Padding padding) {
     return json;
 }
 
-void addDiskSection(const Disk& disk, Padding padding, Table& table) {
-    if (!addDiskIdentity(disk, padding, table)) {
+void addDiskSection(const Disk& disk, Padding padding, Blocks& blocks) {
+    if (!addDiskIdentity(disk, padding, blocks)) {
         return;
     }
-    addText("Firmware version", disk.firmwareVersion(padding), table);
-    addOnline(disk, table);
+    addText("Firmware version", disk.firmwareVersion(padding), blocks);
+    addOnline(disk, blocks);
     const std::optional<unsigned> raidStatus =
         valueOf<unsigned>(disk.raidStatus, &PD_RaidStatus::raidStatus);
-    table.addLine("RAID status", raidStatus ? format("0x{:02x}", *raidStatus) : "unknown",
-                  raidStatus ? Tone::Plain : Tone::Faint);
-    addNumber("Capacity", valueOf<Number>(disk.info, &PD_Info::size), " (unit not stated)", table);
+    blocks.addLine("RAID status", raidStatus ? format("0x{:02x}", *raidStatus) : "unknown",
+                   raidStatus ? Tone::Plain : Tone::Faint);
+    addNumber("Capacity", valueOf<Number>(disk.info, &PD_Info::size), " (unit not stated)", blocks);
     addNumber("Free space", valueOf<Number>(disk.freeSpace, &PD_FreeSpaceInfo::size),
-              " (in the same unit)", table);
-    addNumber("Block size", valueOf<Number>(disk.info, &PD_Info::blockSize), " bytes", table);
-    addNumber("Device ID", valueOf<Number>(disk.info, &PD_Info::deviceId), "", table);
-    addNumber("HD ID", disk.hdId(), "", table);
+              " (in the same unit)", blocks);
+    addNumber("Block size", valueOf<Number>(disk.info, &PD_Info::blockSize), " bytes", blocks);
+    addNumber("Device ID", valueOf<Number>(disk.info, &PD_Info::deviceId), "", blocks);
+    addNumber("HD ID", disk.hdId(), "", blocks);
 }
 
 // The commands.
@@ -275,7 +276,7 @@ void runDisks(const CommandContext& context, const DiskOptions& wanted, Report& 
         if (wanted.slot.value_or(slot) == slot) {
             const Disk disk = readDisk(session.functions(), slot, report.problems);
             report.fields["disks"].push_back(diskToJson(disk, padding));
-            addDiskSection(disk, padding, report.table);
+            addDiskSection(disk, padding, report.blocks);
         }
     }
 }

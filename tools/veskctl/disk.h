@@ -13,7 +13,7 @@
 
 namespace veskctl {
 
-class Table;
+class Blocks;
 struct Command;
 
 struct Disk {
@@ -39,12 +39,12 @@ Disk readDisk(const LibraryFunctions& functions, unsigned slot, std::vector<Prob
 Disk readDiskInfo(const LibraryFunctions& functions, unsigned slot, std::vector<Problem>& problems);
 
 Json diskToJson(const Disk& disk, Padding padding);
-void addDiskSection(const Disk& disk, Padding padding, Table& table);
+void addDiskSection(const Disk& disk, Padding padding, Blocks& blocks);
 
 // What tells disks apart, for other nouns too: slot, presence, texts. Without a firmware version.
 void putDiskIdentity(Json& json, const Disk& disk, Padding padding);
 // The section's title and, of a disk that is there, its texts. False: nothing more is known.
-bool addDiskIdentity(const Disk& disk, Padding padding, Table& table);
+bool addDiskIdentity(const Disk& disk, Padding padding, Blocks& blocks);
 
 Command disksCommand();
 

@@ -170,10 +170,10 @@ struct EventOptions {
 };
 
 void checkOptions(const CommandContext& context, const EventOptions& options) {
-    if (context.json && options.ndjson) {
+    if (context.format == OutputFormat::JsonDocument && options.ndjson) {
         throw UsageError("--json and --ndjson exclude each other");
     }
-    if (context.json && options.follow) {
+    if (context.format == OutputFormat::JsonDocument && options.follow) {
         throw UsageError(
             "--json writes one document, which --follow would never end; use --ndjson");
     }

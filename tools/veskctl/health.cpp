@@ -105,26 +105,26 @@ Json attributesToJson(const SMART_INFO_ARRAY& record) {
 }
 
 void addPercent(const char* name, const std::optional<unsigned>& percent, bool alarming,
-                const char* remark, Table& table) {
+                const char* remark, Blocks& blocks) {
     if (percent) {
-        table.addLine(name, format("{} %{}", *percent, remark),
-                      alarming ? Tone::Warning : Tone::Plain);
+        blocks.addLine(name, format("{} %{}", *percent, remark),
+                       alarming ? Tone::Warning : Tone::Plain);
     } else {
-        table.addLine(name, "unknown", Tone::Faint);
+        blocks.addLine(name, "unknown", Tone::Faint);
     }
 }
 
-void addStatus(const Health& health, Table& table) {
+void addStatus(const Health& health, Blocks& blocks) {
     const std::string status = health.status();
     if (status == "alert") {
-        table.addLine("Health status", "alert", Tone::Warning);
+        blocks.addLine("Health status", "alert", Tone::Warning);
     } else if (status == "ok") {
-        table.addLine("Health status", "ok");
+        blocks.addLine("Health status", "ok");
     } else if (health.record) {
-        table.addLine("Health status", format("unknown (code {})", health.record->smartStatus),
-                      Tone::Faint);
+        blocks.addLine("Health status", format("unknown (code {})", health.record->smartStatus),
+                       Tone::Faint);
     } else {
-        table.addLine("Health status", "unknown", Tone::Faint);
+        blocks.addLine("Health status", "unknown", Tone::Faint);
     }
 }
 
@@ -148,18 +148,18 @@ Json healthToJson(const Health& health) {
     return json;
 }
 
-void addHealthSection(const Health& health, Table& table) {
-    if (!addDiskIdentity(health.disk, Padding::Trim, table)) {
+void addHealthSection(const Health& health, Blocks& blocks) {
+    if (!addDiskIdentity(health.disk, Padding::Trim, blocks)) {
         return;
     }
     const std::optional<Wear> wear = health.wear();
-    addStatus(health, table);
+    addStatus(health, blocks);
     addPercent("Percentage used", valueOf<unsigned>(wear, &Wear::percentageUsed),
-               wear && wear->spent(), " (100 is the rated life)", table);
+               wear && wear->spent(), " (100 is the rated life)", blocks);
     addPercent("Available spare", valueOf<unsigned>(wear, &Wear::availableSpare),
-               wear && wear->spareLow(), "", table);
+               wear && wear->spareLow(), "", blocks);
     addPercent("Spare threshold", valueOf<unsigned>(wear, &Wear::availableSpareThreshold), false,
-               "", table);
+               "", blocks);
 }
 
 // The command.
@@ -173,7 +173,7 @@ void runHealth(const CommandContext& context, std::optional<unsigned> wanted, Re
         if (wanted.value_or(slot) == slot) {
             const Health health = readHealth(session.functions(), slot, report.problems);
             report.fields["health"].push_back(healthToJson(health));
-            addHealthSection(health, report.table);
+            addHealthSection(health, report.blocks);
         }
     }
 }

@@ -34,7 +34,7 @@ struct Health {
 Health readHealth(const LibraryFunctions& functions, unsigned slot, std::vector<Problem>& problems);
 
 Json healthToJson(const Health& health);
-void addHealthSection(const Health& health, Table& table);
+void addHealthSection(const Health& health, Blocks& blocks);
 
 Command healthCommand();
 

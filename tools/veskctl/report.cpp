@@ -44,15 +44,15 @@ bool isSecondaryControl(const std::string& text, std::size_t at) {
 
 }  // namespace
 
-void Table::addSection(const std::string& title) {
+void Blocks::addSection(const std::string& title) {
     m_sections.push_back({title, {}});
 }
 
-void Table::addLine(const std::string& name, const std::string& value, Tone tone) {
+void Blocks::addLine(const std::string& name, const std::string& value, Tone tone) {
     m_sections.back().lines.push_back({name, value, tone});
 }
 
-std::string Table::render(bool colour) const {
+std::string Blocks::render(bool colour) const {
     std::size_t width = 0;
     for (const Section& section : m_sections) {
         for (const Line& line : section.lines) {

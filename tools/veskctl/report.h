@@ -19,7 +19,7 @@ constexpr int kSchemaVersion = 1;
 enum class Tone { Plain, Faint, Warning };
 
 // Sections of "Name  value" lines.
-class Table {
+class Blocks {
 public:
     void addSection(const std::string& title);
     // Belongs to the section that was added last.
@@ -44,10 +44,20 @@ private:
 
 struct Report {
     Json fields = Json::object();  // of the document
-    Table table;
-    std::string text;                // for people or as lines of JSON, behind the table
+    // The array of `fields` that is written line by line as NDJSON, and row by row as CSV. Empty:
+    // the document is the one item.
+    std::string items;
+
+    // For people, in this order.
+    std::string lead;
+    Blocks blocks;
+    std::string text;
+
     std::vector<std::string> notes;  // lines for standard error that are no problems
     std::vector<Problem> problems;
+    bool simulated = false;  // what was shown is the simulated host
+    // Of a command whose exit code is an answer. Problems outweigh it.
+    std::optional<int> exitCode = std::nullopt;
 };
 
 // The whole document, with a line end. An empty command name stands for none and reads null.

@@ -146,8 +146,8 @@ void runLeds(const veskctl::CommandContext&, veskctl::Report& report) {
         for (const unsigned disk : blinking) {
             disks += format("{}disk {}", disks.empty() ? "" : ", ", disk);
         }
-        report.table.addSection(format("Adapter {}", adapter.name));
-        report.table.addLine("Blinking", disks.empty() ? "none" : disks);
+        report.blocks.addSection(format("Adapter {}", adapter.name));
+        report.blocks.addLine("Blinking", disks.empty() ? "none" : disks);
     }
 }
 
@@ -168,8 +168,10 @@ int main(int argc, char** argv) {
     hooks.addOptions = [&options](veskctl::Options& target) {
         addSimOptions(target, options);
     };
-    hooks.prepare = [&options, &folder] {
+    hooks.prepare = [&options, &folder](veskctl::CommandContext& context) {
+        context.simulated = true;
         startHost(options, folder);
+        context.hostRoot = folder->path();
     };
     hooks.commands = {simCommand()};
     int code = veskctl::runCli(argc, argv, hooks);

@@ -146,25 +146,25 @@ Json volumeToJson(const Volume& volume) {
     return json;
 }
 
-void addVolumeSection(const Volume& volume, Table& table) {
-    table.addSection(format("Volume {}", volume.id));
+void addVolumeSection(const Volume& volume, Blocks& blocks) {
+    blocks.addSection(format("Volume {}", volume.id));
     if (!volume.info) {
-        table.addLine("State", volume.presence == Presence::Absent ? "absent" : "did not answer",
-                      Tone::Warning);
+        blocks.addLine("State", volume.presence == Presence::Absent ? "absent" : "did not answer",
+                       Tone::Warning);
         return;
     }
     const VD_Info& info = *volume.info;
     const std::optional<std::string> name = volume.name();
     const std::optional<std::uint64_t> capacity = volume.capacityBytes();
-    table.addLine("Name", name ? printable(*name) : "none", name ? Tone::Plain : Tone::Faint);
-    table.addLine("RAID level", raidText(info));
-    table.addLine("Members", format("{}", info.hdCount));
-    table.addLine("Status", format("0x{:02x}", info.status));
-    table.addLine("Capacity", capacity ? format("{} bytes", *capacity) : "unknown");
-    table.addLine("Size", format("{} blocks", info.size));
-    table.addLine("Block size", format("{} bytes", info.blockSize));
-    table.addLine("Stripe block size", format("{}", info.stripeBlockSize));
-    table.addLine("Controller's ID", format("{}", info.id));
+    blocks.addLine("Name", name ? printable(*name) : "none", name ? Tone::Plain : Tone::Faint);
+    blocks.addLine("RAID level", raidText(info));
+    blocks.addLine("Members", format("{}", info.hdCount));
+    blocks.addLine("Status", format("0x{:02x}", info.status));
+    blocks.addLine("Capacity", capacity ? format("{} bytes", *capacity) : "unknown");
+    blocks.addLine("Size", format("{} blocks", info.size));
+    blocks.addLine("Block size", format("{} bytes", info.blockSize));
+    blocks.addLine("Stripe block size", format("{}", info.stripeBlockSize));
+    blocks.addLine("Controller's ID", format("{}", info.id));
 }
 
 // The commands.
@@ -173,7 +173,7 @@ namespace {
 
 void addVolume(const Volume& volume, Report& report) {
     report.fields["volumes"].push_back(volumeToJson(volume));
-    addVolumeSection(volume, report.table);
+    addVolumeSection(volume, report.blocks);
 }
 
 // A volume that does not exist is nothing that broke: the list leaves it out.

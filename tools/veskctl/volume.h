@@ -14,7 +14,7 @@
 
 namespace veskctl {
 
-class Table;
+class Blocks;
 struct Command;
 
 struct Volume {
@@ -35,7 +35,7 @@ struct Volume {
 Volume readVolume(const LibraryFunctions& functions, unsigned id, std::vector<Problem>& problems);
 
 Json volumeToJson(const Volume& volume);
-void addVolumeSection(const Volume& volume, Table& table);
+void addVolumeSection(const Volume& volume, Blocks& blocks);
 
 Command volumesCommand();
 
