@@ -41,9 +41,8 @@ std::string findingSentence(const Finding& finding) {
 }
 
 const Finding* firstThatStopsLibrary(const std::vector<Finding>& findings) {
-    const auto found =
-        std::find_if(findings.begin(), findings.end(),
-                     [](const Finding& finding) { return finding.stopsLibrary; });
+    const auto found = std::find_if(findings.begin(), findings.end(),
+                                    [](const Finding& finding) { return finding.stopsLibrary; });
     return found == findings.end() ? nullptr : &*found;
 }
 

@@ -28,9 +28,8 @@ std::vector<IniLine>::const_iterator IniText::find(const std::string& name) cons
 
 bool IniText::hasSection(const std::string& name) const {
     const std::string header = "[" + name + "]";
-    return std::any_of(m_lines.begin(), m_lines.end(), [&](const IniLine& line) {
-        return withoutLineEnd(line.text) == header;
-    });
+    return std::any_of(m_lines.begin(), m_lines.end(),
+                       [&](const IniLine& line) { return withoutLineEnd(line.text) == header; });
 }
 
 std::vector<IniLine> IniText::section(const std::string& name) const {
