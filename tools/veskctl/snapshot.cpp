@@ -1,8 +1,8 @@
 #include "veskctl/snapshot.h"
 
 #include "veskctl/command.h"
-#include "veskctl/library.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 
 #include <algorithm>
 
@@ -35,9 +35,10 @@ void fillSilent(Snapshot& snapshot) {
     }
 }
 
-void readHost(const CommandContext& context, Snapshot& snapshot) {
+void readHost(const CommandContext& context, unsigned timeoutSeconds, Snapshot& snapshot) {
     demandUsable(snapshot.hostFiles);
-    const Session session(context.libraryName, snapshot.problems);
+    const Session session(librarySetup(context, timeoutSeconds), snapshot.problems,
+                          snapshot.simulated);
     guarded("the controller", snapshot.problems,
             [&] { snapshot.controller = readController(session.functions(), snapshot.problems); });
     if (snapshot.controller && snapshot.controller->responding()) {
@@ -75,14 +76,14 @@ unsigned Snapshot::volumesPresent() const {
     return countPresent(volumes);
 }
 
-Snapshot takeSnapshot(const CommandContext& context) {
+Snapshot takeSnapshot(const CommandContext& context, unsigned timeoutSeconds) {
     Snapshot snapshot;
     snapshot.takenAt = std::time(nullptr);
     snapshot.simulated = context.simulated;
     guarded("the host's files", snapshot.problems,
             [&] { snapshot.hostFiles = readHostFiles(context.hostRoot); });
     try {
-        readHost(context, snapshot);
+        readHost(context, timeoutSeconds, snapshot);
     } catch (const ProblemError& error) {
         snapshot.problems.push_back(error.problem());
         if (error.problem().kind == ProblemKind::NoController) {

@@ -28,6 +28,7 @@ enum class Reach {
 struct Snapshot {
     std::time_t takenAt = 0;
     bool simulated = false;
+    std::string libraryPath;  // empty: it could not be loaded
     Reach reach = Reach::Unreachable;
     std::optional<Controller> controller = std::nullopt;  // if there is one
     // One of each slot and id while there is a controller. Of a silent one nothing is known.
@@ -42,7 +43,8 @@ struct Snapshot {
 };
 
 // Never throws for what the host or the library does: that stands among the problems.
-Snapshot takeSnapshot(const CommandContext& context);
+// timeoutSeconds: how long the library may take for one answer, if the command line does not say.
+Snapshot takeSnapshot(const CommandContext& context, unsigned timeoutSeconds = 60);
 
 // The fields of a document: taken_at, taken_at_raw, simulated, controllers, disks, health, volumes,
 // host_files.

@@ -75,18 +75,10 @@ private:
                        controller.virtualDiskCount, m_snapshot.volumesPresent()));
         }
         if (controller.link.downgraded().value_or(false)) {
-            add(Level::Warning, "link_below_maximum", "link", linkText(controller.link));
+            add(Level::Warning, "link_below_maximum", "link",
+                format("{}, and it can do {}", linkText(controller.link),
+                       maxLinkText(controller.link)));
         }
-    }
-
-    static std::string linkText(const PcieLink& link) {
-        const auto half = [](const std::optional<double>& speed,
-                             const std::optional<unsigned>& width) {
-            return format("{} GT/s x{}", speed ? format("{}", *speed) : "?",
-                          width ? format("{}", *width) : "?");
-        };
-        return format("{} of {}", half(link.currentSpeedGts(), link.currentWidth()),
-                      half(link.maxSpeedGts(), link.maxWidth()));
     }
 
     void judgeVolume(const Volume& volume) {
