@@ -5,10 +5,10 @@
 #include "veskctl/event.h"
 #include "veskctl/format.h"
 #include "veskctl/health.h"
-#include "veskctl/library.h"
 #include "veskctl/locate.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 #include "veskctl/volume.h"
 
 namespace veskctl {
@@ -25,7 +25,8 @@ void runVersion(const CommandContext& context, Report& report) {
     report.blocks.addLine("Program version", kProgramVersion);
     report.blocks.addLine("Schema version", format("{}", kSchemaVersion));
     try {
-        const Library library(context.libraryName);
+        const LibraryProcess library(librarySetup(context));
+        report.simulated = library.simulated();
         report.fields["library_path"] = library.path();
         report.blocks.addLine("Library", library.path());
     } catch (const ProblemError& error) {

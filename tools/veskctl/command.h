@@ -1,6 +1,8 @@
 // What a command is to the rest of the program, and all of them.
 #pragma once
 
+#include "veskctl/library_process.h"
+
 #include <functional>
 #include <optional>
 #include <string>
@@ -25,6 +27,7 @@ struct CommandContext {
     std::optional<unsigned> timeoutSeconds = std::nullopt;
     std::string hostRoot;    // stands before every path of the host's files; empty on a real host
     bool simulated = false;  // the host is known to be the simulated one
+    ChildHooks child;        // for the process that holds the library
 };
 
 // Fills the report. May throw: what the report holds by then is shown all the same, so lists are

@@ -4,6 +4,7 @@
 #include "veskctl/format.h"
 #include "veskctl/record.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 
 #include "VeskNvme.h"
 
@@ -287,7 +288,7 @@ namespace {
 
 void runController(const CommandContext& context, Report& report) {
     report.fields["controllers"] = Json::array();
-    const Session session(context.libraryName, report.problems);
+    const Session session(context, report);
     const Controller controller = readController(session.functions(), report.problems);
     report.fields["controllers"].push_back(controllerToJson(controller));
     addControllerSections(controller, report.blocks);

@@ -3,6 +3,7 @@
 #include "veskctl/command.h"
 #include "veskctl/format.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 
 #include <cstdint>
 #include <memory>
@@ -271,7 +272,7 @@ struct DiskOptions {
 void runDisks(const CommandContext& context, const DiskOptions& wanted, Report& report) {
     const Padding padding = wanted.raw ? Padding::Keep : Padding::Trim;
     report.fields["disks"] = Json::array();
-    const Session session(context.libraryName, report.problems);
+    const Session session(context, report);
     for (unsigned slot = 0; slot < kIdCount; ++slot) {
         if (wanted.slot.value_or(slot) == slot) {
             const Disk disk = readDisk(session.functions(), slot, report.problems);

@@ -6,6 +6,7 @@
 #include "veskctl/process.h"
 #include "veskctl/record.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 
 #include "VeskNvme.h"
 
@@ -72,7 +73,6 @@ Event decodeEvent(const std::uint8_t* bytes) {
 }  // namespace
 
 EventDelivery takeEvents(const LibraryFunctions& functions) {
-    constexpr std::size_t kMostEvents = 64;  // of one delivery
     alignas(CEvent) std::array<std::uint8_t, kMostEvents* kEventRecordSize> room = {};
     UCHAR_ count = 0;
     const UCHAR_ result = functions.getEvents(0, 0, &count, reinterpret_cast<CEvent*>(room.data()));
@@ -201,7 +201,7 @@ void runOnce(const CommandContext& context, const EventOptions& options, Report&
     report.fields["more_may_follow"] = false;
     demandOutput();
     const StopSignals signals;
-    const Session session(context.libraryName, report.problems);
+    const Session session(context, report);
 
     EventLoopCalls calls = callsOf(session, signals);
     calls.show = [&](const Event& event) {
@@ -231,7 +231,7 @@ void runOnce(const CommandContext& context, const EventOptions& options, Report&
 void runFollow(const CommandContext& context, const EventOptions& options, Report& report) {
     demandOutput();
     const StopSignals signals;
-    const Session session(context.libraryName, report.problems);
+    const Session session(context, report);
 
     const auto say = [](const std::string& text) {
         // Where standard error fails there is no other place to say it.

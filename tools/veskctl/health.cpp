@@ -3,6 +3,7 @@
 #include "veskctl/command.h"
 #include "veskctl/format.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 
 #include <memory>
 #include <string>
@@ -175,7 +176,7 @@ namespace {
 
 void runHealth(const CommandContext& context, std::optional<unsigned> wanted, Report& report) {
     report.fields["health"] = Json::array();
-    const Session session(context.libraryName, report.problems);
+    const Session session(context, report);
     for (unsigned slot = 0; slot < kIdCount; ++slot) {
         if (wanted.value_or(slot) == slot) {
             const Health health = readHealth(session.functions(), slot, report.problems);

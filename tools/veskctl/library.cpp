@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 #include <link.h>
+#include <sys/stat.h>
 
 namespace veskctl {
 
@@ -11,6 +12,8 @@ namespace {
 
 // The host's management library, which libVeskNvme.so needs.
 constexpr const char* kHostLibrary = "libvmkmgmt.so";
+// What only the simulated one of them exports.
+constexpr const char* kSimulatedMark = "vesksim_is_simulated";
 
 bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
@@ -44,7 +47,20 @@ Problem dependencyMissing(const std::string& requested, const std::string& depen
             format("{} needs {}, which was not found; {}", requested, dependency, advice)};
 }
 
+// A FIFO would be waited for, and nothing good comes of mapping a device. Names without a slash are
+// the loader's business.
+void refuseWhatIsNoFile(const std::string& requested) {
+    struct stat status = {};
+    if (requested.find('/') != std::string::npos && stat(requested.c_str(), &status) == 0 &&
+        !S_ISREG(status.st_mode)) {
+        throw ProblemError(
+            {ProblemKind::LibraryUnusable,
+             format("{} is no file: name a libVeskNvme.so with --library", requested)});
+    }
+}
+
 void* openLibrary(const std::string& requested) {
+    refuseWhatIsNoFile(requested);
     void* handle = dlopen(requested.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
         const char* text = dlerror();
@@ -118,6 +134,7 @@ Problem describeMissingSymbol(const std::string& file, const std::string& symbol
 Library::Library(const std::string& requested) {
     void* handle = openLibrary(requested);
     m_path = loadedPath(handle, requested);
+    m_simulated = dlsym(handle, kSimulatedMark) != nullptr;
     resolve(handle, m_path, "ZT_API_Initialize", m_functions.initialize);
     resolve(handle, m_path, "ZT_Adapter_GetCount", m_functions.adapterGetCount);
     resolve(handle, m_path, "ZT_Adapter_GetInfo", m_functions.adapterGetInfo);
@@ -130,24 +147,6 @@ Library::Library(const std::string& requested) {
     resolve(handle, m_path, "ZT_LD_GetInfo", m_functions.volumeInfo);
     resolve(handle, m_path, "ZT_LD_GetConfig", m_functions.volumeConfig);
     resolve(handle, m_path, "ZT_EVT_GetEvent", m_functions.getEvents);
-}
-
-Session::Session(const std::string& libraryName, std::vector<Problem>& problems)
-    : m_library(libraryName) {
-    const UCHAR_ result = functions().initialize();
-    const bool found = functions().adapterGetCount() != 0;
-    if (result != ERR_NONE) {
-        const Problem problem = libraryCallFailed("ZT_API_Initialize", result);
-        if (!found) {
-            throw ProblemError(problem);
-        }
-        problems.push_back(problem);
-    }
-    if (!found) {
-        throw ProblemError({ProblemKind::NoController,
-                            "no controller was found on this host; check that it is installed and "
-                            "that the host's NVMe driver has claimed it"});
-    }
 }
 
 }  // namespace veskctl

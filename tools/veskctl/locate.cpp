@@ -3,6 +3,7 @@
 #include "veskctl/command.h"
 #include "veskctl/format.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 
 #include <memory>
 
@@ -21,7 +22,7 @@ void runLocate(const CommandContext& context, unsigned slot, Blink blink, Report
     report.fields["slot"] = slot;
     report.fields["locate"] = blink == Blink::On ? "on" : "off";
     report.fields["requested"] = false;
-    const Session session(context.libraryName, report.problems);
+    const Session session(context, report);
     const int result = requestLocate(session.functions(), slot, blink);
     if (result != ERR_NONE) {
         report.problems.push_back(

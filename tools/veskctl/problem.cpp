@@ -56,6 +56,10 @@ const char* problemName(ProblemKind kind) {
         return "library_symbol_missing";
     case ProblemKind::LibraryCallFailed:
         return "library_call_failed";
+    case ProblemKind::LibraryCrashed:
+        return "library_crashed";
+    case ProblemKind::LibraryNotAnswering:
+        return "library_not_answering";
     case ProblemKind::NoController:
         return "no_controller";
     case ProblemKind::ControllerNotResponding:
@@ -85,6 +89,15 @@ Problem libraryCallFailed(const std::string& function, int resultCode, const std
 
 Problem didNotAnswer(ProblemKind kind, const std::string& name, const std::string& about) {
     return {kind, name + " did not answer" + (about.empty() ? "" : " the request for " + about)};
+}
+
+void addOnce(std::vector<Problem>& problems, const Problem& problem) {
+    const bool known = std::any_of(problems.begin(), problems.end(), [&](const Problem& other) {
+        return other.kind == problem.kind && other.message == problem.message;
+    });
+    if (!known) {
+        problems.push_back(problem);
+    }
 }
 
 Json problemToJson(const Problem& problem) {

@@ -23,6 +23,8 @@ enum class ProblemKind {
     LibraryUnusable,
     LibrarySymbolMissing,
     LibraryCallFailed,
+    LibraryCrashed,
+    LibraryNotAnswering,
     NoController,
     ControllerNotResponding,
     DiskNotResponding,
@@ -72,12 +74,17 @@ public:
     explicit UsageError(const std::string& message) : ProblemError({ProblemKind::Usage, message}) {}
 };
 
+// Unless the same is there: a library that has ended is noticed at each call.
+void addOnce(std::vector<Problem>& problems, const Problem& problem);
+
 // Runs the work; what it throws becomes a problem of the part with this name, so that it does not
 // end the rest. The library may throw.
 template <class Work>
 void guarded(const std::string& name, std::vector<Problem>& problems, Work work) {
     try {
         work();
+    } catch (const ProblemError& error) {
+        addOnce(problems, error.problem());
     } catch (const std::exception& error) {
         problems.push_back({ProblemKind::Internal, name + " cannot be read: " + error.what()});
     }

@@ -3,6 +3,7 @@
 #include "veskctl/command.h"
 #include "veskctl/format.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 
 #include <limits>
 #include <memory>
@@ -179,7 +180,7 @@ void addVolume(const Volume& volume, Report& report) {
 // A volume that does not exist is nothing that broke: the list leaves it out.
 void runVolumes(const CommandContext& context, Report& report) {
     report.fields["volumes"] = Json::array();
-    const Session session(context.libraryName, report.problems);
+    const Session session(context, report);
     for (unsigned id = 0; id < kIdCount; ++id) {
         const Volume volume = readVolume(session.functions(), id, report.problems);
         if (volume.presence != Presence::Absent) {
@@ -196,7 +197,7 @@ CommandRunner declareShow(Options& options) {
     options.addId(*id, "volume", true);
     return [id](const CommandContext& context, Report& report) {
         report.fields["volumes"] = Json::array();
-        const Session session(context.libraryName, report.problems);
+        const Session session(context, report);
         addVolume(readVolume(session.functions(), id->value(), report.problems), report);
     };
 }
