@@ -287,6 +287,7 @@ void addControllerSections(const Controller& controller, Blocks& blocks) {
 namespace {
 
 void runController(const CommandContext& context, Report& report) {
+    report.items = "controllers";
     report.fields["controllers"] = Json::array();
     const Session session(context, report);
     const Controller controller = readController(session.functions(), report.problems);
@@ -297,10 +298,11 @@ void runController(const CommandContext& context, Report& report) {
 }  // namespace
 
 Command controllerCommand() {
-    return {"controller", "Show the controller: identity, firmware, PCIe link, counts",
-            [](Options&) {
-                return CommandRunner(runController);
-            }};
+    return {"controller",
+            "Show the controller: identity, firmware, PCIe link, counts",
+            [](Options&) { return CommandRunner(runController); },
+            {},
+            true};
 }
 
 }  // namespace veskctl

@@ -28,6 +28,9 @@ struct Health {
     std::optional<Wear> wear() const;
     // "ok", "alert" or "unknown".
     const char* status() const;
+    // The same for people, with the code beside it: "ok (0x4f)".
+    std::string statusText() const;
+    bool wantsAttention() const;
 };
 
 // Never throws: what goes wrong is noted among the problems, so that the other disk is still asked.

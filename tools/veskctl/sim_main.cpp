@@ -82,6 +82,7 @@ int main(int argc, char** argv) {
     std::optional<vesksim::SimFolder> folder;
     veskctl::CliHooks hooks;
     hooks.programName = "veskctl-sim";
+    hooks.simulated = true;
     hooks.addOptions = [&options](veskctl::Options& target) {
         addSimOptions(target, options);
     };
