@@ -1,6 +1,7 @@
 #include "veskctl/check.h"
 
 #include "veskctl/format.h"
+#include "veskctl/printable.h"
 #include "veskctl/report.h"
 
 #include <algorithm>
