@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -99,6 +100,58 @@ TEST(Cli, UsageErrorAsADocument) {
         "schema_version": 1, "command": null, "simulated": false,
         "errors": [{"code": "usage", "message": "unknown command 'frob'", "function": null,
                     "result": null, "result_code": null}]})"));
+}
+
+TEST(Cli, UsageErrorsNameTheCommand) {
+    struct Row {
+        Arguments arguments;
+        const char* command;
+    };
+    const std::vector<Row> rows = {{{"--json", "disks", "show", "7"}, "\"disks show\""},
+                                   {{"--json", "disks", "show"}, "\"disks show\""},
+                                   {{"--json", "locate", "blink"}, "\"locate\""},
+                                   {{"--json", "events", "--frob"}, "\"events\""},
+                                   {{"--json"}, "null"}};
+    for (const Row& row : rows) {
+        EXPECT_EQ(at(parsed(evaluate(row.arguments).standardOutput), "/command"), row.command);
+    }
+}
+
+CommandRunner declareLoud(Options& options) {
+    const auto loud = std::make_shared<bool>(false);
+    const auto word = std::make_shared<std::string>("none");
+    options.addFlag("--loud", *loud, "Loud");
+    options.addText("--word", *word, "TEXT", "Word");
+    return [loud, word](const CommandContext&, Report& report) {
+        report.fields["loud"] = *loud;
+        report.fields["word"] = *word;
+    };
+}
+
+CommandRunner declareNothing(Options&) {
+    return [](const CommandContext&, Report&) {
+    };
+}
+
+TEST(Cli, OptionsOfACommandCountForItsSubcommands) {
+    CliHooks hooks;
+    hooks.commands = {{"say",
+                       "Say",
+                       declareLoud,
+                       {{"it", "It", declareLoud}, {"nothing", "Nothing", declareNothing}}}};
+    for (const Arguments& arguments :
+         {Arguments{"say", "--json", "--loud", "--word", "a", "it"},
+          Arguments{"say", "--word", "a", "it", "--json", "--loud"},
+          Arguments{"say", "--word", "b", "it", "--json", "--loud", "--word", "a"}}) {
+        const Json document = parsed(evaluate(arguments, hooks).standardOutput);
+        EXPECT_EQ(at(document, "/command"), "\"say it\"");
+        EXPECT_EQ(at(document, "/loud"), "true");
+        EXPECT_EQ(at(document, "/word"), "\"a\"");
+    }
+    const CliOutcome refused = evaluate({"say", "--loud", "nothing"}, hooks);
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_TRUE(contains(refused.standardError, "--loud does not go with 'say nothing'\n"))
+        << refused.standardError;
 }
 
 TEST(Cli, FormsOfEventsThatExcludeEachOther) {

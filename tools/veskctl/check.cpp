@@ -140,7 +140,7 @@ void runCheck(const CommandContext& context, const ThresholdOptions& options, Re
 }  // namespace
 
 Command checkCommand() {
-    return {"check", "Tell a monitoring system the verdict: one line, exit code 0 to 3",
+    return {kCheckName, "Tell a monitoring system the verdict: one line, exit code 0 to 3",
             [](Options& options) {
                 const auto wanted = std::make_shared<ThresholdOptions>();
                 wanted->declare(options);

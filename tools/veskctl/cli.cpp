@@ -1,5 +1,6 @@
 #include "veskctl/cli.h"
 
+#include "veskctl/check.h"
 #include "veskctl/common_options.h"
 #include "veskctl/format.h"
 #include "veskctl/library.h"
@@ -31,7 +32,7 @@ constexpr const char* kFooter = R"(Exit codes:
   2  the command line is wrong
   3  there is no controller
 
-With --json, standard output carries one JSON document, also after an error.
+Without a command, 'status' is meant. With --json, standard output carries one JSON document, also after an error.
 Colour is used on a terminal only, and not with NO_COLOR set or TERM=dumb.)";
 
 // Declares with CLI11, which no other source includes: it takes seconds to read.
@@ -149,7 +150,7 @@ public:
     explicit CommandLine(const CliHooks& hooks)
         : m_app("Shows the NVMe RAID controller of this host.", hooks.programName) {
         m_app.set_version_flag("--version", format("{} {}", hooks.programName, kProgramVersion));
-        m_app.require_subcommand(1);
+        m_app.require_subcommand(0, 1);
         m_app.footer(kFooter);
         addCommonOptions(m_app, hooks);
         addCommands(m_app, "", allCommands(), hooks);
@@ -159,10 +160,36 @@ public:
     CLI::App& app() { return m_app; }
     const CommonOptions& common() const { return m_common; }
 
-    // Subcommands stand behind the command that they belong to, and were parsed with it.
+    // Subcommands stand behind the command that they belong to, and were parsed with it. Without
+    // any word it is the first of all.
     const Runnable& chosen() const {
-        return *std::find_if(m_runnable.rbegin(), m_runnable.rend(),
-                             [](const Runnable& candidate) { return candidate.app->parsed(); });
+        const auto last =
+            std::find_if(m_runnable.rbegin(), m_runnable.rend(),
+                         [](const Runnable& candidate) { return candidate.app->parsed(); });
+        return last == m_runnable.rend() ? m_runnable.front() : *last;
+    }
+
+    // Options that stand between the words of a command count for what was chosen. Throws
+    // UsageError where they do not belong to it.
+    void handDown() {
+        const Runnable& command = chosen();
+        for (const CLI::App* above = command.app->get_parent(); above != nullptr;
+             above = above->get_parent()) {
+            for (const CLI::Option* given : above->get_options()) {
+                if (given->empty()) {
+                    continue;
+                }
+                CLI::Option* own = command.app->get_option_no_throw(given->get_name());
+                if (own == nullptr) {
+                    throw UsageError(
+                        format("{} does not go with '{}'", given->get_name(), command.path));
+                }
+                if (own->empty()) {
+                    own->add_result(given->results());
+                    own->run_callback();
+                }
+            }
+        }
     }
 
 private:
@@ -210,24 +237,35 @@ CliOutcome outcomeOf(const std::string& command, const Report& report,
     return outcome;
 }
 
+// All words of the command, as far as it was understood.
+std::string wordsOf(const CLI::App& app) {
+    const CLI::App* level = &app;
+    std::string words;
+    while (!level->get_subcommands().empty()) {
+        level = level->get_subcommands().front();
+        words += (words.empty() ? "" : " ") + level->get_name();
+    }
+    return words;
+}
+
 // CLI11 complains of a missing command where there is an unknown one, or an unknown option only.
 std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
     const int code = error.get_exit_code();
     const bool aboutWords = code == static_cast<int>(CLI::ExitCodes::RequiredError) ||
                             code == static_cast<int>(CLI::ExitCodes::ExtrasError);
     const CLI::App* level = &app;
-    std::string behind;
     while (!level->get_subcommands().empty()) {
         level = level->get_subcommands().front();
-        behind += (behind.empty() ? "" : " ") + level->get_name();
     }
-    if (!aboutWords || level->get_require_subcommand_min() == 0) {
+    std::string behind = wordsOf(app);
+    const std::vector<std::string> unknown = app.remaining(true);
+    const bool expectsWord = level->get_require_subcommand_min() > 0 || level == &app;
+    if (!aboutWords || !expectsWord || (level == &app && unknown.empty())) {
         return error.what();
     }
     if (!behind.empty()) {
         behind = format(" behind '{}'", behind);
     }
-    const std::vector<std::string> unknown = app.remaining(true);
     if (unknown.empty()) {
         return format("no command was given{}", behind);
     }
@@ -235,13 +273,17 @@ std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
     return format("unknown {} '{}'{}", isOption ? "option" : "command", unknown.front(), behind);
 }
 
-CliOutcome usageFailure(const CliHooks& hooks, const std::string& message, bool json) {
+CliOutcome usageFailure(const CliHooks& hooks, const std::string& command,
+                        const std::string& message, bool json) {
     Report report;
     report.problems.push_back({ProblemKind::Usage, message});
     CommandContext context;
     context.format = json ? OutputFormat::JsonDocument : OutputFormat::Table;
-    context.simulated = hooks.simulated;
-    CliOutcome outcome = outcomeOf("", report, context);
+    context.simulated = hooks.simulated && json;
+    CliOutcome outcome = outcomeOf(command, report, context);
+    if (command == kCheckName) {
+        outcome.exitCode = checkExitCode(Level::Unknown);  // the usual one would read as critical
+    }
     outcome.standardError +=
         format("veskctl: try '{} --help' for more information\n", hooks.programName);
     return outcome;
@@ -278,7 +320,14 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
     } catch (const CLI::CallForVersion& version) {
         return {static_cast<int>(ExitCode::Ok), format("{}\n", version.what()), ""};
     } catch (const CLI::ParseError& error) {
-        return usageFailure(hooks, usageMessage(line.app(), error), asksForJson(argc, argv));
+        return usageFailure(hooks, wordsOf(line.app()), usageMessage(line.app(), error),
+                            asksForJson(argc, argv));
+    }
+    try {
+        line.handDown();
+    } catch (const UsageError& error) {
+        return usageFailure(hooks, line.chosen().path, error.what(),
+                            asksForJson(argc, argv));
     }
 
     const Runnable& command = line.chosen();
@@ -291,7 +340,7 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
             throw UsageError(format("--watch does not go with '{}'", command.path));
         }
     } catch (const UsageError& error) {
-        return usageFailure(hooks, error.what(), asksForJson(argc, argv));
+        return usageFailure(hooks, command.path, error.what(), asksForJson(argc, argv));
     }
     context.simulated = hooks.simulated;
     runCommand(command.run, context, hooks, report);
