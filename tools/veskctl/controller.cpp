@@ -84,6 +84,24 @@ std::optional<std::string> PciIdentity::address() const {
                   addressRaw & 0xFFU);
 }
 
+namespace {
+
+std::string speedAndWidth(const std::optional<double>& speed,
+                          const std::optional<unsigned>& width) {
+    return format("{} GT/s x{}", speed ? format("{}", *speed) : "?",
+                  width ? format("{}", *width) : "?");
+}
+
+}  // namespace
+
+std::string linkText(const PcieLink& link) {
+    return speedAndWidth(link.currentSpeedGts(), link.currentWidth());
+}
+
+std::string maxLinkText(const PcieLink& link) {
+    return speedAndWidth(link.maxSpeedGts(), link.maxWidth());
+}
+
 std::string Controller::firmwareVersionText() const {
     return format("{}.{}.{}.{}", firmwareVersion[0], firmwareVersion[1], firmwareVersion[2],
                   firmwareVersion[3]);

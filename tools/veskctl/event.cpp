@@ -18,7 +18,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <memory>
 
 #include <unistd.h>
@@ -39,13 +38,7 @@ std::optional<std::string> nameOf(const std::array<const char*, Count>& names, u
 }  // namespace
 
 std::optional<std::string> Event::time() const {
-    const auto seconds = static_cast<std::time_t>(timeRaw);
-    std::tm utc = {};
-    if (timeRaw == 0 || gmtime_r(&seconds, &utc) == nullptr) {
-        return std::nullopt;
-    }
-    return format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", utc.tm_year + 1900, utc.tm_mon + 1,
-                  utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+    return timeRaw == 0 ? std::nullopt : timeText(static_cast<std::time_t>(timeRaw));
 }
 
 std::optional<std::string> Event::className() const {

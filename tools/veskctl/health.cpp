@@ -82,19 +82,26 @@ void readRecord(const LibraryFunctions& functions, const std::string& name, Heal
 
 }  // namespace
 
-Health readHealth(const LibraryFunctions& functions, unsigned slot,
-                  std::vector<Problem>& problems) {
-    Health health;
-    health.disk.slot = slot;
-    const std::string name = format("disk {}", slot);
+Health readHealthOf(const LibraryFunctions& functions, const Disk& disk,
+                    std::vector<Problem>& problems) {
+    Health health = {disk};
+    const std::string name = format("disk {}", disk.slot);
     guarded(name, problems, [&] {
-        // Asked for first, since a disk that does not answer would read as healthy.
-        health.disk = readDiskInfo(functions, slot, problems);
-        if (health.disk.presence == Presence::Present) {
+        if (disk.presence == Presence::Present) {
             readRecord(functions, name, health, problems);
         }
     });
     return health;
+}
+
+Health readHealth(const LibraryFunctions& functions, unsigned slot,
+                  std::vector<Problem>& problems) {
+    Disk disk;
+    disk.slot = slot;
+    // Asked for first, since a disk that does not answer would read as healthy.
+    guarded(format("disk {}", slot), problems,
+            [&] { disk = readDiskInfo(functions, slot, problems); });
+    return readHealthOf(functions, disk, problems);
 }
 
 // Showing.

@@ -34,6 +34,10 @@ struct Health {
 };
 
 // Never throws: what goes wrong is noted among the problems, so that the other disk is still asked.
+// Of a disk that was read before:
+Health readHealthOf(const LibraryFunctions& functions, const Disk& disk,
+                    std::vector<Problem>& problems);
+// Asks for the disk as well:
 Health readHealth(const LibraryFunctions& functions, unsigned slot, std::vector<Problem>& problems);
 
 Json healthToJson(const Health& health);
