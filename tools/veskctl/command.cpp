@@ -7,11 +7,13 @@
 #include "veskctl/event.h"
 #include "veskctl/format.h"
 #include "veskctl/health.h"
+#include "veskctl/link.h"
 #include "veskctl/locate.h"
 #include "veskctl/metrics.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
 #include "veskctl/session.h"
+#include "veskctl/space.h"
 #include "veskctl/status.h"
 #include "veskctl/volume.h"
 
@@ -50,9 +52,10 @@ Command versionCommand() {
 }  // namespace
 
 std::vector<Command> allCommands() {
-    return {statusCommand(), checkCommand(),   doctorCommand(),  controllerCommand(),
-            disksCommand(),  healthCommand(),  volumesCommand(), eventsCommand(),
-            locateCommand(), metricsCommand(), versionCommand()};
+    return {statusCommand(),  checkCommand(),  doctorCommand(), controllerCommand(),
+            linkCommand(),    disksCommand(),  healthCommand(), spaceCommand(),
+            volumesCommand(), eventsCommand(), locateCommand(), metricsCommand(),
+            versionCommand()};
 }
 
 }  // namespace veskctl
