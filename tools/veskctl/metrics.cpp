@@ -155,6 +155,7 @@ void runMetrics(const CommandContext& context, const std::string& file, Report& 
     report.simulated = snapshot.simulated;
     report.problems = snapshot.problems;
     report.forPrograms = true;
+    report.fields["text"] = text;
     if (file.empty()) {
         report.text = text;
     } else {
