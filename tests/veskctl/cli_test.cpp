@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -71,6 +72,13 @@ TEST(Cli, UsageErrorsSayWhatIsWrong) {
         {{"events", "--interval", "2"}, nullptr},
         {{"events", "--follow", "--interval", "0"}, nullptr},
         {{"events", "--follow", "--wait", "1"}, nullptr},
+        {{"disks", "-o", "xml"}, "--output: 'xml' is none of table, json, ndjson, csv"},
+        {{"disks", "-o", "csv", "--ndjson"}, "csv and ndjson are two formats: ask for one of them"},
+        {{"disks", "--color", "sometimes"}, "--color: 'sometimes' is none of auto, always, never"},
+        {{"disks", "--timeout", "0"}, nullptr},
+        {{"--watch=0", "disks"}, "--watch: '0' is no number from 1 to 86400"},
+        {{"disks", "--watch=fast"}, "--watch: 'fast' is no number from 1 to 86400"},
+        {{"locate", "on", "0", "--watch"}, "--watch does not go with 'locate on'"},
         {{"sim", "leds"}, "unknown command 'sim'"}};
     for (const Row& row : rows) {
         const CliOutcome outcome = evaluate(row.arguments);
@@ -89,7 +97,7 @@ TEST(Cli, UsageErrorAsADocument) {
     const CliOutcome outcome = evaluate({"frob", "--json"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_EQ(compact(parsed(outcome.standardOutput)), compact(R"({
-        "schema_version": 1, "command": null,
+        "schema_version": 1, "command": null, "simulated": false,
         "errors": [{"code": "usage", "message": "unknown command 'frob'", "function": null,
                     "result": null, "result_code": null}]})"));
 }
@@ -240,8 +248,53 @@ TEST(Cli, HooksAddCommands) {
     EXPECT_EQ(text.standardError, "veskctl: note: a note\n");
     const CliOutcome json = evaluate({"extra", "--json", "word"}, hooks);
     EXPECT_EQ(compact(parsed(json.standardOutput)), compact(R"({
-        "schema_version": 1, "command": "extra word", "coloured": false, "errors": []})"));
+        "schema_version": 1, "command": "extra word", "simulated": false, "coloured": false, "errors": []})"));
     EXPECT_EQ(json.standardError, "");
+}
+
+// Says what it is told.
+CommandRunner tellContext(Options&) {
+    return [](const CommandContext& context, Report& report) {
+        report.text = std::to_string(static_cast<int>(context.format)) + ' ' +
+                      (context.colour ? "colour " : "") + (context.header ? "header " : "") +
+                      (context.quiet ? "quiet " : "") + std::to_string(context.width) + ' ' +
+                      std::to_string(context.timeoutSeconds.value_or(0)) + '\n';
+        report.forPrograms = true;
+    };
+}
+
+TEST(Cli, CommonOptionsReachTheCommand) {
+    struct Row {
+        Arguments arguments;
+        const char* told;
+    };
+    const std::vector<Row> rows = {{{}, "0 colour header 90 0\n"},
+                                   {{"--no-header", "-q"}, "0 colour quiet 90 0\n"},
+                                   {{"--color", "never"}, "0 header 90 0\n"},
+                                   {{"-o", "table", "--timeout", "7"}, "0 colour header 90 7\n"}};
+    CliHooks hooks;
+    hooks.commands = {{"tell", "Tell", tellContext, {}, true}};
+    for (const Row& row : rows) {
+        Arguments argv = {"veskctl"};
+        argv.insert(argv.end(), row.arguments.begin(), row.arguments.end());
+        argv.push_back("tell");
+        const CliOutcome outcome = evaluateCli(static_cast<int>(argv.size()), argv.data(), hooks,
+                                               Screen{true, true, 90, 25});
+        EXPECT_EQ(outcome.standardOutput, row.told) << outcome.standardError;
+    }
+    for (const Arguments& arguments :
+         {Arguments{"tell", "--color=always"}, Arguments{"--color", "always", "tell"}}) {
+        EXPECT_EQ(evaluate(arguments, hooks).standardOutput, "0 colour header 0 0\n");
+    }
+}
+
+TEST(Cli, ALookMayBeWantedAgain) {
+    CliHooks hooks;
+    hooks.commands = {{"tell", "Tell", tellContext, {}, true}};
+    EXPECT_EQ(evaluate({"tell"}, hooks).watchSeconds, std::nullopt);
+    EXPECT_EQ(evaluate({"tell", "--watch"}, hooks).watchSeconds, std::optional<unsigned>(2));
+    EXPECT_EQ(evaluate({"--watch", "tell"}, hooks).watchSeconds, std::optional<unsigned>(2));
+    EXPECT_EQ(evaluate({"tell", "--watch", "60"}, hooks).watchSeconds, std::optional<unsigned>(60));
 }
 
 TEST(Cli, HooksAddOptionsOnBothSidesOfTheCommand) {

@@ -77,7 +77,7 @@ TEST_F(ControllerOfAHost, ZerosAreNoAnswerAndKeepEveryField) {
         "physical_disk_count": 0, "virtual_disk_count": 0, "port_count": 0,
         "max_buffer_size_raw": 0})"));
     const std::string text = shown(controller);
-    EXPECT_TRUE(contains(text, "  State                not responding\n")) << text;
+    EXPECT_TRUE(contains(text, "! State                not responding\n")) << text;
     EXPECT_TRUE(contains(text, "  PCI address          not reported\n")) << text;
     EXPECT_TRUE(contains(text, "  Firmware version     0.0.0.0\n")) << text;
     EXPECT_EQ(told(problems),

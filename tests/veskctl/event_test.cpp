@@ -1,7 +1,7 @@
 // Events: taken, decoded, shown.
 #include "veskctl/event.h"
 
-#include "veskctl/report.h"
+#include "veskctl/output.h"
 
 #include "fake_library.h"
 #include "samples.h"

@@ -1,18 +1,22 @@
 #include "veskctl/cli.h"
 
+#include "veskctl/common_options.h"
 #include "veskctl/format.h"
 #include "veskctl/library.h"
+#include "veskctl/output.h"
 #include "veskctl/process.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
+#include "veskctl/watch.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+#include <chrono>
 #include <cstring>
 #include <exception>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -54,16 +58,62 @@ public:
             ->check(CLI::Range(lowest, highest));
     }
 
-    void addId(std::optional<unsigned>& id, const std::string& thing, bool required) override {
-        const auto check = [thing](const std::string& value) {
-            return value == "0" || value == "1"
-                       ? std::string()
-                       : format("there is no {} '{}', the ids are 0 and 1", thing, value);
+    void addChoice(const std::string& name, std::string& value,
+                   const std::vector<std::string>& choices, const std::string& shownAs,
+                   const std::string& help) override {
+        const auto check = [choices](const std::string& given) {
+            if (std::find(choices.begin(), choices.end(), given) != choices.end()) {
+                return std::string();
+            }
+            std::string known;
+            for (const std::string& choice : choices) {
+                known += (known.empty() ? "" : ", ") + choice;
+            }
+            return format("'{}' is none of {}", given, known);
+        };
+        m_app.add_option(name, value, help)->option_text(shownAs)->check(check, "");
+    }
+
+    void addOptionalNumber(const std::string& name, std::optional<unsigned>& value, unsigned alone,
+                           unsigned lowest, unsigned highest, const std::string& shownAs,
+                           const std::string& help) override {
+        const auto store = [=, &value](const CLI::results_t& given) {
+            unsigned number = alone;
+            const bool understood = given.empty() || given.front().empty() ||
+                                    CLI::detail::lexical_cast(given.front(), number);
+            if (!understood || number < lowest || number > highest) {
+                throw CLI::ValidationError(name, format("'{}' is no number from {} to {}",
+                                                        given.front(), lowest, highest));
+            }
+            value = number;
+            return true;
+        };
+        m_app.add_option(name, store, help)->option_text(shownAs)->expected(0, 1);
+    }
+
+    void addVolumeId(std::optional<unsigned>& id) override {
+        const auto check = [](const std::string& value) {
+            return isId(value) ? std::string()
+                               : format("there is no volume '{}', the ids are 0 and 1", value);
         };
         const auto store = [&id](const std::string& value) {
             id = value == "0" ? 0U : 1U;
         };
-        m_app.add_option_function<std::string>("ID", store, format("The {}: 0 or 1", thing))
+        m_app.add_option_function<std::string>("ID", store, "The volume: 0 or 1")
+            ->option_text(" ")
+            ->check(check, "")
+            ->required();
+    }
+
+    void addDisk(std::string& idOrSerial, bool required) override {
+        // What is as short as an id was meant as one: no serial number is.
+        constexpr std::size_t kLeastSerial = 4;
+        const auto check = [](const std::string& value) {
+            return isId(value) || value.size() >= kLeastSerial
+                       ? std::string()
+                       : format("there is no disk '{}', the ids are 0 and 1", value);
+        };
+        m_app.add_option("ID", idOrSerial, "The disk: 0 or 1, or its serial number")
             ->option_text(" ")
             ->check(check, "")
             ->required(required);
@@ -82,12 +132,15 @@ public:
     }
 
 private:
+    static bool isId(const std::string& value) { return value == "0" || value == "1"; }
+
     CLI::App& m_app;
 };
 
 struct Runnable {
     CLI::App* app;
     std::string path;  // all words of the command
+    bool watchable;
     CommandRunner run;
 };
 
@@ -104,8 +157,7 @@ public:
     }
 
     CLI::App& app() { return m_app; }
-    const std::string& library() const { return m_library; }
-    bool json() const { return m_json; }
+    const CommonOptions& common() const { return m_common; }
 
     // Subcommands stand behind the command that they belong to, and were parsed with it.
     const Runnable& chosen() const {
@@ -146,7 +198,8 @@ private:
             const std::string path = prefix + command.name;
             if (command.declare != nullptr) {
                 CliOptions options(*subcommand);
-                m_runnable.push_back({subcommand, path, command.declare(options)});
+                m_runnable.push_back(
+                    {subcommand, path, command.watchable, command.declare(options)});
             } else {
                 subcommand->require_subcommand(1);
             }
@@ -156,38 +209,27 @@ private:
 
     void addCommonOptions(CLI::App& target, const CliHooks& hooks) {
         CliOptions options(target);
-        options.addFlag("--json", m_json, "Write one JSON document");
-        options.addText("--library", m_library, format("PATH [{}]", kDefaultLibrary),
-                        "The library file, or a name for the loader to look for");
+        m_common.declare(options);
         if (hooks.addOptions) {
             hooks.addOptions(options);
         }
     }
 
-    std::string m_library = kDefaultLibrary;
-    bool m_json = false;
+    CommonOptions m_common;
     CLI::App m_app;
     std::vector<Runnable> m_runnable;
 };
 
-// A command line that cannot be read may still ask for a document.
-bool asksForJson(int argc, const char* const* argv) {
-    return std::any_of(argv + std::min(argc, 1), argv + argc,
-                       [](const char* argument) { return std::strcmp(argument, "--json") == 0; });
-}
-
-CliOutcome outcomeOf(const std::string& command, const Report& report, bool json, bool colour) {
+CliOutcome outcomeOf(const std::string& command, const Report& report,
+                     const CommandContext& context) {
+    Output output = renderOutput(command, report, context);
     CliOutcome outcome;
     outcome.exitCode = static_cast<int>(exitCodeOf(report.problems));
     if (report.problems.empty() && report.exitCode) {
         outcome.exitCode = *report.exitCode;
     }
-    outcome.standardOutput = json ? renderJson(command, report)
-                                  : report.lead + report.blocks.render(colour) + report.text;
-    outcome.standardError = renderProblems(report.problems);
-    if (!json) {
-        outcome.standardError += renderNotes(report.notes);
-    }
+    outcome.standardOutput = std::move(output.standardOutput);
+    outcome.standardError = std::move(output.standardError);
     return outcome;
 }
 
@@ -230,7 +272,10 @@ CliOutcome usageFailure(const CliHooks& hooks, const std::string& command,
                         const std::string& message, bool json) {
     Report report;
     report.problems.push_back({ProblemKind::Usage, message});
-    CliOutcome outcome = outcomeOf(command, report, json, false);
+    CommandContext context;
+    context.format = json ? OutputFormat::JsonDocument : OutputFormat::Table;
+    context.simulated = hooks.simulated;
+    CliOutcome outcome = outcomeOf(command, report, context);
     outcome.standardError +=
         format("veskctl: try '{} --help' for more information\n", hooks.programName);
     return outcome;
@@ -270,34 +315,34 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
         return usageFailure(hooks, wordsOf(line.app()), usageMessage(line.app(), error),
                             asksForJson(argc, argv));
     }
+    const Runnable& command = line.chosen();
+    std::optional<unsigned> watchSeconds;
+    Report report;
+    CommandContext context;
     try {
         line.handDown();
+        context = line.common().contextFor(screen);
+        watchSeconds = line.common().watchSeconds();
+        if (watchSeconds && !command.watchable) {
+            throw UsageError(format("--watch does not go with '{}'", command.path));
+        }
     } catch (const UsageError& error) {
-        return usageFailure(hooks, line.chosen().path, error.what(), line.json());
+        return usageFailure(hooks, command.path, error.what(), asksForJson(argc, argv));
     }
-
-    const Runnable& command = line.chosen();
-    CommandContext context;
-    context.libraryName = line.library();
-    context.format = line.json() ? OutputFormat::JsonDocument : OutputFormat::Table;
-    context.terminal = screen.terminal;
-    context.colour = screen.takesColour;
-    context.width = screen.width;
-    Report report;
+    context.simulated = hooks.simulated;
     runCommand(command.run, context, hooks, report);
-    return outcomeOf(command.path, report, line.json(), context.colour);
+    CliOutcome outcome = outcomeOf(command.path, report, context);
+    outcome.watchSeconds = watchSeconds;
+    return outcome;
 }
 
-int runCli(int argc, const char* const* argv, const CliHooks& hooks) {
-    prepareStandardStreams();
-    Screen screen;
-    screen.terminal = isatty(STDOUT_FILENO) == 1;
-    screen.takesColour =
-        colourWanted(screen.terminal, std::getenv("NO_COLOR"), std::getenv("TERM"));
-    CliOutcome outcome = evaluateCli(argc, argv, hooks, screen);
+namespace {
 
+// The exit code. False is put into `goOn` once nobody reads any more.
+int writeOutcome(CliOutcome outcome, bool& goOn) {
     // A reader that has gone has read enough: nothing to tell, and nobody to tell it to.
     const int failure = writeAndFlush(stdout, outcome.standardOutput);
+    goOn = failure == 0;
     if (failure != 0 && failure != EPIPE) {
         outcome.standardError +=
             format("veskctl: standard output cannot be written: {}\n", std::strerror(failure));
@@ -306,6 +351,45 @@ int runCli(int argc, const char* const* argv, const CliHooks& hooks) {
     // Where standard error fails as well, the exit code has to do.
     static_cast<void>(writeAndFlush(stderr, outcome.standardError));
     return outcome.exitCode;
+}
+
+// On a terminal, what the look says stands over what the last one said, errors too.
+CliOutcome framed(const CliOutcome& look, const std::string& title, const Screen& screen) {
+    CliOutcome outcome = look;
+    if (screen.terminal) {
+        outcome.standardOutput =
+            frameOf(title + look.standardOutput + look.standardError, screen.height);
+        outcome.standardError.clear();
+    }
+    return outcome;
+}
+
+}  // namespace
+
+int runCli(int argc, const char* const* argv, const CliHooks& hooks) {
+    prepareStandardStreams();
+    std::string words;
+    for (int index = 0; index < argc; ++index) {
+        words += (index == 0 ? std::string(hooks.programName) : std::string(" ") + argv[index]);
+    }
+    bool goOn = true;
+    int exitCode = 0;
+    CliOutcome look = evaluateCli(argc, argv, hooks, standardScreen());
+    if (!look.watchSeconds) {
+        return writeOutcome(std::move(look), goOn);
+    }
+    const std::chrono::seconds interval(*look.watchSeconds);
+    const StopSignals signals;
+    do {
+        const Screen screen = standardScreen();
+        const std::string title = watchTitle(*look.watchSeconds, words);
+        exitCode = writeOutcome(framed(look, title, screen), goOn);
+        if (!goOn || !signals.pause(interval, STDOUT_FILENO)) {
+            break;
+        }
+        look = evaluateCli(argc, argv, hooks, standardScreen());
+    } while (look.watchSeconds);
+    return signals.arrived() ? static_cast<int>(ExitCode::Ok) : exitCode;
 }
 
 }  // namespace veskctl

@@ -3,8 +3,10 @@
 #pragma once
 
 #include "veskctl/command.h"
+#include "veskctl/screen.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +15,7 @@ namespace veskctl {
 // What a main function adds.
 struct CliHooks {
     std::string programName = "veskctl";  // in the help text
+    bool simulated = false;               // all that is shown is the simulated host
     // Called for the program and for each command, so that options may stand on either side of the
     // command's name. They must write to the same variables each time.
     std::function<void(Options&)> addOptions = {};
@@ -26,13 +29,7 @@ struct CliOutcome {
     int exitCode = 0;
     std::string standardOutput;
     std::string standardError;
-};
-
-// Where standard output goes.
-struct Screen {
-    bool terminal = false;
-    bool takesColour = false;
-    unsigned width = 0;  // columns; 0: any number
+    std::optional<unsigned> watchSeconds = std::nullopt;  // until the next look is wanted
 };
 
 // Everything but the writing.

@@ -47,8 +47,17 @@ public:
     virtual void addNumber(const std::string& name, unsigned& value, unsigned lowest,
                            unsigned highest, const std::string& shownAs,
                            const std::string& help) = 0;
-    // The id of a disk or a volume, without a name in front. thing: "disk" or "volume".
-    virtual void addId(std::optional<unsigned>& id, const std::string& thing, bool required) = 0;
+    virtual void addChoice(const std::string& name, std::string& value,
+                           const std::vector<std::string>& choices, const std::string& shownAs,
+                           const std::string& help) = 0;
+    // Whose value may be left out. Empty: the option was not given.
+    virtual void addOptionalNumber(const std::string& name, std::optional<unsigned>& value,
+                                   unsigned alone, unsigned lowest, unsigned highest,
+                                   const std::string& shownAs, const std::string& help) = 0;
+    // The id of a volume, without a name in front.
+    virtual void addVolumeId(std::optional<unsigned>& id) = 0;
+    // The id of a disk or its serial number, without a name in front; see findSlot. Empty: all.
+    virtual void addDisk(std::string& idOrSerial, bool required) = 0;
 
     // Of two options that were added before.
     virtual void onlyWith(const std::string& name, const std::string& other) = 0;
@@ -65,6 +74,7 @@ struct Command {
     // them. Null: the name is only the first word of its subcommands.
     CommandRunner (*declare)(Options& options) = nullptr;
     std::vector<Command> subcommands = {};
+    bool watchable = false;  // only reads, so that one may look again and again
 };
 
 // In the order of the help text.

@@ -84,6 +84,24 @@ std::optional<std::string> PciIdentity::address() const {
                   addressRaw & 0xFFU);
 }
 
+namespace {
+
+std::string speedAndWidth(const std::optional<double>& speed,
+                          const std::optional<unsigned>& width) {
+    return format("{} GT/s x{}", speed ? format("{}", *speed) : "?",
+                  width ? format("{}", *width) : "?");
+}
+
+}  // namespace
+
+std::string linkText(const PcieLink& link) {
+    return speedAndWidth(link.currentSpeedGts(), link.currentWidth());
+}
+
+std::string maxLinkText(const PcieLink& link) {
+    return speedAndWidth(link.maxSpeedGts(), link.maxWidth());
+}
+
 std::string Controller::firmwareVersionText() const {
     return format("{}.{}.{}.{}", firmwareVersion[0], firmwareVersion[1], firmwareVersion[2],
                   firmwareVersion[3]);
@@ -269,6 +287,7 @@ void addControllerSections(const Controller& controller, Blocks& blocks) {
 namespace {
 
 void runController(const CommandContext& context, Report& report) {
+    report.items = "controllers";
     report.fields["controllers"] = Json::array();
     const Session session(context, report);
     const Controller controller = readController(session.functions(), report.problems);
@@ -279,10 +298,11 @@ void runController(const CommandContext& context, Report& report) {
 }  // namespace
 
 Command controllerCommand() {
-    return {"controller", "Show the controller: identity, firmware, PCIe link, counts",
-            [](Options&) {
-                return CommandRunner(runController);
-            }};
+    return {"controller",
+            "Show the controller: identity, firmware, PCIe link, counts",
+            [](Options&) { return CommandRunner(runController); },
+            {},
+            true};
 }
 
 }  // namespace veskctl

@@ -59,6 +59,10 @@ struct Controller {
     bool responding() const;
 };
 
+// "8 GT/s x4"; "?" for what is not reported.
+std::string linkText(const PcieLink& link);
+std::string maxLinkText(const PcieLink& link);
+
 // Zeros where nothing came. What goes wrong is noted among the problems. May throw what the library
 // throws.
 Controller readController(const LibraryFunctions& functions, std::vector<Problem>& problems);

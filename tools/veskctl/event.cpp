@@ -3,6 +3,8 @@
 #include "veskctl/command.h"
 #include "veskctl/event_loops.h"
 #include "veskctl/format.h"
+#include "veskctl/output.h"
+#include "veskctl/printable.h"
 #include "veskctl/process.h"
 #include "veskctl/record.h"
 #include "veskctl/report.h"
@@ -16,7 +18,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <memory>
 
 #include <unistd.h>
@@ -37,13 +38,7 @@ std::optional<std::string> nameOf(const std::array<const char*, Count>& names, u
 }  // namespace
 
 std::optional<std::string> Event::time() const {
-    const auto seconds = static_cast<std::time_t>(timeRaw);
-    std::tm utc = {};
-    if (timeRaw == 0 || gmtime_r(&seconds, &utc) == nullptr) {
-        return std::nullopt;
-    }
-    return format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", utc.tm_year + 1900, utc.tm_mon + 1,
-                  utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+    return timeRaw == 0 ? std::nullopt : timeText(static_cast<std::time_t>(timeRaw));
 }
 
 std::optional<std::string> Event::className() const {
@@ -163,16 +158,12 @@ constexpr const char* kLeaving =
     "was stored with each delivery";
 
 struct EventOptions {
-    bool ndjson = false;
     bool follow = false;
     unsigned waitSeconds = 2;
     unsigned intervalSeconds = 1;
 };
 
 void checkOptions(const CommandContext& context, const EventOptions& options) {
-    if (context.format == OutputFormat::JsonDocument && options.ndjson) {
-        throw UsageError("--json and --ndjson exclude each other");
-    }
     if (context.format == OutputFormat::JsonDocument && options.follow) {
         throw UsageError(
             "--json writes one document, which --follow would never end; use --ndjson");
@@ -186,9 +177,9 @@ void demandOutput() {
     }
 }
 
-std::string lineOf(const Event& event, const CommandContext& context, const EventOptions& options) {
-    return options.ndjson ? renderJsonLine(eventToJson(event))
-                          : eventToTextLine(event, context.colour);
+std::string lineOf(const Event& event, const CommandContext& context) {
+    return context.format == OutputFormat::JsonLines ? renderJsonLine(eventToJson(event))
+                                                     : eventToTextLine(event, context.colour);
 }
 
 EventLoopCalls callsOf(const Session& session, const StopSignals& signals) {
@@ -204,6 +195,7 @@ EventLoopCalls callsOf(const Session& session, const StopSignals& signals) {
 
 // A signal ends this one too, with what was taken until then.
 void runOnce(const CommandContext& context, const EventOptions& options, Report& report) {
+    report.items = "events";
     report.fields["events"] = Json::array();
     report.fields["more_may_follow"] = false;
     demandOutput();
@@ -213,7 +205,7 @@ void runOnce(const CommandContext& context, const EventOptions& options, Report&
     EventLoopCalls calls = callsOf(session, signals);
     calls.show = [&](const Event& event) {
         report.fields["events"].push_back(eventToJson(event));
-        report.text += lineOf(event, context, options);
+        report.text += lineOf(event, context);
         return true;
     };
     calls.complain = [&report](const Problem& problem) {
@@ -225,7 +217,7 @@ void runOnce(const CommandContext& context, const EventOptions& options, Report&
     };
     drainEvents(calls, std::chrono::seconds(options.waitSeconds));
 
-    if (options.ndjson) {
+    if (context.format == OutputFormat::JsonLines) {
         return;
     }
     if (report.text.empty()) {
@@ -237,6 +229,7 @@ void runOnce(const CommandContext& context, const EventOptions& options, Report&
 
 void runFollow(const CommandContext& context, const EventOptions& options, Report& report) {
     demandOutput();
+    report.streamed = true;
     const StopSignals signals;
     const Session session(context, report);
 
@@ -246,7 +239,7 @@ void runFollow(const CommandContext& context, const EventOptions& options, Repor
     };
     EventLoopCalls calls = callsOf(session, signals);
     calls.show = [&](const Event& event) {
-        const int failure = writeAndFlush(stdout, lineOf(event, context, options));
+        const int failure = writeAndFlush(stdout, lineOf(event, context));
         if (failure != 0 && failure != EPIPE) {
             report.problems.push_back(
                 {ProblemKind::Internal,
@@ -269,8 +262,6 @@ void runFollow(const CommandContext& context, const EventOptions& options, Repor
 CommandRunner declare(Options& options) {
     const auto wanted = std::make_shared<EventOptions>();
     options.addRemark(kHelp);
-    options.addFlag("--ndjson", wanted->ndjson,
-                    "Write each event as one line of JSON, nothing else");
     options.addFlag("--follow", wanted->follow, "Go on until SIGINT or SIGTERM");
     options.addNumber("--wait", wanted->waitSeconds, 0, 600, "SECONDS [2]",
                       "How long to wait for the library's first look at the log");

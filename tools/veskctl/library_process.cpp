@@ -2,7 +2,7 @@
 
 #include "veskctl/format.h"
 #include "veskctl/library_server.h"
-#include "veskctl/report.h"
+#include "veskctl/printable.h"
 
 #include <array>
 #include <cerrno>

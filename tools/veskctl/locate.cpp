@@ -1,6 +1,7 @@
 #include "veskctl/locate.h"
 
 #include "veskctl/command.h"
+#include "veskctl/disk.h"
 #include "veskctl/format.h"
 #include "veskctl/report.h"
 #include "veskctl/session.h"
@@ -18,11 +19,14 @@ int requestLocate(const LibraryFunctions& functions, unsigned slot, Blink blink)
 
 namespace {
 
-void runLocate(const CommandContext& context, unsigned slot, Blink blink, Report& report) {
-    report.fields["slot"] = slot;
+void runLocate(const CommandContext& context, const std::string& disk, Blink blink,
+               Report& report) {
+    report.fields["slot"] = nullptr;
     report.fields["locate"] = blink == Blink::On ? "on" : "off";
     report.fields["requested"] = false;
     const Session session(context, report);
+    const unsigned slot = findSlot(session.functions(), disk, report.problems);
+    report.fields["slot"] = slot;
     const int result = requestLocate(session.functions(), slot, blink);
     if (result != ERR_NONE) {
         report.problems.push_back(
@@ -35,10 +39,10 @@ void runLocate(const CommandContext& context, unsigned slot, Blink blink, Report
 }
 
 CommandRunner declare(Options& options, Blink blink) {
-    const auto slot = std::make_shared<std::optional<unsigned>>();
-    options.addId(*slot, "disk", true);
-    return [slot, blink](const CommandContext& context, Report& report) {
-        runLocate(context, slot->value(), blink, report);
+    const auto disk = std::make_shared<std::string>();
+    options.addDisk(*disk, true);
+    return [disk, blink](const CommandContext& context, Report& report) {
+        runLocate(context, *disk, blink, report);
     };
 }
 

@@ -35,6 +35,13 @@ const char* resultName(int resultCode) {
     }
 }
 
+bool contains(const std::vector<Problem>& problems, ProblemKind kind) {
+    return std::any_of(problems.begin(), problems.end(),
+                       [kind](const Problem& problem) { return problem.kind == kind; });
+}
+
+}  // namespace
+
 const char* problemName(ProblemKind kind) {
     switch (kind) {
     case ProblemKind::Usage:
@@ -61,18 +68,13 @@ const char* problemName(ProblemKind kind) {
         return "disk_not_responding";
     case ProblemKind::VolumeNotResponding:
         return "volume_not_responding";
+    case ProblemKind::HostFileUnusable:
+        return "host_file_unusable";
     case ProblemKind::Internal:
         break;
     }
     return "internal_error";
 }
-
-bool contains(const std::vector<Problem>& problems, ProblemKind kind) {
-    return std::any_of(problems.begin(), problems.end(),
-                       [kind](const Problem& problem) { return problem.kind == kind; });
-}
-
-}  // namespace
 
 Problem libraryCallFailed(const std::string& function, int resultCode, const std::string& about) {
     Problem problem;

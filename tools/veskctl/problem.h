@@ -29,6 +29,7 @@ enum class ProblemKind {
     ControllerNotResponding,
     DiskNotResponding,
     VolumeNotResponding,
+    HostFileUnusable,
     Internal
 };
 
@@ -46,6 +47,9 @@ Problem libraryCallFailed(const std::string& function, int resultCode,
 
 // name: the part that is silent. about: what of it was asked for, if it is not silent altogether.
 Problem didNotAnswer(ProblemKind kind, const std::string& name, const std::string& about = "");
+
+// Its name in documents, as "no_controller".
+const char* problemName(ProblemKind kind);
 
 Json problemToJson(const Problem& problem);
 

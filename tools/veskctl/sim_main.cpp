@@ -34,7 +34,9 @@ void startHost(const SimOptions& options, std::optional<vesksim::SimFolder>& fol
                veskctl::CommandContext& context) {
     context.simulated = true;
     try {
-        folder.emplace(options.state, vesksim::loadScenario(options.scenario));
+        if (!folder) {  // once, for all looks of a command that goes on
+            folder.emplace(options.state, vesksim::loadScenario(options.scenario));
+        }
     } catch (const std::exception& error) {
         throw veskctl::UsageError(error.what());
     }
@@ -82,6 +84,7 @@ int main(int argc, char** argv) {
     std::optional<vesksim::SimFolder> folder;
     veskctl::CliHooks hooks;
     hooks.programName = "veskctl-sim";
+    hooks.simulated = true;
     hooks.addOptions = [&options](veskctl::Options& target) {
         addSimOptions(target, options);
     };

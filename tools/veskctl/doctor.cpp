@@ -1,0 +1,134 @@
+#include "veskctl/doctor.h"
+
+#include "veskctl/format.h"
+#include "veskctl/report.h"
+
+#include <algorithm>
+
+namespace veskctl {
+
+namespace {
+
+class Examination {
+public:
+    explicit Examination(const Snapshot& snapshot) : m_snapshot(snapshot) {}
+
+    std::vector<Finding> run() {
+        addLibraries();
+        addController();
+        addFiles();
+        return m_findings;
+    }
+
+private:
+    void add(const std::string& code, const std::string& path, const std::string& text) {
+        m_findings.push_back({Severity::Info, code, path, std::nullopt, text});
+    }
+
+    void addLibraries() {
+        if (!m_snapshot.libraryPath.empty()) {
+            add("library", m_snapshot.libraryPath, "it can be loaded");
+            add("platform_library", m_snapshot.platformPath,
+                m_snapshot.simulated ? "it is the simulated one: nothing here is about this machine"
+                                     : "it is the host's");
+        }
+        for (const Problem& problem : m_snapshot.problems) {
+            m_findings.push_back(
+                {Severity::Error, problemName(problem.kind), "", std::nullopt, problem.message});
+        }
+    }
+
+    void addController() {
+        if (m_snapshot.reach == Reach::Answering) {
+            add("controller", "",
+                format("the controller at {} answers",
+                       m_snapshot.controller->pci.address().value_or("an unknown address")));
+        }
+    }
+
+    void addFiles() {
+        const HostFiles& files = m_snapshot.hostFiles;
+        if (files.config.state == FileState::Read) {
+            add("config", files.config.path,
+                format("trace log {}, a look at the events each {} seconds",
+                       files.settings.traceLog ? "on" : "off", files.settings.pollingSeconds));
+        }
+        if (files.alerts && files.mark) {
+            add("mapping", files.mapping.path,
+                format("{} {}, events up to number {} are delivered", files.alerts->rows.size(),
+                       files.alerts->rows.size() == 1 ? "row" : "rows", files.mark->value));
+        }
+        for (const FileText* file : {&files.pci.addresses, &files.pci.dumps}) {
+            if (file->state == FileState::Read) {
+                add("pci_file", file->path, format("{} bytes", file->size));
+            }
+        }
+        add("trace_log", files.traceLog.folder,
+            format("{} {} with {} bytes altogether", files.traceLog.fileCount,
+                   files.traceLog.fileCount == 1 ? "file" : "files", files.traceLog.totalBytes));
+        m_findings.insert(m_findings.end(), files.findings.begin(), files.findings.end());
+    }
+
+    const Snapshot& m_snapshot;
+    std::vector<Finding> m_findings;
+};
+
+std::string paragraphOf(const Finding& finding) {
+    const bool calm = finding.severity == Severity::Info;
+    std::string place = finding.path;
+    if (finding.line) {
+        place += format(" line {}", *finding.line);
+    }
+    std::string text =
+        format("{} {:<7}  {}{}{}\n", calm ? ' ' : '!', calm ? "ok" : severityName(finding.severity),
+               printable(place), place.empty() ? "" : ": ", printable(finding.text));
+    if (!finding.remedy.empty()) {
+        text += format("           to do: {}\n", printable(finding.remedy));
+    }
+    return text;
+}
+
+std::size_t count(const std::vector<Finding>& findings, Severity severity) {
+    return static_cast<std::size_t>(
+        std::count_if(findings.begin(), findings.end(),
+                      [severity](const Finding& finding) { return finding.severity == severity; }));
+}
+
+void runDoctor(const CommandContext& context, Report& report) {
+    report.fields["findings"] = Json::array();
+    report.items = "findings";
+    const Snapshot snapshot = takeSnapshot(context);
+    report.simulated = snapshot.simulated;
+    const std::vector<Finding> findings = examine(snapshot);
+    for (const Finding& finding : findings) {
+        report.fields["findings"].push_back(findingToJson(finding));
+        report.text += paragraphOf(finding);
+    }
+    const std::size_t errors = count(findings, Severity::Error);
+    const std::size_t warnings = count(findings, Severity::Warning);
+    report.text += errors + warnings == 0
+                       ? "Nothing is wrong.\n"
+                       : format("{} {}, {} {}\n", errors, errors == 1 ? "error" : "errors",
+                                warnings, warnings == 1 ? "warning" : "warnings");
+    report.exitCode = static_cast<int>(errors > 0 ? ExitCode::Failed : ExitCode::Ok);
+    if (snapshot.reach == Reach::Absent) {
+        report.exitCode = static_cast<int>(ExitCode::NoController);
+    }
+}
+
+}  // namespace
+
+std::vector<Finding> examine(const Snapshot& snapshot) {
+    return Examination(snapshot).run();
+}
+
+Command doctorCommand() {
+    return {"doctor", "Look for what is wrong with libraries, host files and controller",
+            [](Options& options) {
+                options.addRemark("The exit code is 0 without an error, 1 with one, 3 without a "
+                                  "controller.");
+                return CommandRunner(runDoctor);
+            }};
+}
+
+}  // namespace veskctl
