@@ -46,8 +46,8 @@ const MappingCase kMappings[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(AlertMapping, MappingTest, testing::ValuesIn(kMappings),
-                         [](const testing::TestParamInfo<MappingCase>& info) {
-                             return std::string(info.param.name);
+                         [](const testing::TestParamInfo<MappingCase>& test) {
+                             return std::string(test.param.name);
                          });
 
 TEST(AlertMapping, TellsWhatTheLibraryWouldReport) {

@@ -46,7 +46,6 @@ TEST(Cli, UsageErrorsSayWhatIsWrong) {
         const char* message;  // null: in the words of CLI11
     };
     const std::vector<Row> rows = {
-        {{}, "no command was given"},
         {{"frob"}, "unknown command 'frob'"},
         {{"--frob"}, "unknown option '--frob'"},
         {{"controller", "--frob"}, nullptr},

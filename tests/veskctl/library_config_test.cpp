@@ -60,8 +60,8 @@ const ConfigCase kConfigs[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(LibraryConfig, ConfigTest, testing::ValuesIn(kConfigs),
-                         [](const testing::TestParamInfo<ConfigCase>& info) {
-                             return std::string(info.param.name);
+                         [](const testing::TestParamInfo<ConfigCase>& test) {
+                             return std::string(test.param.name);
                          });
 
 }  // namespace

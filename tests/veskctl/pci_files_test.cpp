@@ -126,8 +126,8 @@ const PciCase kCases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(PciFiles, PciFilesTest, testing::ValuesIn(kCases),
-                         [](const testing::TestParamInfo<PciCase>& info) {
-                             return std::string(info.param.name);
+                         [](const testing::TestParamInfo<PciCase>& test) {
+                             return std::string(test.param.name);
                          });
 
 }  // namespace

@@ -66,8 +66,8 @@ const MarkCase kMarks[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Mark, MarkTest, testing::ValuesIn(kMarks),
-                         [](const testing::TestParamInfo<MarkCase>& info) {
-                             return std::string(info.param.name);
+                         [](const testing::TestParamInfo<MarkCase>& test) {
+                             return std::string(test.param.name);
                          });
 
 TEST(Mark, TellsTheLine) {

@@ -211,8 +211,8 @@ const VerdictCase kVerdicts[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Verdict, VerdictTest, testing::ValuesIn(kVerdicts),
-                         [](const testing::TestParamInfo<VerdictCase>& info) {
-                             return std::string(info.param.name);
+                         [](const testing::TestParamInfo<VerdictCase>& test) {
+                             return std::string(test.param.name);
                          });
 
 TEST(Verdict, ThresholdsCanBeSet) {

@@ -1,5 +1,6 @@
 #include "veskctl/cli.h"
 
+#include "veskctl/check.h"
 #include "veskctl/common_options.h"
 #include "veskctl/format.h"
 #include "veskctl/library.h"
@@ -31,7 +32,7 @@ constexpr const char* kFooter = R"(Exit codes:
   2  the command line is wrong
   3  there is no controller
 
-With --json, standard output carries one JSON document, also after an error.
+Without a command, 'status' is meant. With --json, standard output carries one JSON document, also after an error.
 Colour is used on a terminal only, and not with NO_COLOR set or TERM=dumb.)";
 
 // Declares with CLI11, which no other source includes: it takes seconds to read.
@@ -149,7 +150,7 @@ public:
     explicit CommandLine(const CliHooks& hooks)
         : m_app("Shows the NVMe RAID controller of this host.", hooks.programName) {
         m_app.set_version_flag("--version", format("{} {}", hooks.programName, kProgramVersion));
-        m_app.require_subcommand(1);
+        m_app.require_subcommand(0, 1);
         m_app.footer(kFooter);
         addCommonOptions(m_app, hooks);
         addCommands(m_app, "", allCommands(), hooks);
@@ -159,10 +160,13 @@ public:
     CLI::App& app() { return m_app; }
     const CommonOptions& common() const { return m_common; }
 
-    // Subcommands stand behind the command that they belong to, and were parsed with it.
+    // Subcommands stand behind the command that they belong to, and were parsed with it. Without
+    // any word it is the first of all.
     const Runnable& chosen() const {
-        return *std::find_if(m_runnable.rbegin(), m_runnable.rend(),
-                             [](const Runnable& candidate) { return candidate.app->parsed(); });
+        const auto last =
+            std::find_if(m_runnable.rbegin(), m_runnable.rend(),
+                         [](const Runnable& candidate) { return candidate.app->parsed(); });
+        return last == m_runnable.rend() ? m_runnable.front() : *last;
     }
 
     // Options that stand between the words of a command count for what was chosen. Throws
@@ -227,6 +231,8 @@ CliOutcome outcomeOf(const std::string& command, const Report& report,
     outcome.exitCode = static_cast<int>(exitCodeOf(report.problems));
     if (report.problems.empty() && report.exitCode) {
         outcome.exitCode = *report.exitCode;
+    } else if (command == kCheckName) {
+        outcome.exitCode = checkExitCode(Level::Unknown);  // the usual one would read as critical
     }
     outcome.standardOutput = std::move(output.standardOutput);
     outcome.standardError = std::move(output.standardError);
@@ -254,13 +260,14 @@ std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
         level = level->get_subcommands().front();
     }
     std::string behind = wordsOf(app);
-    if (!aboutWords || level->get_require_subcommand_min() == 0) {
+    const std::vector<std::string> unknown = app.remaining(true);
+    const bool expectsWord = level->get_require_subcommand_min() > 0 || level == &app;
+    if (!aboutWords || !expectsWord || (level == &app && unknown.empty())) {
         return error.what();
     }
     if (!behind.empty()) {
         behind = format(" behind '{}'", behind);
     }
-    const std::vector<std::string> unknown = app.remaining(true);
     if (unknown.empty()) {
         return format("no command was given{}", behind);
     }
@@ -274,7 +281,7 @@ CliOutcome usageFailure(const CliHooks& hooks, const std::string& command,
     report.problems.push_back({ProblemKind::Usage, message});
     CommandContext context;
     context.format = json ? OutputFormat::JsonDocument : OutputFormat::Table;
-    context.simulated = hooks.simulated;
+    context.simulated = hooks.simulated && json;
     CliOutcome outcome = outcomeOf(command, report, context);
     outcome.standardError +=
         format("veskctl: try '{} --help' for more information\n", hooks.programName);
@@ -315,14 +322,18 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
         return usageFailure(hooks, wordsOf(line.app()), usageMessage(line.app(), error),
                             asksForJson(argc, argv));
     }
+    try {
+        line.handDown();
+    } catch (const UsageError& error) {
+        return usageFailure(hooks, line.chosen().path, error.what(), asksForJson(argc, argv));
+    }
+
     const Runnable& command = line.chosen();
-    std::optional<unsigned> watchSeconds;
+    const std::optional<unsigned> watchSeconds = line.common().watchSeconds();
     Report report;
     CommandContext context;
     try {
-        line.handDown();
         context = line.common().contextFor(screen);
-        watchSeconds = line.common().watchSeconds();
         if (watchSeconds && !command.watchable) {
             throw UsageError(format("--watch does not go with '{}'", command.path));
         }

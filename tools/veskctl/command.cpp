@@ -1,14 +1,18 @@
 #include "veskctl/command.h"
 
+#include "veskctl/check.h"
 #include "veskctl/controller.h"
 #include "veskctl/disk.h"
+#include "veskctl/doctor.h"
 #include "veskctl/event.h"
 #include "veskctl/format.h"
 #include "veskctl/health.h"
 #include "veskctl/locate.h"
+#include "veskctl/metrics.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
 #include "veskctl/session.h"
+#include "veskctl/status.h"
 #include "veskctl/volume.h"
 
 namespace veskctl {
@@ -46,8 +50,9 @@ Command versionCommand() {
 }  // namespace
 
 std::vector<Command> allCommands() {
-    return {controllerCommand(), disksCommand(),  healthCommand(), volumesCommand(),
-            eventsCommand(),     locateCommand(), versionCommand()};
+    return {statusCommand(), checkCommand(),   doctorCommand(),  controllerCommand(),
+            disksCommand(),  healthCommand(),  volumesCommand(), eventsCommand(),
+            locateCommand(), metricsCommand(), versionCommand()};
 }
 
 }  // namespace veskctl

@@ -1,7 +1,9 @@
 #include "veskctl/doctor.h"
 
 #include "veskctl/format.h"
+#include "veskctl/printable.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 
 #include <algorithm>
 
@@ -11,7 +13,8 @@ namespace {
 
 class Examination {
 public:
-    explicit Examination(const Snapshot& snapshot) : m_snapshot(snapshot) {}
+    Examination(const Snapshot& snapshot, const LoadedLibraries& libraries)
+        : m_snapshot(snapshot), m_libraries(libraries) {}
 
     std::vector<Finding> run() {
         addLibraries();
@@ -26,11 +29,12 @@ private:
     }
 
     void addLibraries() {
-        if (!m_snapshot.libraryPath.empty()) {
-            add("library", m_snapshot.libraryPath, "it can be loaded");
-            add("platform_library", m_snapshot.platformPath,
-                m_snapshot.simulated ? "it is the simulated one: nothing here is about this machine"
-                                     : "it is the host's");
+        if (!m_libraries.library.empty()) {
+            add("library", m_libraries.library, "it can be loaded");
+            add("platform_library", m_libraries.platform,
+                m_libraries.simulated
+                    ? "it is the simulated one: nothing here is about this machine"
+                    : "it is the host's");
         }
         for (const Problem& problem : m_snapshot.problems) {
             m_findings.push_back(
@@ -70,6 +74,7 @@ private:
     }
 
     const Snapshot& m_snapshot;
+    const LoadedLibraries& m_libraries;
     std::vector<Finding> m_findings;
 };
 
@@ -94,12 +99,23 @@ std::size_t count(const std::vector<Finding>& findings, Severity severity) {
                       [severity](const Finding& finding) { return finding.severity == severity; }));
 }
 
+// What cannot be loaded stands among the snapshot's problems.
+LoadedLibraries loadOnly(const CommandContext& context) {
+    try {
+        const LibraryProcess process(librarySetup(context));
+        return {process.path(), process.platformPath(), process.simulated()};
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
 void runDoctor(const CommandContext& context, Report& report) {
     report.fields["findings"] = Json::array();
     report.items = "findings";
+    const LoadedLibraries libraries = loadOnly(context);
     const Snapshot snapshot = takeSnapshot(context);
-    report.simulated = snapshot.simulated;
-    const std::vector<Finding> findings = examine(snapshot);
+    report.simulated = libraries.simulated || snapshot.simulated;
+    const std::vector<Finding> findings = examine(snapshot, libraries);
     for (const Finding& finding : findings) {
         report.fields["findings"].push_back(findingToJson(finding));
         report.text += paragraphOf(finding);
@@ -118,17 +134,20 @@ void runDoctor(const CommandContext& context, Report& report) {
 
 }  // namespace
 
-std::vector<Finding> examine(const Snapshot& snapshot) {
-    return Examination(snapshot).run();
+std::vector<Finding> examine(const Snapshot& snapshot, const LoadedLibraries& libraries) {
+    return Examination(snapshot, libraries).run();
 }
 
 Command doctorCommand() {
-    return {"doctor", "Look for what is wrong with libraries, host files and controller",
+    return {"doctor",
+            "Look for what is wrong with libraries, host files and controller",
             [](Options& options) {
                 options.addRemark("The exit code is 0 without an error, 1 with one, 3 without a "
                                   "controller.");
                 return CommandRunner(runDoctor);
-            }};
+            },
+            {},
+            true};
 }
 
 }  // namespace veskctl

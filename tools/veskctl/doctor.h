@@ -5,13 +5,20 @@
 #include "veskctl/finding.h"
 #include "veskctl/snapshot.h"
 
+#include <string>
 #include <vector>
 
 namespace veskctl {
 
+struct LoadedLibraries {
+    std::string library;   // the files; empty if it could not be loaded
+    std::string platform;  // of the host's management library
+    bool simulated = false;
+};
+
 // Everything that was looked at, in the order from the program to the controller; what is in order
 // stands there as information.
-std::vector<Finding> examine(const Snapshot& snapshot);
+std::vector<Finding> examine(const Snapshot& snapshot, const LoadedLibraries& libraries);
 
 Command doctorCommand();
 

@@ -1,7 +1,7 @@
 #include "veskctl/exposition.h"
 
 #include "veskctl/format.h"
-#include "veskctl/report.h"
+#include "veskctl/printable.h"
 
 namespace veskctl {
 

@@ -13,6 +13,7 @@ namespace {
 // The host's management library, which libVeskNvme.so needs.
 constexpr const char* kHostLibrary = "libvmkmgmt.so";
 // What only the simulated one of them exports.
+constexpr const char* kPlatformFunction = "vmk_MgmtUserInit";
 constexpr const char* kSimulatedMark = "vesksim_is_simulated";
 
 bool contains(const std::string& text, const std::string& part) {
@@ -78,6 +79,13 @@ std::string loadedPath(void* handle, const std::string& requested) {
     return map->l_name;
 }
 
+// Empty if it is in none.
+std::string fileWith(void* address) {
+    Dl_info info = {};
+    const bool found = address != nullptr && dladdr(address, &info) != 0;
+    return found && info.dli_fname != nullptr ? info.dli_fname : "";
+}
+
 template <class Function>
 void resolve(void* handle, const std::string& path, const char* name, Function& function) {
     void* address = dlsym(handle, name);
@@ -134,6 +142,7 @@ Problem describeMissingSymbol(const std::string& file, const std::string& symbol
 Library::Library(const std::string& requested) {
     void* handle = openLibrary(requested);
     m_path = loadedPath(handle, requested);
+    m_platformPath = fileWith(dlsym(handle, kPlatformFunction));
     m_simulated = dlsym(handle, kSimulatedMark) != nullptr;
     resolve(handle, m_path, "ZT_API_Initialize", m_functions.initialize);
     resolve(handle, m_path, "ZT_Adapter_GetCount", m_functions.adapterGetCount);

@@ -37,12 +37,15 @@ public:
     explicit Library(const std::string& requested);
 
     const std::string& path() const { return m_path; }
+    // The file of the host's management library that it found.
+    const std::string& platformPath() const { return m_platformPath; }
     // Whether the host's management library that it found is the simulated one.
     bool simulated() const { return m_simulated; }
     const LibraryFunctions& functions() const { return m_functions; }
 
 private:
     std::string m_path;
+    std::string m_platformPath;
     bool m_simulated = false;
     LibraryFunctions m_functions;
 };

@@ -135,7 +135,9 @@ LibraryProcess::LibraryProcess(const LibrarySetup& setup)
     try {
         LibraryMessage message;
         receive(message, LibraryFunction::Load);
-        m_path = textIn(message);
+        const std::string paths = textIn(message);
+        m_path = paths.substr(0, paths.rfind('\n'));
+        m_platformPath = paths.substr(m_path.size() + 1);
         m_simulated = message.simulated != 0;
     } catch (...) {
         stop(kLeaving);

@@ -26,6 +26,7 @@ struct LibrarySetup {
     std::string libraryName;
     std::chrono::milliseconds timeout{60'000};  // for one answer
     ChildHooks hooks;
+    std::string hostRoot;  // stands before the paths of the host's files
 };
 
 // Starts the process and loads the library there. At most one object at a time, but any number one
@@ -45,7 +46,8 @@ public:
     const LibraryFunctions& functions() const { return m_functions; }
 
     const std::string& path() const { return m_path; }  // of the library file
-    bool simulated() const { return m_simulated; }      // its host is the simulated one
+    const std::string& platformPath() const { return m_platformPath; }
+    bool simulated() const { return m_simulated; }  // its host is the simulated one
     std::string printed() const;  // the last that the library printed, in one line
 
     // Sends the message and turns it into the answer. For functions().
@@ -67,6 +69,7 @@ private:
     int m_connection = -1;
     int m_output = -1;
     std::string m_path;
+    std::string m_platformPath;
     std::string m_printed;
     bool m_simulated = false;
     std::optional<Problem> m_failure;

@@ -128,7 +128,7 @@ void serveLibrary(int connection, int output, const LibrarySetup& setup) {
             setup.hooks.enter();
         }
         library.emplace(setup.libraryName);
-        putText(message, library->path());
+        putText(message, library->path() + '\n' + library->platformPath());
         message.simulated = library->simulated() ? 1 : 0;
     });
     while (send(connection, message) && receive(connection, message)) {

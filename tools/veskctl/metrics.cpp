@@ -178,14 +178,18 @@ std::string metricsText(const Snapshot& snapshot, const Verdict& verdict, double
 }
 
 Command metricsCommand() {
-    return {"metrics", "Write metrics for Prometheus", [](Options& options) {
+    return {"metrics",
+            "Write metrics for Prometheus",
+            [](Options& options) {
                 const auto file = std::make_shared<std::string>();
                 options.addText("--file", *file, "PATH",
                                 "Replace this file at once, instead of standard output");
                 return CommandRunner([file](const CommandContext& context, Report& report) {
                     runMetrics(context, *file, report);
                 });
-            }};
+            },
+            {},
+            true};
 }
 
 }  // namespace veskctl

@@ -1,6 +1,7 @@
 #include "veskctl/session.h"
 
 #include "veskctl/command.h"
+#include "veskctl/host_files.h"
 #include "veskctl/report.h"
 
 namespace veskctl {
@@ -10,11 +11,22 @@ LibrarySetup librarySetup(const CommandContext& context, unsigned timeoutSeconds
     setup.libraryName = context.libraryName;
     setup.timeout = std::chrono::seconds(context.timeoutSeconds.value_or(timeoutSeconds));
     setup.hooks = context.child;
+    setup.hostRoot = context.hostRoot;
     return setup;
 }
 
+namespace {
+
+// Some of what may lie there ends the library, or has it wait for ever.
+const LibrarySetup& checked(const LibrarySetup& setup) {
+    demandUsable(readHostFiles(setup.hostRoot));
+    return setup;
+}
+
+}  // namespace
+
 Session::Session(const LibrarySetup& setup, std::vector<Problem>& problems, bool& simulated)
-    : m_process(setup) {
+    : m_process(checked(setup)) {
     simulated = m_process.simulated();
     const UCHAR_ result = functions().initialize();
     const bool found = functions().adapterGetCount() != 0;

@@ -36,7 +36,6 @@ void fillSilent(Snapshot& snapshot) {
 }
 
 void readHost(const CommandContext& context, unsigned timeoutSeconds, Snapshot& snapshot) {
-    demandUsable(snapshot.hostFiles);
     const Session session(librarySetup(context, timeoutSeconds), snapshot.problems,
                           snapshot.simulated);
     guarded("the controller", snapshot.problems,

@@ -28,7 +28,6 @@ enum class Reach {
 struct Snapshot {
     std::time_t takenAt = 0;
     bool simulated = false;
-    std::string libraryPath;  // empty: it could not be loaded
     Reach reach = Reach::Unreachable;
     std::optional<Controller> controller = std::nullopt;  // if there is one
     // One of each slot and id while there is a controller. Of a silent one nothing is known.
