@@ -38,7 +38,8 @@ TEST_F(Failures, BeginAtATime) {
 }
 
 TEST_F(Failures, BeginWhenBothAreOver) {
-    loadFailures(R"({"physical_disk": {"status_code": 6, "after_commands": 1, "after_seconds": 2}})");
+    loadFailures(
+        R"({"physical_disk": {"status_code": 6, "after_commands": 1, "after_seconds": 2}})");
     EXPECT_FALSE(fails(diskRead(0)));
     EXPECT_FALSE(fails(diskRead(0))) << "the time is not over";
     moveTo(2);
