@@ -10,8 +10,7 @@ if(NOT code EQUAL EXIT)
 endif()
 
 # Nobody may take the simulated host for a real one.
-if(NOT output MATCHES "^SIMULATED HOST" AND NOT errors MATCHES "^SIMULATED HOST
-")
+if(NOT output MATCHES "^SIMULATED HOST" AND NOT errors MATCHES "^SIMULATED HOST\n")
   message(FATAL_ERROR "the simulated host is not named\n${output}${errors}")
 endif()
 string(REGEX REPLACE "^SIMULATED HOST\n" "" errors "${errors}")

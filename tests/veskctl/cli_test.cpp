@@ -110,7 +110,7 @@ TEST(Cli, UsageErrorsNameTheCommand) {
                                    {{"--json", "disks", "show"}, "\"disks show\""},
                                    {{"--json", "locate", "blink"}, "\"locate\""},
                                    {{"--json", "events", "--frob"}, "\"events\""},
-                                   {{"--json"}, "null"}};
+                                   {{"--json", "--frob"}, "null"}};
     for (const Row& row : rows) {
         EXPECT_EQ(at(parsed(evaluate(row.arguments).standardOutput), "/command"), row.command);
     }
@@ -180,6 +180,8 @@ TEST(Cli, EveryCommandWritesItsDocumentWithoutLibrary) {
         const char* value;
     };
     const std::vector<Row> rows = {
+        {{}, "\"status\"", "/controllers", "[]"},
+        {{"status"}, "\"status\"", "/verdict/level", "\"unknown\""},
         {{"controller"}, "\"controller\"", "/controllers", "[]"},
         {{"disks"}, "\"disks\"", "/disks", "[]"},
         {{"disks", "show", "1"}, "\"disks show\"", "/disks", "[]"},
