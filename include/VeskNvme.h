@@ -61,7 +61,7 @@ static_assert(sizeof(ULONG_INT) == 8 && sizeof(BOOL_TYPE) == 1, "an LP64 target 
 
 enum VeskNVMe_ResultCode {
     ERR_NONE = 0,
-    ERR_FAIL = 1,                /* no memory, bad request type, event mark not stored */
+    ERR_FAIL = 1, /* no memory, bad request type, mapping file not readable, mark not stored */
     ERR_REQ_OUT_OF_RANGE = 5,    /* not raised at present */
     ERR_INVALID_REQUEST = 6,     /* bad request type for raid status or free space */
     ERR_INVALID_ADAPTER_ID = 13, /* not raised at present */
@@ -590,8 +590,8 @@ UCHAR_ ZT_LD_GetConfig(UCHAR_ adapterId, PInfo_Request pLdConfigReq);
  * the mark of what was delivered in libVeskNVMeAlertMapping.ini. Events without an external code in
  * that file are not delivered. What does not fit comes with the polls that follow; before the next
  * poll there is nothing more. ERR_FAIL may say that the mark could not be stored or the file not be
- * made sense of, and that the same events will come again; or that there was no memory for one of
- * the events, which is passed over. The second argument is not used. */
+ * read or made sense of, and that the same events will come again; or that there was no memory for
+ * one of the events, which is passed over. The second argument is not used. */
 UCHAR_ ZT_EVT_GetEvent(UCHAR_ adapterId, UCHAR_ unused, UCHAR_* pCount, CEvent* pEvent);
 
 #ifdef __cplusplus

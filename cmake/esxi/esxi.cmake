@@ -76,10 +76,11 @@ endif()
 #   --exclude-libs           the C++ runtime stays private: unique symbols would pin a library in
 #                            memory, and others would bind to it
 #   --allow-shlib-undefined  this machine's libgcc_s asks for more than the stand-ins have
+#   -Map                     tells what stands at an address that a host reports
 #   -u __cxa_pure_virtual    only referred to weakly; without it a pure virtual call goes to address 0
 list(JOIN vesk_stubs " " stubs)
 string(CONCAT vesk_link_begin
-  "-nodefaultlibs -nostartfiles -s -Wl,--exclude-libs,ALL -Wl,-u,__cxa_pure_virtual "
+  "-nodefaultlibs -nostartfiles -s -Wl,-Map,<TARGET>.map -Wl,--exclude-libs,ALL -Wl,-u,__cxa_pure_virtual "
   "-Wl,--gc-sections -Wl,--allow-shlib-undefined ${file_crti.o} ${file_crtbeginS.o}")
 string(CONCAT vesk_link_end
   "-Wl,--start-group ${file_libstdc++.a} ${file_libgcc.a} ${unwinder} -Wl,--end-group "

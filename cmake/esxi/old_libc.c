@@ -18,6 +18,7 @@ enum { kStatVersion = 1 };
 #pragma GCC visibility push(default)
 int __xstat(int version, const char* path, struct stat* result);
 int __lxstat(int version, const char* path, struct stat* result);
+int __fxstat(int version, int descriptor, struct stat* result);
 int __fxstat64(int version, int descriptor, struct stat64* result);
 #pragma GCC visibility pop
 
@@ -27,6 +28,10 @@ int stat(const char* path, struct stat* result) {
 
 int lstat(const char* path, struct stat* result) {
     return __lxstat(kStatVersion, path, result);
+}
+
+int fstat(int descriptor, struct stat* result) {
+    return __fxstat(kStatVersion, descriptor, result);
 }
 
 int fstat64(int descriptor, struct stat64* result) {

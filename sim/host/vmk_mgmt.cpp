@@ -3,6 +3,7 @@
 
 #include "sim/host/connections.h"
 #include "sim/host/simulated_host.h"
+#include "sim/replay/replay.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -10,11 +11,13 @@
 
 namespace {
 
-// The callers are C: nothing may be thrown at them, not even for a scenario that does not load.
+// A capture that is replayed takes the place of the simulated host. The callers are C: nothing may
+// be thrown at them, not even for a scenario that does not load.
 template <typename Call>
 int guarded(Call call) {
     try {
-        return call(vesksim::SimulatedHost::instance());
+        vesksim::Replay* const replay = vesksim::Replay::active();
+        return replay != nullptr ? call(*replay) : call(vesksim::SimulatedHost::instance());
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "libvmkmgmt: %s\n", failure.what());
         return static_cast<int>(vesksim::MgmtError::kNoHost);
@@ -29,8 +32,7 @@ extern "C" int vesksim_is_simulated() {
 }
 
 int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long* handle) {
-    return guarded(
-        [=](vesksim::SimulatedHost& host) { return host.open(signature, cookie, handle); });
+    return guarded([=](auto& host) { return host.open(signature, cookie, handle); });
 }
 
 int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId,
@@ -40,11 +42,11 @@ int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId
     void* const parameter0 = va_arg(parameters, void*);
     void* const parameter1 = va_arg(parameters, void*);
     va_end(parameters);
-    return guarded([=](vesksim::SimulatedHost& host) {
+    return guarded([=](auto& host) {
         return host.invoke(handle, instanceId, callbackId, parameterCount, parameter0, parameter1);
     });
 }
 
 int vmk_MgmtUserDestroy(unsigned long handle) {
-    return guarded([=](vesksim::SimulatedHost& host) { return host.close(handle); });
+    return guarded([=](auto& host) { return host.close(handle); });
 }

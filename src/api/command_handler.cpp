@@ -2,6 +2,7 @@
 
 #include "api/builder_type_factory.h"
 #include "api/lib_initializer.h"
+#include "controller/kept_firmware_version.h"
 #include "disks/locate_pd_builder.h"
 #include "events/event_monitor.h"
 #include "support/log_line.h"
@@ -158,7 +159,7 @@ void deliverEvents(const ZTCommand& command, std::vector<IObject*>& events) {
 
 void getAdapterOemData(const ZTCommand& command) {
     logCommand("Calling ADAPTER_GET_OEM_DATA");
-    static_cast<PAdapter_OEM_Data>(command.arg2)->firmwareVersion = CController::firwareVer;
+    static_cast<PAdapter_OEM_Data>(command.arg2)->firmwareVersion = stg::keptFirmwareVersion();
 }
 
 // The commands on an Info_Request, which differ in their log lines only.

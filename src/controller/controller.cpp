@@ -2,13 +2,15 @@
 #include "VeskNvme.h"
 
 #include "controller/adapter_data.h"
+#include "controller/kept_firmware_version.h"
 #include "support/log_line.h"
 #include "support/trace.h"
 #include "transport/pcie_link_info.h"
 
 #include <cstring>
 
-_PackageVersion CController::firwareVer = {0, 0, 0, 0};
+// Aligned to be moved as one number.
+alignas(8) _PackageVersion CController::firwareVer = {0, 0, 0, 0};
 
 CController::CController() {
     LOG_ENTRY;
@@ -152,7 +154,7 @@ _BDF CController::getBDF() const {
 VOID_ CController::setAttributes(_AdapaterData* adapter) {
     LOG_ENTRY;
     setFirmwareVersion(adapter->firmwareVersion);
-    firwareVer = adapter->firmwareVersion;
+    stg::keepFirmwareVersion(adapter->firmwareVersion);
     setVendorID(adapter->vendorId);
     setSubVendorID(adapter->subVendorId);
     setDeviceID(adapter->deviceId);

@@ -8,6 +8,7 @@
 #include "support/log_line.h"
 #include "support/trace.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <new>
@@ -48,11 +49,22 @@ void logEvents(const EventMap& events) {
 }
 
 // Reads one piece of the log area and parses it; a page without a buffer is one without text.
+// `limit` becomes the lowest number that there was no memory for, if that is below it.
 INTEGER collectPiece(CEventBuilder& builder, EventParser& parser, CZNVEventBuilder& reader,
-                     UNSIGNED_INTEGER offset, UNSIGNED_INTEGER length) {
+                     UNSIGNED_INTEGER offset, UNSIGNED_INTEGER length, UNSIGNED_INTEGER& limit) {
     builder.makeIOCTL(&reader, offset, length);
     auto* const text = static_cast<char*>(reader.getZNVEventCommand()->getcdw_6_7());
-    return text == nullptr ? 0 : parser.parseEventBuffer(text, CEventBuilder::events);
+    try {
+        return text == nullptr ? 0 : parser.parseEventBuffer(text, CEventBuilder::events);
+    } catch (const EventWithoutMemory& lack) {
+        limit = std::min(limit, lack.lowest);
+        return lack.added;
+    }
+}
+
+void removeEventsFrom(EventMap& events, EventMap::iterator first) {
+    std::for_each(first, events.end(), [](const auto& entry) { std::free(entry.second); });
+    events.erase(first, events.end());
 }
 
 // Appends copies of the events above `last`, with their external codes, in rising order up to the
@@ -138,17 +150,21 @@ VOID_ CEventBuilder::getEventInfo() {
         if (events == nullptr) {
             events = new EventMap;
         }
+        UNSIGNED_INTEGER limit = 0xFFFFFFFF;
         for (UNSIGNED_INTEGER offset = 0; offset < kEventAreaSize; offset += kEventPageSize) {
-            INTEGER count = collectPiece(*this, *m_pParser, *reader, offset, kEventPageSize);
+            INTEGER count = collectPiece(*this, *m_pParser, *reader, offset, kEventPageSize, limit);
             if (!m_pParser->getRemainingEvent().empty()) {
                 // For the last page this reaches past the area, and is sent all the same.
-                count +=
-                    collectPiece(*this, *m_pParser, *reader, offset + kCarryOffset, kCarrySize);
+                count += collectPiece(*this, *m_pParser, *reader, offset + kCarryOffset, kCarrySize,
+                                      limit);
             }
             stg::logLine("CEventBuilder::getEventInfo: Number of events in current page: ", count);
             stg::logLine("CEventBuilder::getEventInfo: Total number of events in events map: ",
                          events->size());
         }
+        // A delivery must not move the mark past an event that there was no memory for. The next
+        // poll brings it, and what is above it.
+        removeEventsFrom(*events, events->upper_bound(limit));
         logEvents(*events);
     } catch (const std::bad_alloc& error) {
         stg::recordFailure(ERR_FAIL, error.what());
@@ -201,10 +217,7 @@ VOID_ CEventBuilder::mapEventInfo(PEvent event) {
 VOID_ CEventBuilder::destroyEventsInEventsMap() {
     LOG_ENTRY;
     if (events != nullptr) {
-        for (const auto& entry : *events) {
-            std::free(entry.second);
-        }
-        events->clear();
+        removeEventsFrom(*events, events->begin());
     }
     LOG_EXIT;
 }

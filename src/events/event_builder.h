@@ -21,8 +21,9 @@ public:
     // then on; stores the mark and empties the map. Without a poll before it, it touches nothing.
     VOID_ getObjectVector(std::vector<IObject*>& objects) override;
 
-    // Reads the whole log area into the map. Throws a new std::bad_alloc or std::exception for what
-    // is thrown below it, after logging and ERR_FAIL.
+    // Reads the whole log area into the map; if there was no memory for a record, without those
+    // above it. Throws a new std::bad_alloc or std::exception for what else is thrown below it,
+    // after logging and ERR_FAIL.
     VOID_ getEventInfo();
     VOID_ makeIOCTL(ICommandBuilder* builder, UNSIGNED_INTEGER offset, UNSIGNED_INTEGER length);
     // Replaces the code by the external one; 65535 if there is none.

@@ -199,6 +199,38 @@ RESULT readLine(_Event& event, std::string_view line) {
     return result;
 }
 
+// What became of the lines of a page.
+struct PageCount {
+    INTEGER added = 0;
+    bool complete = true;
+    UNSIGNED_INTEGER lowestMissing = 0xFFFFFFFF;
+};
+
+void addLine(std::string_view line, EventMap& events, PageCount& count) {
+    logEventLine(line);
+    // Parsed in place first: most lines of a poll are known already, and cost no allocation so.
+    _Event event = {};
+    if (readLine(event, line) != 0) {
+        return;
+    }
+    const auto place = events.lower_bound(event.sequenceNo);
+    if (place != events.end() && place->first == event.sequenceNo) {
+        return;
+    }
+    HeapRecord<_Event> record = stg::tryAllocateZeroed<_Event>();
+    if (!record) {
+        stg::logLine(
+            "EventParser:parseEventBuffer(): No memory for the event, left to the next poll");
+        count.complete = false;
+        count.lowestMissing = std::min(count.lowestMissing, event.sequenceNo);
+        return;
+    }
+    *record = event;
+    events.emplace_hint(place, event.sequenceNo, record.get());
+    static_cast<void>(record.release());
+    ++count.added;
+}
+
 }  // namespace
 
 EventParser::EventParser() {
@@ -215,7 +247,7 @@ EventParser& EventParser::getInstance() {
 
 INTEGER EventParser::parseEventBuffer(char* page, EventMap* events) {
     LOG_ENTRY;
-    INTEGER added = 0;
+    PageCount count;
     const bool carried = !m_remaining.empty();
     std::string_view text =
         carried ? std::string_view(page + kCarryTextBegin, kCarrySize - kCarryTextBegin)
@@ -236,7 +268,7 @@ INTEGER EventParser::parseEventBuffer(char* page, EventMap* events) {
             line = beginning;
         }
         if (!open && !line.empty()) {
-            added += addLine(line, *events) ? 1 : 0;
+            addLine(line, *events, count);
         }
         // ODDITY: a line cut by the page is kept, one that the carry read does not complete is
         // dropped without a word: the rest of it lies where no page is scanned. Pinned by
@@ -246,32 +278,11 @@ INTEGER EventParser::parseEventBuffer(char* page, EventMap* events) {
         }
         beginning.clear();
     }
+    if (!count.complete) {
+        throw EventWithoutMemory(count.lowestMissing, count.added);
+    }
     LOG_EXIT;
-    return added;
-}
-
-// Whether the line gave a new record.
-bool EventParser::addLine(std::string_view line, EventMap& events) {
-    logEventLine(line);
-    // Parsed in place first: most lines of a poll are known already, and cost no allocation so.
-    _Event event = {};
-    if (readLine(event, line) != 0) {
-        return false;
-    }
-    const auto place = events.lower_bound(event.sequenceNo);
-    if (place != events.end() && place->first == event.sequenceNo) {
-        return false;
-    }
-    HeapRecord<_Event> record = stg::tryAllocateZeroed<_Event>();
-    if (!record) {
-        stg::logLine(
-            "EventParser:parseEventBuffer(): No memory for the event, left to the next poll");
-        return false;
-    }
-    *record = event;
-    events.emplace_hint(place, event.sequenceNo, record.get());
-    static_cast<void>(record.release());
-    return true;
+    return count.added;
 }
 
 STDSTR EventParser::getRemainingEvent() {

@@ -8,8 +8,19 @@
 
 #include "events/event_record.h"
 
+#include <new>
 #include <string>
 #include <string_view>
+
+// There was no memory for new records of a page. The others are in the map.
+class EventWithoutMemory : public std::bad_alloc {
+public:
+    EventWithoutMemory(UNSIGNED_INTEGER lowestMissing, INTEGER newRecords)
+        : lowest(lowestMissing), added(newRecords) {}
+
+    UNSIGNED_INTEGER lowest;  // of the sequence numbers that are missing
+    INTEGER added;            // number of records that were new
+};
 
 class EventParser {
 public:
@@ -22,6 +33,8 @@ public:
     // is there already keeps its record. A line that the page's end cuts is kept as remaining text;
     // the next call then takes `page` as a carry read of 16 bytes, whose last 8 may complete the
     // line, and drops it if they do not.
+    //
+    // Throws EventWithoutMemory behind a page whose records could not all be had.
     INTEGER parseEventBuffer(char* page, EventMap* events);
 
     STDSTR getRemainingEvent();
@@ -38,7 +51,5 @@ public:
     USHORT_INT mapClassName(std::string name);
 
 private:
-    bool addLine(std::string_view line, EventMap& events);
-
     std::string m_remaining;
 };

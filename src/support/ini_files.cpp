@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <exception>
 #include <fstream>
+#include <ios>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -152,8 +154,13 @@ VOID_ VeskNVMeLibrary_Helper::setDebugLevel(INTEGER level) {
     getLinuxINIPath();
     bool start = level == 1;
     if (level == 2) {
-        const STDSTR value = readPropertyFromFile(m_LibPath + kConfigFile, "Logging", "Debug", "");
-        start = value == "On" || value == "on";
+        try {
+            const STDSTR value =
+                readPropertyFromFile(m_LibPath + kConfigFile, "Logging", "Debug", "");
+            start = value == "On" || value == "on";
+        } catch (const std::ios_base::failure&) {
+            // A configuration that cannot be read is like none: logging stays off.
+        }
     }
     if (start) {
         stg::lout.startDebug();
@@ -172,6 +179,9 @@ STDSTR VeskNVMeLibrary_Helper::readPropertyFromFile(STDSTR path, STDSTR section,
     LOG_ENTRY;
     STDSTR result = defaultValue;
     std::ifstream file(path);
+    // What goes wrong while lines are read, lack of memory too, must not look like the file's end,
+    // or an event whose row was not reached would be lost as one without a row.
+    file.exceptions(std::ios::badbit);
     if (file.is_open() && findSection(file, section)) {
         std::string line;
         while (std::getline(file, line)) {
@@ -222,9 +232,15 @@ INTEGER VeskNVMeLibrary_Helper::readEventSeqNumberFromINIFile() {
 
 INTEGER VeskNVMeLibrary_Helper::readPollingIntervalFromINIFile() {
     LOG_ENTRY;
-    const STDSTR text =
-        readPropertyFromFile(m_LibPath + kConfigFile, "Polling", "pollingIntervalInSeconds",
-                             std::to_string(kDefaultPollingInterval));
+    STDSTR text = std::to_string(kDefaultPollingInterval);
+    try {
+        text = readPropertyFromFile(m_LibPath + kConfigFile, "Polling", "pollingIntervalInSeconds",
+                                    text);
+    } catch (const std::ios_base::failure&) {
+        // The same: the default. An exception would end the process from the polling thread.
+    } catch (const std::bad_alloc&) {
+        // The same.
+    }
     stg::logLine("CVeskNVMeMonitor::polling(): Polling interval value read from config file: ",
                  text);
     const INTEGER seconds = toNumber(

@@ -17,17 +17,20 @@ public:
     static VOID_ setDebugLevel(INTEGER level);
 
     // The value of `key` in [`section`] of the file, or `defaultValue` where file, section or key
-    // is missing. Throws std::out_of_range for a line that holds the key and nothing behind it.
+    // is missing. Throws std::out_of_range for a line that holds the key and nothing behind it,
+    // std::ios_base::failure where the file cannot be read on, std::bad_alloc without memory.
     static STDSTR readPropertyFromFile(STDSTR path, STDSTR section, STDSTR key,
                                        STDSTR defaultValue);
 
     // The external code of a controller's event code: 65535 if there is none, 0 for a bad value.
+    // This and the next throw what readPropertyFromFile throws.
     static USHORT_INT readEventCodeFromINIFile(STDSTR section, USHORT_INT code);
 
     // The number of the last event that was delivered: 0 if there is none, and for a bad value.
     static INTEGER readEventSeqNumberFromINIFile();
 
-    // Seconds between two polls: 50 if none is given, and for a bad value.
+    // Seconds between two polls: 50 if none is given, for a bad value, and where the file cannot be
+    // read. Throws std::out_of_range as readPropertyFromFile does.
     static INTEGER readPollingIntervalFromINIFile();
 
     // Puts `number` behind the last "=" of the file, in place. 0 done, 1 failed.

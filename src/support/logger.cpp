@@ -42,14 +42,15 @@ namespace stg {
 
 std::mutex CLogger::logMutex;
 
-CLogger::CLogger() : m_active(false) {}
+CLogger::CLogger() : m_active(false), m_reopening(false) {}
 
 CLogger::~CLogger() = default;
 
 VOID_ CLogger::startDebug() {
     const std::lock_guard<std::mutex> lock(logMutex);
     m_logPath = getLogFilePath();
-    m_active = true;
+    m_active.store(true, std::memory_order_relaxed);
+    m_reopening = false;
     // ODDITY: a start on an open file fails the stream, and a failed stream is rotated and opened
     // anew by the next line: a start that is tried again begins a new file. Pinned by
     // RunningLogger.StartOnAnOpenFileRotatesItAtTheNextLine.
@@ -63,6 +64,7 @@ VOID_ CLogger::stopDebug() {
     if (m_logStream.is_open()) {
         m_logStream.close();
     }
+    m_reopening = false;
 }
 
 STDSTR CLogger::getLogFilePath() {
@@ -73,7 +75,7 @@ STDSTR CLogger::getLogFilePath() {
 }
 
 CLogger& CLogger::operator<<(char character) {
-    if (!m_active) {
+    if (!isActive()) {
         return *this;
     }
     const std::thread::id thread = std::this_thread::get_id();
@@ -106,20 +108,43 @@ VOID_ CLogger::writeToLog(std::thread::id thread) {
 }
 
 VOID_ CLogger::writeToLogFile(char* text) {
-    if (!m_logStream.is_open()) {
-        return;
-    }
     // ODDITY: compared as unsigned, so the -1 of a failed stream is above the limit too. The
     // rotation and reopening that follow are what heals the stream. Pinned by
     // Logger.FailedStreamIsReopened.
-    if (static_cast<std::uint64_t>(std::streamoff(m_logStream.tellp())) > kFileLimit) {
-        m_logStream.close();
-        rotateLog();
-        m_logStream.open(m_logPath, std::ios::app);
+    if (m_logStream.is_open() &&
+        static_cast<std::uint64_t>(std::streamoff(m_logStream.tellp())) > kFileLimit) {
+        closeAndRotate();
+    }
+    if (m_reopening) {
+        reopen();
+    }
+    if (!m_logStream.is_open()) {
+        return;
     }
     writeThreadIdAndTime();
     m_logStream << text;
     m_logStream.flush();
+}
+
+void CLogger::closeAndRotate() {
+    m_logStream.close();
+    m_reopening = true;
+    try {
+        rotateLog();
+    } catch (const std::bad_alloc&) {
+        // The file is opened again all the same, and the next line rotates it.
+    }
+}
+
+// Where this fails, the text at hand is dropped, and the next line tries again.
+void CLogger::reopen() {
+    try {
+        m_logStream.open(m_logPath, std::ios::app);
+    } catch (const std::bad_alloc&) {
+        // For its buffer, when the file is open already.
+        m_logStream.close();
+    }
+    m_reopening = !m_logStream.is_open();
 }
 
 VOID_ CLogger::writeThreadIdAndTime() {

@@ -7,6 +7,7 @@
 
 #include "VeskNvme.h"
 
+#include <atomic>
 #include <fstream>
 #include <map>
 #include <mutex>
@@ -35,7 +36,7 @@ public:
 
     // The flag alone, so that a caller can leave a statement out before it builds any text.
     // Read without the lock.
-    bool isActive() const { return m_active; }
+    bool isActive() const { return m_active.load(std::memory_order_relaxed); }
 
     // The operations below are steps of an insertion: logMutex must be held.
 
@@ -50,18 +51,21 @@ public:
 
 private:
     void flushLongBuffer(std::thread::id thread, std::ostringstream& buffer);
+    void closeAndRotate();
+    void reopen();
 
-    bool m_active;
+    std::atomic<bool> m_active;
     std::map<std::thread::id, std::ostringstream> m_threadBuffers;
     std::string m_logPath;
     std::ofstream m_logStream;
+    bool m_reopening;  // closed by a rotation, and not yet open again
 };
 
 extern CLogger lout;
 
 template <typename T>
 CLogger& CLogger::operator<<(const T& value) {
-    if (!m_active) {
+    if (!isActive()) {
         return *this;
     }
     const std::thread::id thread = std::this_thread::get_id();

@@ -13,7 +13,7 @@ build=$(cd "$1" && pwd)
 unwinder=$2
 here=$(cd "$(dirname "$0")" && pwd)
 newest=2.17
-files=(lib/libVeskNvme.so bin/veskctl)
+files=(lib/libVeskNvme.so lib/libvesk-capture.so bin/veskctl)
 libraries='libc\.so\.6|libm\.so\.6|libpthread\.so\.0|libdl\.so\.2|ld-linux-x86-64\.so\.2'
 [ "$unwinder" = host ] && libraries+='|libgcc_s\.so\.1'
 
@@ -65,6 +65,8 @@ $(grep -F "GLIBC_$highest" <<<"$undefined")
     ! grep -E 'R(UN)?PATH' <<<"$dynamic" || fail "$file has a run path; keep CMAKE_SKIP_RPATH on"
     grep -qE 'FLAGS.*NOW' <<<"$dynamic" || fail "$file binds symbols lazily; link with -z now"
     grep -q GNU_RELRO <<<"$headers" || fail "$file has no RELRO; link with -z relro"
+    [ "$name" != veskctl ] || grep -qE 'FLAGS_1.*PIE' <<<"$dynamic" ||
+        fail "$file is loaded at a fixed address; compile with -fPIE and link with -pie"
     grep GNU_STACK <<<"$headers" | grep -q 'RW ' ||
         fail "$file has an executable stack, or does not say; link with -z noexecstack"
     grep -q '^__stack_chk_fail ' <<<"$undefined" ||

@@ -354,6 +354,29 @@ TEST(EventCollection, EveryFailedAllocationIsSurvived) {
     EXPECT_GT(nth, 7U);
 }
 
+// What is above a record that there was no memory for is left to the next poll too, so that no
+// delivery moves the mark past it. The log has wrapped: higher numbers stand in front.
+TEST(EventCollection, RecordWithoutMemoryComesWithTheNextPoll) {
+    for (unsigned nth = 1; nth <= 8; ++nth) {
+        SCOPED_TRACE(nth);
+        EventHost host("[PhysicalDevice]\n1=500\n[EventSequenceNumber]\nSequenceNumber=0\n");
+        host.area().putPage(0, vesktest::eventLines(7, 8));
+        host.area().putPage(2, vesktest::eventLines(1, 4));
+        host.area().putPage(3, vesktest::eventLines(5, 6));
+        {
+            const FailMalloc fault(AllocationSize::exactly(64), nth);
+            host.poll();
+            EXPECT_TRUE(fault.triggered());
+        }
+        Numbers delivered = host.deliverNumbers();
+        host.poll();
+        for (const unsigned number : host.deliverNumbers()) {
+            delivered.push_back(number);
+        }
+        EXPECT_EQ(delivered, vesktest::numbers(1, 8)) << "each once, and in order";
+    }
+}
+
 TEST(EventCollection, PageWithoutABufferIsAPageWithoutText) {
     EventHost host;
     host.area().putPage(0, "[SEQ]7\n");

@@ -404,35 +404,47 @@ TEST(EventParserLog, InstanceIsTraced) {
     EXPECT_TRUE(vesktest::containsPart(host.lines(), "EventParser::getInstance() EXIT "));
 }
 
-TEST(EventParserMemory, RecordThatCannotBeAllocatedIsLeftToTheNextPass) {
+// What a page throws: "lowest number that is missing, number of new records", or "nothing".
+std::string lackOf(Reading& reading, const Page& page) {
+    try {
+        reading.read(page);
+    } catch (const EventWithoutMemory& lack) {
+        return std::to_string(lack.lowest) + ", " + std::to_string(lack.added);
+    }
+    return "nothing";
+}
+
+TEST(EventParserMemory, RecordsThatCannotBeAllocatedAreToldBehindThePage) {
     TracedHost host;
     Reading reading;
-    const Page page = pageEndingIn("[SEQ]1\n[SEQ]2\n[SEQ]3\n");
+    const Page page = pageEndingIn("[SEQ]1\n[SEQ]3\n[SEQ]2\n[SEQ]4\n[SEQ]5[TIME]5");
     host.forgetLines();
     {
-        const FailMalloc fault(AllocationSize::exactly(64), 2);
-        EXPECT_EQ(reading.read(page), 2);
-        EXPECT_TRUE(fault.triggered());
+        const FailMalloc first(AllocationSize::exactly(64), 2);
+        EXPECT_EQ(lackOf(reading, page), "3, 3");
+        EXPECT_TRUE(first.triggered());
     }
-    EXPECT_EQ(reading.keys(), (Keys{1, 3}));
-    EXPECT_EQ(reading.remaining(), "");
+    EXPECT_EQ(reading.keys(), (Keys{1, 2, 4}));
+    EXPECT_EQ(reading.remaining(), "[SEQ]5[TIME]5") << "as behind any page";
     EXPECT_EQ(host.messages(),
               (LogLines{"EventParser:parseEventBuffer(): Current Event: [SEQ]1",
-                        "EventParser:parseEventBuffer(): Current Event: [SEQ]2",
+                        "EventParser:parseEventBuffer(): Current Event: [SEQ]3",
                         "EventParser:parseEventBuffer(): No memory for the event, left to the next "
                         "poll",
-                        "EventParser:parseEventBuffer(): Current Event: [SEQ]3"}));
+                        "EventParser:parseEventBuffer(): Current Event: [SEQ]2",
+                        "EventParser:parseEventBuffer(): Current Event: [SEQ]4"}));
+    EXPECT_EQ(reading.read(carryRead(page, "\n")), 1);
     EXPECT_EQ(reading.read(page), 1);
-    EXPECT_EQ(reading.keys(), (Keys{1, 2, 3}));
+    EXPECT_EQ(reading.keys(), (Keys{1, 2, 3, 4, 5}));
 }
 
 TEST(EventParserMemory, WithoutAnyNothingIsAddedAndNothingRemains) {
     const FailMalloc fault(AllocationSize::exactly(64), 1, vesktest::Repeat::kEachLater);
     Reading reading;
-    EXPECT_EQ(reading.readText("[SEQ]1\n[SEQ]2\n[SEQ]3\n"), 0);
+    EXPECT_EQ(lackOf(reading, eventPage("[SEQ]3\n[SEQ]1\n[SEQ]2\n")), "1, 0");
     EXPECT_EQ(fault.seen(), 3U);
-    reading.setRemaining("[SEQ]7");
-    EXPECT_EQ(reading.read(carryRead(Page(4096), "\n")), 0);
+    reading.setRemaining("[SEQ]4294967295");
+    EXPECT_EQ(lackOf(reading, carryRead(Page(4096), "\n")), "4294967295, 0");
     EXPECT_EQ(fault.seen(), 4U);
     EXPECT_EQ(reading.keys(), Keys{});
     EXPECT_EQ(reading.remaining(), "");

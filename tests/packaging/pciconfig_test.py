@@ -106,6 +106,12 @@ REFUSED = [
     ('an option for a value', 'host_e.txt', ['--to', '--names'], 2,
      'vesk-pciconfig: --to needs a value\n'
      'vesk-pciconfig: see vesk-pciconfig --help\n'),
+    ('standard input where nothing is read', 'host_e.txt', ['--to', '-'], 2,
+     'vesk-pciconfig: --to needs a value\n'
+     'vesk-pciconfig: see vesk-pciconfig --help\n'),
+    ('an adapter of two lines', 'host_e.txt', ['--adapter', 'vmhba2=3b:00.0\n= bytes'], 2,
+     'vesk-pciconfig: --adapter has a line end or another control character in its value\n'
+     'vesk-pciconfig: write it like this: --adapter vmhba2=0000:3b:00.0\n'),
 ]
 
 
@@ -189,6 +195,21 @@ class Listings(HostShell):
         self.assertEqual(self.read(ADDRESS_FILE).splitlines(), expected)
         self.assertEqual(self.read(CONFIG_FILE).splitlines()[::17], expected)
 
+    def test_row_of_any_length_is_refused_at_once(self):
+        listing = (LISTINGS / 'pciutils_xxx.txt').read_text()
+        self.fill_target()
+        done = self.run_script('--from', '-', '--adapter', 'vmhba2=3b:00.0',
+                               text=listing.replace('\n40: ', '\n40: ' + '00 ' * 300000))
+        self.assertEqual(done.returncode, 5)
+        self.assertIn('are cut: 4 of 16 rows\n', done.stderr)
+        self.expect_untouched()
+
+    def test_closed_standard_input_is_told(self):
+        done = self.run_script('--from', '-', before='exec <&-;')
+        self.assertEqual(done.returncode, 3)
+        self.assertEqual(done.stderr, 'vesk-pciconfig: cannot read standard input\n'
+                         'vesk-pciconfig: name a file with the output of lspci\n')
+
     def test_standard_input_is_a_listing_too(self):
         done = self.run_script('--from', '-', '--adapter', 'vmhba2=3b:00.0',
                                text=(LISTINGS / 'pciutils_xxx.txt').read_text())
@@ -241,6 +262,21 @@ class Host(HostShell):
         self.assertEqual(done.returncode, 5)
         self.assertIn('are cut: 4 of 16 rows\n', done.stderr)
         self.expect_untouched()
+
+    def test_missing_program_of_the_shell_is_told(self):
+        self.lspci(f"'') cat {LISTINGS}/host_plain.txt ;;\n-e) cat {LISTINGS}/host_e.txt ;;")
+        self.fill_target()
+        for program in ('awk', 'mkdir', 'mv', 'rm', 'sed'):
+            with self.subTest(program):
+                (self.programs / program).rename(self.root / program)
+                done = self.run_script()
+                (self.root / program).rename(self.programs / program)
+                self.assertEqual(done.returncode, 3)
+                self.assertEqual(done.stderr,
+                                 f'vesk-pciconfig: there is no {program} here\n'
+                                 'vesk-pciconfig: save what lspci lists, make the files on another '
+                                 'machine with --from, and copy them here\n')
+                self.expect_untouched()
 
     def test_missing_lspci_is_told(self):
         self.fill_target()
@@ -317,6 +353,53 @@ class Target(HostShell):
                          'vesk-pciconfig: look whether the disk is full or '
                          f'{self.target} is read-only\n')
         self.expect_untouched()
+
+    def test_disk_that_is_full_for_the_second_file_leaves_both(self):
+        self.fill_target()
+        # One block is enough for the first file only.
+        done = self.run_script(*self.GOOD_ARGUMENTS, before="trap '' XFSZ; ulimit -f 1;")
+        self.assertEqual(done.returncode, 6)
+        self.assertIn(f'cannot write {self.target}/{CONFIG_FILE}\n', done.stderr)
+        self.expect_untouched()
+
+    def test_what_is_no_plain_file_is_replaced_and_never_read(self):
+        victim = self.root / 'victim'
+        victim.write_text('precious\n')
+        for name, make in (('a pipe', os.mkfifo),
+                           ('a link to a device', lambda path: path.symlink_to('/dev/zero')),
+                           ('a link to a file', lambda path: path.symlink_to(victim)),
+                           ('a link to nowhere', lambda path: path.symlink_to('absent'))):
+            with self.subTest(name):
+                shutil.rmtree(self.target, ignore_errors=True)
+                self.target.mkdir(parents=True)
+                make(self.target / ADDRESS_FILE)
+                make(self.target / CONFIG_FILE)
+                self.assertEqual(self.run_script(*self.GOOD_ARGUMENTS).returncode, 0)
+                self.expect_controller()
+                self.assertFalse((self.target / ADDRESS_FILE).is_symlink())
+                self.assertEqual(victim.read_text(), 'precious\n')
+
+    def test_runs_at_once_do_not_meet(self):
+        runs = [subprocess.Popen([str(self.programs / 'sh'), str(SCRIPT), '--to',
+                                  str(self.target), *self.GOOD_ARGUMENTS],
+                                 env={'PATH': str(self.programs)}, stdout=subprocess.DEVNULL)
+                for _ in range(8)]
+        self.assertEqual([run.wait(60) for run in runs], [0] * 8)
+        self.expect_controller()
+
+    def test_stopped_run_leaves_the_good_files(self):
+        self.fill_target()
+        # The first file is made, and the run is stopped before it is moved to its place.
+        (self.programs / 'mv').unlink()
+        self.program('mv', 'kill -TERM $PPID\nexit 1\n')
+        done = self.run_script(*self.GOOD_ARGUMENTS)
+        self.assertEqual(done.returncode, 6)
+        self.expect_untouched()
+
+    def test_nobody_has_to_listen(self):
+        done = self.run_script(*self.GOOD_ARGUMENTS, before='exec >&-;')
+        self.assertEqual(done.returncode, 0)
+        self.expect_controller()
 
     def test_target_that_is_no_folder_is_told(self):
         self.target.parent.mkdir()

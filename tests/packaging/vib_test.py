@@ -41,6 +41,8 @@ drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/bin/
 -rwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/bin/veskctl
 drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/doc/
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/LICENSE
+-rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/NOTICE
+-rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/capture.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/events.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/fields.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/host-install.md
@@ -49,6 +51,7 @@ drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/init.d/
 -rwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/init.d/vesknvme
 drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/lib/
 -rwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/lib/libVeskNvme.so
+-rwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/lib/libvesk-capture.so
 '''
 
 ELF = b'\x7fELF\x02\x01\x01' + bytes(9) + b'\x03\x00\x3e\x00'
@@ -65,6 +68,7 @@ class MakeVib(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.root)
         self.build = self.root / 'build'
         self.put('lib/libVeskNvme.so', ELF + b'library GLIBC_2.4 GLIBC_2.17')
+        self.put('lib/libvesk-capture.so', ELF + b'capture GLIBC_2.17')
         self.put('bin/veskctl', ELF + b'program GLIBC_2.2.5')
         self.vib = self.root / 'vesk.vib'
 
@@ -75,6 +79,8 @@ class MakeVib(unittest.TestCase):
 
     def make(self, *arguments, epoch='1700000000', output=None, build=None):
         environment = dict(os.environ, SOURCE_DATE_EPOCH=epoch)
+        if epoch is None:
+            del environment['SOURCE_DATE_EPOCH']
         return subprocess.run([sys.executable, '-B', MAKE_VIB, '--from', build or self.build,
                                *arguments, output or self.vib], env=environment, check=False,
                               capture_output=True, text=True, timeout=120)
@@ -126,10 +132,13 @@ class Vib(MakeVib):
         ini = self.root / 'host' / 'opt/orvo/kelpdesk/etc/kelpdesk-storage'
         for unpacked, source in (
                 (home / 'lib' / 'libVeskNvme.so', self.build / 'lib' / 'libVeskNvme.so'),
+                (home / 'lib' / 'libvesk-capture.so',
+                 self.build / 'lib' / 'libvesk-capture.so'),
                 (home / 'bin' / 'veskctl', self.build / 'bin' / 'veskctl'),
                 (home / 'bin' / 'vesk-pciconfig', ROOT / 'packaging/pciconfig/vesk-pciconfig'),
                 (home / 'init.d' / 'vesknvme', ROOT / 'packaging/vib/vesknvme'),
                 (home / 'doc' / 'LICENSE', ROOT / 'LICENSE'),
+                (home / 'doc' / 'NOTICE', ROOT / 'packaging/vib/NOTICE'),
                 (home / 'doc' / 'host-install.md', ROOT / 'docs/host-install.md'),
                 (ini / 'libVeskNVMeConfig.ini', ROOT / 'packaging/ini/libVeskNVMeConfig.ini'),
                 (ini / 'libVeskNVMeAlertMapping.ini',
@@ -180,6 +189,15 @@ class Vib(MakeVib):
         again = self.root / 'two.zip'
         self.made('--bundle', again, output=self.root / 'two.vib', build=moved)
         self.assertEqual(((self.root / 'two.vib').read_bytes(), again.read_bytes()), first)
+
+    def test_time_is_that_of_the_last_change_unless_it_is_named(self):
+        # Not the time of packing: that would make other bytes each time.
+        try:
+            committed = run('git', '-C', ROOT, 'log', '-1', '--format=%ct').decode().strip()
+        except (OSError, subprocess.CalledProcessError):
+            self.skipTest('this tree is not in git')
+        self.made(epoch=None)
+        self.assertEqual(self.vib.read_bytes()[24:36].decode().strip(), committed)
 
     def test_other_input_makes_other_bytes(self):
         self.made()
@@ -237,12 +255,25 @@ class Refusals(MakeVib):
         self.expect_refused(f'{self.build}/lib/libVeskNvme.so is no program or library for x86-64')
 
     def test_bad_time(self):
-        self.expect_refused('SOURCE_DATE_EPOCH is "today"; it has to be seconds since 1970',
-                            epoch='today')
+        # The last one is the first second that a bundle cannot hold.
+        for epoch in ('today', '-1', '', '4354819200'):
+            self.expect_refused(f'SOURCE_DATE_EPOCH is "{epoch}"; it has to be seconds since 1970, '
+                                'and before 2108', epoch=epoch)
 
     def test_output_that_cannot_be_written(self):
         output = self.root / 'absent' / 'vesk.vib'
         self.expect_refused(f'cannot write {output}: No such file or directory', output=output)
+
+    def test_output_that_is_a_device_or_the_like(self):
+        # Root could replace /dev/null.
+        os.mkfifo(self.vib)
+        done = self.make()
+        self.assertEqual(done.stderr, f'make-vib: cannot write {self.vib}: it is no plain file\n')
+        self.assertTrue(self.vib.is_fifo())
+
+    def test_vib_and_bundle_of_one_name(self):
+        self.expect_refused(f'the VIB and the bundle cannot both be {self.vib}', '--bundle',
+                            self.build / '..' / self.vib.name)
 
     def test_output_that_is_a_folder(self):
         output = self.root / 'folder'
@@ -282,10 +313,12 @@ class Bundle(MakeVib):
         for info in self.bundle.infolist() + self.metadata.infolist():
             self.assertEqual(info.external_attr >> 16, 0o100644, info.filename)
 
-    def test_a_time_before_1980_is_no_obstacle(self):
-        self.made('--bundle', self.root / 'old.zip', epoch='0')
-        with zipfile.ZipFile(self.root / 'old.zip') as old:
-            self.assertEqual(old.infolist()[0].date_time, (1980, 1, 1, 0, 0, 0))
+    def test_times_that_a_bundle_cannot_hold_are_no_obstacle(self):
+        for epoch, date in (('0', (1980, 1, 1, 0, 0, 0)),
+                            ('4354819199', (2107, 12, 31, 23, 59, 58))):
+            self.made('--bundle', self.root / 'other.zip', epoch=epoch)
+            with zipfile.ZipFile(self.root / 'other.zip') as other:
+                self.assertEqual(other.infolist()[0].date_time, date)
 
     def test_size_and_sum_are_those_of_the_vib(self):
         data = self.vib.read_bytes()
@@ -317,7 +350,7 @@ class StartScript(MakeVib):
         self.unpack(self.host)
         self.programs = self.root / 'programs'
         self.programs.mkdir()
-        for program in ('awk', 'cat', 'mkdir', 'mv', 'rm', 'sed', 'sh'):
+        for program in ('awk', 'cat', 'mkdir', 'mv', 'rm', 'rmdir', 'sed', 'sh'):
             (self.programs / program).symlink_to(shutil.which('busybox'))
         self.pci = self.host / 'opt' / 'orvo' / 'pciconfig'
 
@@ -380,9 +413,28 @@ class StartScript(MakeVib):
     def test_stop_keeps_the_text_files_unless_the_package_goes(self):
         self.lspci('odd_domains.txt')
         self.script('start')
-        for arguments, left in ((['stop'], 2), (['stop', 'upgrade'], 2), (['stop', 'remove'], 0)):
+        for arguments in (['stop'], ['stop', 'upgrade']):
             self.assertEqual(self.script(*arguments).returncode, 0)
-            self.assertEqual(len(os.listdir(self.pci)), left, arguments)
+            self.assertEqual(len(os.listdir(self.pci)), 2, arguments)
+        for _ in range(2):
+            self.assertEqual(self.script('stop', 'remove').returncode, 0)
+            self.assertFalse(self.pci.exists())
+
+    def test_what_others_keep_beside_the_text_files_stays(self):
+        self.lspci('odd_domains.txt')
+        self.script('start')
+        (self.pci / 'note').write_text('')
+        done = self.script('stop', 'remove')
+        self.assertEqual((done.returncode, done.stderr), (0, ''))
+        self.assertEqual(os.listdir(self.pci), ['note'])
+
+    def test_what_is_missing_of_the_package_is_told(self):
+        (self.host / 'opt/orvo/vesk/bin/vesk-pciconfig').unlink()
+        done = self.script('start')
+        self.assertEqual(done.returncode, 4)
+        self.assertEqual(done.stdout, f'vesknvme: {self.host}/opt/orvo/vesk/bin/vesk-pciconfig is '
+                         'missing: install the package again\n')
+        self.assertEqual(done.stderr, '')
 
     def test_unknown_argument_is_refused(self):
         done = self.script('begin')

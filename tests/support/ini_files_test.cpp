@@ -1,6 +1,7 @@
 // The INI files: where they are looked for, how a property is found, the numbers and the debug
 // level that they hold.
 #include "failing_calls.h"
+#include "memory_faults.h"
 #include "support/ini_files.h"
 #include "traced_host.h"
 
@@ -9,7 +10,9 @@
 #include <cerrno>
 #include <filesystem>
 #include <initializer_list>
+#include <ios>
 #include <iterator>
+#include <new>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -147,7 +150,9 @@ TEST(IniReader, MissingFileSectionOrKeyGivesTheDefault) {
     const PrivateHost host;
     EXPECT_EQ(Helper::readPropertyFromFile(kConfigIniPath, "S", "Key", "none"), "none");
     EXPECT_EQ(Helper::readPropertyFromFile(kConfigIniPath, "S", "Key", ""), "");
-    EXPECT_EQ(Helper::readPropertyFromFile("/scratch/log", "S", "Key", "none"), "none");
+    EXPECT_THROW(Helper::readPropertyFromFile("/scratch/log", "S", "Key", "none"),
+                 std::ios_base::failure)
+        << "a folder opens, and cannot be read";
     EXPECT_FALSE(host.exists(kConfigIniPath));
     expectValues({{"", "Key", "none"},
                   {"Key=outside\n[T]\nKey=other\n", "Key", "none"},
@@ -417,6 +422,35 @@ TEST_F(IniNumbers, WithABadValueHaveTheirDefaultToo) {
     }
 }
 
+TEST_F(IniNumbers, OfAFileThatCannotBeReadAreADefaultInTheConfigurationOnly) {
+    for (const StoredNumber& stored : kStoredNumbers) {
+        const bool configuration = std::string(stored.iniPath) == kConfigIniPath;
+        // Longer than what a string holds in itself.
+        m_logging.files().write(stored.iniPath, std::string(100, ';') + "\n" + stored.section +
+                                                    stored.key + "=70\n");
+        {
+            const FailingCalls failing([](const std::string& call, const std::string& path) {
+                return call == "read" && path != kLogPath ? EIO : 0;
+            });
+            if (configuration) {
+                EXPECT_EQ(stored.read(), stored.defaultNumber);
+            } else {
+                EXPECT_THROW(stored.read(), std::ios_base::failure);
+            }
+        }
+        if (vesktest::kCanFailNew) {
+            const vesktest::FailNew fault(vesktest::AllocationSize::exactly(101));
+            if (configuration) {
+                EXPECT_EQ(stored.read(), stored.defaultNumber);
+            } else {
+                EXPECT_THROW(stored.read(), std::bad_alloc);
+            }
+            EXPECT_TRUE(fault.triggered());
+        }
+        EXPECT_EQ(stored.read(), 70);
+    }
+}
+
 // ---- Files that hold anything at all ----
 
 namespace {
@@ -529,6 +563,18 @@ TEST_F(DebugLevel, LevelTwoWithoutAConfigurationLeavesLoggingOff) {
     EXPECT_FALSE(lout.isActive());
     EXPECT_FALSE(m_host.exists(kLogPath));
     EXPECT_FALSE(m_host.exists(vesktest::kLogLinkPath));
+}
+
+TEST_F(DebugLevel, LevelTwoWithAConfigurationThatCannotBeReadLeavesLoggingOff) {
+    m_host.writeConfigIni("[Logging]\nDebug=On\n");
+    {
+        const FailingCalls failing([](const std::string& call, const std::string& path) {
+            return call == "read" && path == kConfigIniPath ? EIO : 0;
+        });
+        Helper::setDebugLevel(2);
+    }
+    EXPECT_FALSE(logs());
+    EXPECT_FALSE(lout.isActive());
 }
 
 TEST_F(DebugLevel, LevelOneStartsLoggingWhateverTheConfigurationSays) {

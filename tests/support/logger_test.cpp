@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <ctime>
 #include <filesystem>
@@ -369,6 +370,24 @@ TEST_F(LoggerThreads, ManyThreadsWriteWholeLinesInTheirOwnOrder) {
     }
 }
 
+TEST_F(Logger, StartMayOverlapWithStatements) {
+    std::promise<void> running;
+    std::promise<void> started;
+    std::thread writer([&running, &started] {
+        const std::shared_future<void> start = started.get_future().share();
+        running.set_value();
+        while (start.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+            lout << "a whole line" << '\n';
+        }
+        lout << "late" << '\n';
+    });
+    running.get_future().wait();
+    lout.startDebug();
+    started.set_value();
+    writer.join();
+    EXPECT_EQ(m_log.lines().back(), "late");
+}
+
 TEST_F(LoggerThreads, StopMayOverlapWithLinesAndDropsTheLaterOnes) {
     std::promise<void> running;
     std::promise<void> stopped;
@@ -623,7 +642,7 @@ TEST_F(LogRotation, LineIsWrittenEvenIfTheRotationFails) {
     EXPECT_EQ(lastLine(kLogPath), "a line");
 }
 
-TEST_F(LogRotation, LinesAreDroppedIfTheFileCannotBeReopened) {
+TEST_F(LogRotation, FileThatCannotBeReopenedIsTriedAgainByEachLine) {
     startFull();
     {
         // Reading it for the rotation still works, opening it anew does not.
@@ -633,11 +652,75 @@ TEST_F(LogRotation, LinesAreDroppedIfTheFileCannotBeReopened) {
                        : 0;
         });
         lout << "dropped" << '\n';
+        lout << "dropped too" << '\n';
     }
-    lout << "dropped too" << '\n';
     EXPECT_EQ(files(), (Files{{"libVeskNVMe.log.1", "104857601"}}));
     EXPECT_TRUE(lout.isActive());
-    lout.startDebug();
     lout << "kept" << '\n';
-    EXPECT_EQ(m_log.lines(), LogLines{"kept"});
+    lout << "kept too" << '\n';
+    EXPECT_EQ(m_log.lines(), (LogLines{"kept", "kept too"}));
+    EXPECT_FALSE(m_host.exists(numbered(2))) << "one rotation only";
+}
+
+TEST_F(LogRotation, StopEndsTheTryingAgain) {
+    startFull();
+    {
+        const FailingCalls failing([](const char* function, const std::string& path) {
+            return vesktest::isOpening(function) && path == kLogPath ? EMFILE : 0;
+        });
+        lout << "dropped" << '\n';
+    }
+    lout.stopDebug();
+    lout << "dropped too" << '\n';
+    EXPECT_EQ(files(), (Files{{"libVeskNVMe.log", "104857601"}}));
+}
+
+// Each allocation of a line that rotates in turn: the line may be lost, the log goes on.
+TEST_F(LogRotation, LackOfMemoryAnywhereInItLeavesTheLogRunning) {
+    if (!vesktest::kCanFailNew) {
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
+    }
+    for (const vesktest::Repeat repeat : {vesktest::Repeat::kOnce, vesktest::Repeat::kEachLater}) {
+        bool triggered = true;
+        unsigned nth = 1;
+        for (; triggered; ++nth) {
+            ASSERT_LT(nth, 1000U);
+            SCOPED_TRACE(nth);
+            for (const auto& [name, text] : files()) {
+                std::filesystem::remove(m_host.path("/scratch/log/" + name));
+            }
+            writeNumbered({1, 2, 3, 4, 5, 6, 7});
+            startFull();
+            {
+                const vesktest::FailNew fault(vesktest::AllocationSize::any(), nth, repeat);
+                EXPECT_NO_THROW(lout << '\n');
+                triggered = fault.triggered();
+            }
+            lout << "after" << '\n';
+            EXPECT_EQ(lastLine(kLogPath), "after");
+            lout << "later" << '\n';
+            EXPECT_EQ(lastLine(kLogPath), "later");
+            EXPECT_LT(std::filesystem::file_size(m_host.path(kLogPath)), 1000U) << "it is rotated";
+            lout.stopDebug();
+        }
+        EXPECT_GT(nth, 10U);
+    }
+}
+
+// A full disk: each line that cannot be written rotates at the next one.
+TEST_F(LogRotation, FullDiskCostsTheHistory) {
+    writeNumbered({1, 2, 3, 4, 5, 6, 7, 8});
+    lout.startDebug();
+    {
+        const FailingCalls failing([](const char* function, const std::string&) {
+            return vesktest::isWriting(function) ? ENOSPC : 0;
+        });
+        for (int line = 0; line < 9; ++line) {
+            lout << "refused" << '\n';
+        }
+    }
+    for (const auto& [name, text] : files()) {
+        EXPECT_EQ(text.find("file "), std::string::npos) << name;
+    }
+    EXPECT_EQ(files().size(), 9U);
 }

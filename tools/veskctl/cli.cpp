@@ -1,5 +1,6 @@
 #include "veskctl/cli.h"
 
+#include "veskctl/capture.h"
 #include "veskctl/check.h"
 #include "veskctl/common_options.h"
 #include "veskctl/format.h"
@@ -159,6 +160,7 @@ public:
 
     CLI::App& app() { return m_app; }
     const CommonOptions& common() const { return m_common; }
+    const CaptureOptions& capture() const { return m_capture; }
 
     // Subcommands stand behind the command that they belong to, and were parsed with it. Without
     // any word it is the first of all.
@@ -214,12 +216,14 @@ private:
     void addCommonOptions(CLI::App& target, const CliHooks& hooks) {
         CliOptions options(target);
         m_common.declare(options);
+        addCaptureOptions(options, m_capture);
         if (hooks.addOptions) {
             hooks.addOptions(options);
         }
     }
 
     CommonOptions m_common;
+    CaptureOptions m_capture;
     CLI::App m_app;
     std::vector<Runnable> m_runnable;
 };
@@ -288,13 +292,10 @@ CliOutcome usageFailure(const CliHooks& hooks, const std::string& command,
     return outcome;
 }
 
-void runCommand(const CommandRunner& runner, CommandContext& context, const CliHooks& hooks,
-                Report& report) {
+template <class Work>
+void reported(Report& report, Work work) {
     try {
-        if (hooks.prepare) {
-            hooks.prepare(context);
-        }
-        runner(context, report);
+        work();
     } catch (const ProblemError& error) {
         report.problems.push_back(error.problem());
     } catch (const std::exception& error) {
@@ -305,6 +306,23 @@ void runCommand(const CommandRunner& runner, CommandContext& context, const CliH
         report.problems.push_back({ProblemKind::Internal, "the command failed for a reason that "
                                                           "the library did not state"});
     }
+}
+
+void runCommand(const Runnable& command, CommandContext& context, const CliHooks& hooks,
+                const CaptureOptions& capture, Report& report) {
+    reported(report, [&] {
+        startCapture(capture, context.libraryName, command.path);
+        if (hooks.prepare) {
+            hooks.prepare(context);
+        }
+        command.run(context, report);
+    });
+    reported(report, [&] {
+        if (hooks.finish) {
+            hooks.finish(command.path, report);
+        }
+        finishCapture(report);
+    });
 }
 
 }  // namespace
@@ -336,7 +354,7 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
     }
     Report report;
     context.simulated = hooks.simulated;
-    runCommand(command.run, context, hooks, report);
+    runCommand(command, context, hooks, line.capture(), report);
     CliOutcome outcome = outcomeOf(command.path, report, context);
     outcome.watchSeconds = watchSeconds;
     return outcome;

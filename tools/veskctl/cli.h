@@ -22,6 +22,8 @@ struct CliHooks {
     // After the command line was read, before the command. Fills in what it knows of the host. May
     // throw UsageError.
     std::function<void(CommandContext&)> prepare = {};
+    // After the command, also one that failed, with its name. May change the report, may throw.
+    std::function<void(const std::string&, Report&)> finish = {};
     std::vector<Command> commands = {};  // behind those of the program itself
 };
 

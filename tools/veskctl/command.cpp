@@ -1,5 +1,6 @@
 #include "veskctl/command.h"
 
+#include "veskctl/capture.h"
 #include "veskctl/check.h"
 #include "veskctl/controller.h"
 #include "veskctl/disk.h"
@@ -55,7 +56,7 @@ std::vector<Command> allCommands() {
     return {statusCommand(),  checkCommand(),  doctorCommand(), controllerCommand(),
             linkCommand(),    disksCommand(),  healthCommand(), spaceCommand(),
             volumesCommand(), eventsCommand(), locateCommand(), metricsCommand(),
-            versionCommand()};
+            captureCommand(), versionCommand()};
 }
 
 }  // namespace veskctl

@@ -70,6 +70,12 @@ const char* problemName(ProblemKind kind) {
         return "volume_not_responding";
     case ProblemKind::HostFileUnusable:
         return "host_file_unusable";
+    case ProblemKind::CaptureFailed:
+        return "capture_failed";
+    case ProblemKind::CaptureDamaged:
+        return "capture_damaged";
+    case ProblemKind::NotInCapture:
+        return "not_in_capture";
     case ProblemKind::Internal:
         break;
     }

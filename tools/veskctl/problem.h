@@ -30,6 +30,9 @@ enum class ProblemKind {
     DiskNotResponding,
     VolumeNotResponding,
     HostFileUnusable,
+    CaptureFailed,
+    CaptureDamaged,
+    NotInCapture,
     Internal
 };
 

@@ -4,6 +4,7 @@
 #include "sim/host/host_state.h"
 #include "sim/host/simulated_host.h"
 #include "sim/redirect/redirect.h"
+#include "sim/replay/replay.h"
 #include "veskctl/format.h"
 
 #include <array>
@@ -93,16 +94,7 @@ SimFolder::SimFolder(const std::string& state, const Scenario& scenario)
     : m_path(state.empty() ? makeTemporary() : makeState(state)),
       m_temporary(state.empty()),
       m_errors(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
-    void* const shared =
-        mmap(nullptr, sizeof(bool), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (shared == MAP_FAILED) {
-        throw std::runtime_error(format("no memory: {}", std::strerror(errno)));
-    }
-    m_notKept = static_cast<bool*>(shared);
-    if (m_temporary) {
-        removeAfterEnd();
-    }
-    setHostRoot(m_path);
+    prepare();
     const FolderLock lock(m_path);
     writeHostFiles(m_path, scenario);
     SimulatedHost& host = SimulatedHost::instance();
@@ -113,6 +105,28 @@ SimFolder::SimFolder(const std::string& state, const Scenario& scenario)
     loadState(m_path);
 }
 
+SimFolder::SimFolder(const std::string& capture)
+    : m_path(makeTemporary()),
+      m_temporary(true),
+      m_remembers(false),
+      m_errors(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
+    prepare();
+    Replay::start(capture, m_path);
+}
+
+void SimFolder::prepare() {
+    void* const shared =
+        mmap(nullptr, sizeof(bool), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (shared == MAP_FAILED) {
+        throw std::runtime_error(format("no memory: {}", std::strerror(errno)));
+    }
+    m_notKept = static_cast<bool*>(shared);
+    if (m_temporary) {
+        removeAfterEnd();
+    }
+    setHostRoot(m_path);
+}
+
 SimFolder::~SimFolder() {
     setHostRoot("");
     if (m_temporary) {
@@ -121,11 +135,17 @@ SimFolder::~SimFolder() {
 }
 
 void SimFolder::enter() {
+    if (!m_remembers) {
+        return;
+    }
     m_lock = std::make_unique<FolderLock>(m_path);
     loadState(m_path);
 }
 
 void SimFolder::leave() {
+    if (!m_remembers) {
+        return;
+    }
     try {
         saveState(m_path);
     } catch (const std::exception& error) {

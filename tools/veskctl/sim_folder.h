@@ -30,6 +30,9 @@ public:
     // it with the scenario's host and starts that, as the folder remembers it. Throws
     // std::runtime_error with the reason if it cannot be used.
     SimFolder(const std::string& state, const Scenario& scenario);
+    // A private temporary one, filled with the host's files out of the capture, which answers in
+    // the place of a simulated host.
+    explicit SimFolder(const std::string& capture);
 
     // Takes the folder from the host's eyes, and removes it if it is temporary. However the process
     // ends, a temporary folder goes: another process waits for that.
@@ -49,10 +52,12 @@ public:
     bool everythingKept() const;  // asked in the program, about all processes of its library
 
 private:
+    void prepare();
     void removeAfterEnd();
 
     std::string m_path;
     bool m_temporary;
+    bool m_remembers = true;  // there are simulated controllers
     std::unique_ptr<FolderLock> m_lock;
     int m_errors = -1;          // the program's standard error
     bool* m_notKept = nullptr;  // shared by all processes

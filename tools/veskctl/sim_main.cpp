@@ -1,6 +1,7 @@
 // veskctl-sim: veskctl on the simulated host instead of a real one.
 #include "sim/host/simulated_host.h"
 #include "sim/redirect/redirect.h"
+#include "sim/replay/replay.h"
 #include "sim/scenario/scenario.h"
 #include "veskctl/cli.h"
 #include "veskctl/format.h"
@@ -21,6 +22,7 @@ using veskctl::format;
 struct SimOptions {
     std::string scenario = "healthy";
     std::string state;
+    std::string replay;
 };
 
 void addSimOptions(veskctl::Options& target, SimOptions& options) {
@@ -28,12 +30,19 @@ void addSimOptions(veskctl::Options& target, SimOptions& options) {
                    "The simulated host: a file, or a name of ours (default: $VESKSIM_SCENARIO)");
     target.addText("--state", options.state, "DIR",
                    "Keep the host's files in this folder (default: a temporary one)");
+    target.addText("--replay", options.replay, "FILE",
+                   "Instead of a simulated host: answer as in this capture");
+    target.notWith("--replay", "--scenario");
+    target.notWith("--replay", "--state");
 }
 
 void startHost(const SimOptions& options, std::optional<vesksim::SimFolder>& folder,
                veskctl::CommandContext& context) {
     try {
-        if (!folder) {  // once, for all looks of a command that goes on
+        // Once, for all looks of a command that goes on.
+        if (!folder && !options.replay.empty()) {
+            folder.emplace(options.replay);
+        } else if (!folder) {
             folder.emplace(options.state, vesksim::loadScenario(options.scenario));
         }
     } catch (const std::exception& error) {
@@ -49,8 +58,34 @@ void startHost(const SimOptions& options, std::optional<vesksim::SimFolder>& fol
     context.child.redirectFile = vesksim::redirectFile;
 }
 
+// An answer that the capture does not hold would look like a device that fails: nothing is shown
+// then. The library looks at the log in the background, which no other command waits for.
+void finishReplay(const std::string& file, const std::string& command, veskctl::Report& report) {
+    const vesksim::Replay* const replay = vesksim::Replay::active();
+    if (replay == nullptr) {
+        return;
+    }
+    if (!replay->damage().empty()) {
+        report.notes.push_back(format("the capture {} ends early: {}", file, replay->damage()));
+    }
+    const std::vector<std::string> refusals = replay->refusals(command == "events");
+    if (refusals.empty()) {
+        return;
+    }
+    report = veskctl::Report();
+    for (const std::string& refusal : refusals) {
+        report.problems.push_back(
+            {veskctl::ProblemKind::NotInCapture,
+             format("the capture {} does not hold the answer to {}; take one of this command", file,
+                    refusal)});
+    }
+}
+
 // What somebody sees who stands before the simulated machine. The library has no part in it.
 void runLeds(const veskctl::CommandContext&, veskctl::Report& report) {
+    if (vesksim::Replay::active() != nullptr) {
+        throw veskctl::UsageError("a capture does not tell which lights blink: leave out --replay");
+    }
     report.fields["adapters"] = veskctl::Json::array();
     const vesksim::SimulatedHost& host = vesksim::SimulatedHost::instance();
     for (const vesksim::Adapter& adapter : host.scenario().adapters) {
@@ -89,6 +124,9 @@ int main(int argc, char** argv) {
     };
     hooks.prepare = [&options, &folder](veskctl::CommandContext& context) {
         startHost(options, folder, context);
+    };
+    hooks.finish = [&options](const std::string& command, veskctl::Report& report) {
+        finishReplay(options.replay, command, report);
     };
     hooks.commands = {simCommand()};
     int code = veskctl::runCli(argc, argv, hooks);

@@ -1,0 +1,194 @@
+#!/usr/bin/env python3
+"""--capture, --mask, --replay and capture show, as a user has them: what is refused, and how.
+
+    command_line_test.py VESKCTL_SIM CAPTURE_LIBRARY
+"""
+
+import json
+import os
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+PROGRAM, LIBRARY = sys.argv[1:3]
+
+
+def run(*arguments, program=PROGRAM, **environment):
+    environment = {**os.environ, 'ASAN_OPTIONS': 'verify_asan_link_order=0', **environment}
+    return subprocess.run([program, *map(str, arguments)], capture_output=True, text=True,
+                          check=False, env=environment)
+
+
+class CommandLine(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        self.file = self.folder / 'capture'
+
+    def capture(self, *arguments, **environment):
+        result = run('--capture', self.file, *arguments, **environment)
+        said = [line for line in result.stderr.splitlines() if ': note: ' not in line]
+        self.assertEqual((result.returncode, said), (0, []))
+        return result.stdout
+
+    def shown(self, *arguments):
+        result = run('capture', 'show', self.file, '--json', *arguments)
+        return result, json.loads(result.stdout)
+
+    def test_several_runs_go_into_one_file_and_all_are_replayed(self):
+        outputs = {command: self.capture(command) for command in ('controller', 'disks', 'volumes')}
+        for command, output in outputs.items():
+            self.assertEqual(run('--replay', self.file, command).stdout, output)
+        starts = [record for record in self.shown()[1]['records'] if record['type'] == 'start']
+        self.assertEqual([start['program'] for start in starts], ['veskctl-sim'] * 3)
+
+    def test_what_was_never_recorded_is_an_error_and_no_answer(self):
+        self.capture('controller')
+        result = run('--replay', self.file, 'disks', '--json')
+        document = json.loads(result.stdout)
+        self.assertEqual(result.returncode, 1)
+        self.assertNotIn('disks', document)
+        self.assertEqual({error['code'] for error in document['errors']}, {'not_in_capture'})
+        self.assertIn('information on disk 0', result.stderr)
+        self.assertIn('never recorded', result.stderr)
+        self.assertEqual(run('--replay', self.file, 'disks').stdout, '')
+
+    def test_show_lists_commands_in_words_with_their_numbers(self):
+        self.capture('locate', 'on', '1')
+        text = run('capture', 'show', self.file).stdout
+        self.assertIn('open "nvmeMgmt": result 0', text)
+        self.assertIn('locate light on at disk 1: result 0', text)
+        self.assertIn('opcode 0xe2, nsid 0x0, cdw10 0x0, cdw11 0x0, cdw12 0x7e1', text)
+        self.assertNotIn('|', text)
+        self.assertIn('3a 30 30 2e 30 20', run('capture', 'show', self.file, '--hex').stdout)
+        document = self.shown('--hex')[1]
+        self.assertEqual((document['format'], document['masked']), (1, False))
+        locate = [record for record in document['records']
+                  if record.get('name') == 'locate light on at disk 1']
+        self.assertEqual(len(locate), 1)
+        self.assertEqual(locate[0]['command']['cdw14'], 0x20001)
+        self.assertEqual((locate[0]['status_code'], locate[0]['result']), (0, 0))
+        self.assertTrue(locate[0]['pieces'][0]['hex'].startswith('01'))
+
+    def test_damage_is_shown_up_to_its_place(self):
+        self.capture('disks')
+        whole = self.shown()[1]['records']
+        content = self.file.read_bytes()
+        self.file.write_bytes(content[:whole[10]['offset'] + 5])
+        result, document = self.shown()
+        self.assertEqual(result.returncode, 1)
+        self.assertEqual(document['records'], whole[:10])
+        self.assertEqual(document['errors'][0]['code'], 'capture_damaged')
+        self.assertIn(f'record 11 at offset {whole[10]["offset"]}', document['errors'][0]['message'])
+        # What stands before the damage is replayed, and a note tells of it.
+        self.assertIn('ends early', run('--replay', self.file, 'version').stderr)
+
+    def test_foreign_and_newer_files_are_refused(self):
+        self.capture('controller')
+        newer = bytearray(self.file.read_bytes())
+        newer[8:10] = struct.pack('<H', 7)
+        for content, reason in ((b'some text that is no capture at all', 'no capture file'),
+                                (b'', 'empty'), (bytes(newer), 'newer program (format 7')):
+            self.file.write_bytes(content)
+            for arguments, code in ((['capture', 'show', self.file], 1),
+                                    (['--replay', self.file, 'disks'], 2)):
+                result = run(*arguments)
+                self.assertEqual(result.returncode, code, result.stderr)
+                self.assertIn(reason, result.stderr)
+
+    def test_files_that_are_not_there(self):
+        for arguments in (['capture', 'show', self.file], ['--replay', self.file, 'disks'],
+                          ['capture', 'show', self.folder], ['--replay', self.folder, 'disks']):
+            result = run(*arguments)
+            self.assertEqual(result.returncode, 2)
+            self.assertIn('cannot be opened', result.stderr)
+        self.assertEqual(run('capture', 'show').returncode, 2)
+
+    def test_a_capture_that_cannot_be_written_comes_before_the_command(self):
+        for path in ('/nonexistent/capture', self.folder, '/dev/full'):
+            result = run('--capture', path, 'events')
+            self.assertEqual((result.returncode, result.stdout), (2, ''), result.stderr)
+            self.assertIn('nothing is recorded', result.stderr)
+
+    def test_a_full_disk_leaves_the_answer_and_is_an_error(self):
+        for _ in range(4):  # to be larger than what else is written
+            self.capture('disks')
+        script = f'ulimit -f {self.file.stat().st_size // 1024 + 16}; exec "$@"'
+        result = run('-c', script, 'sh', PROGRAM, '--capture', self.file, 'disks', '--json',
+                     program='bash')
+        document = json.loads(result.stdout)
+        self.assertEqual(len(document['disks']), 2)
+        self.assertEqual([error['code'] for error in document['errors']], ['capture_failed'])
+        self.assertEqual(result.returncode, 1)
+
+    def test_options_that_do_not_go_together(self):
+        for arguments in (['--mask', 'disks'], ['--replay', 'x', '--scenario', 'worn', 'disks'],
+                          ['--replay', 'x', '--state', 'y', 'disks'],
+                          ['--capture', self.file, 'capture', 'show', self.file]):
+            self.assertEqual(run(*arguments).returncode, 2, arguments)
+        self.capture('controller')
+        self.assertEqual(run('--replay', self.file, 'sim', 'leds').returncode, 2)
+
+    def test_a_missing_capture_library_is_named(self):
+        (self.folder / 'bin').mkdir()
+        program = self.folder / 'bin' / 'veskctl-sim'
+        shutil.copy2(PROGRAM, program)
+        libraries = self.folder / 'other'
+        libraries.mkdir()
+        for name in ('libVeskNvme.so', 'libvmkmgmt.so'):
+            shutil.copy2(Path(LIBRARY).with_name(name), libraries)
+        arguments = ['--library', libraries / 'libVeskNvme.so', '--capture', self.file, 'controller']
+        result = run(*arguments, program=program, LD_LIBRARY_PATH=str(libraries))
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(f'neither {self.folder}/lib/libvesk-capture.so nor '
+                      f'{libraries}/libvesk-capture.so', result.stderr)
+        shutil.copy2(LIBRARY, libraries)
+        result = run(*arguments, program=program, LD_LIBRARY_PATH=str(libraries))
+        self.assertEqual((result.returncode, result.stderr), (0, ''))
+
+    def test_masks_stay_the_same_with_the_same_key_only(self):
+        self.capture('--mask', 'disks', VESK_CAPTURE_MASK='one key')
+        self.capture('--mask', 'health', VESK_CAPTURE_MASK='one key')
+        serials = [[disk['serial_number'] for disk in json.loads(
+            run('--replay', self.file, command, '--json').stdout)[command]]
+                   for command in ('disks', 'health')]
+        self.assertEqual(serials[0], serials[1])
+        self.assertNotIn(b'VD00480A00017', self.file.read_bytes())
+        other = run('--capture', self.file, '--mask', 'disks')
+        self.assertEqual(other.returncode, 2)
+        self.assertIn('another key', other.stderr)
+        self.assertIn('is masked', run('--capture', self.file, 'disks').stderr)
+
+    def test_serials_in_texts_of_events_are_masked_also_where_a_page_cuts_them(self):
+        serial = 'VD00480A000170'
+        events = [{'sequence': number, 'event_id': 101, 'class': 'PD', 'severity': 'INFO',
+                   'description': f'{"x" * (number % 23)} {serial}'}
+                  for number in range(1, 500)]
+        scenario = {'adapters': [{'name': 'vmhba2', 'cut_event_lines': True, 'events': events}]}
+        path = self.folder / 'scenario.json'
+        path.write_text(json.dumps(scenario))
+        live = self.capture('--scenario', path, '--mask', 'events', '--ndjson')
+        content = self.file.read_bytes()
+        for size in range(6, len(serial) + 1):
+            for at in range(len(serial) - size + 1):
+                self.assertNotIn(serial[at:at + size].encode(), content)
+        replayed = run('--replay', self.file, 'events', '--ndjson').stdout
+        mask = json.loads(replayed.splitlines()[0])['message'].split()[-1]
+        self.assertEqual(len(mask), len(serial))
+        for one, other in zip(live.splitlines(), replayed.splitlines(), strict=True):
+            one, other = json.loads(one), json.loads(other)
+            # 29 characters of a description are kept, so the end of a serial number may be missing.
+            for size in range(len(serial), 0, -1):
+                if one['message'].endswith(serial[:size]):
+                    one['message'] = one['message'][:-size] + mask[:size]
+                    break
+            self.assertEqual(one, other)
+
+
+if __name__ == '__main__':
+    unittest.main(argv=sys.argv[:1])

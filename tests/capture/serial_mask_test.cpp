@@ -1,0 +1,130 @@
+#include "capture/serial_mask.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <string>
+
+namespace {
+
+using veskcap::SerialMask;
+
+// A field of 20 with this text in it, as it is after masking.
+std::string masked(SerialMask& mask, std::string text, char padding = ' ') {
+    text.resize(20, padding);
+    mask.learnField(text.data(), text.size());
+    return text;
+}
+
+std::string maskedEvents(const SerialMask& mask, std::string text) {
+    mask.maskEvents(text.data(), text.size());
+    return text;
+}
+
+// The vector of the authors: key 00 to 0f, input 00 to 0e.
+TEST(SipHash, GivesThePublishedValue) {
+    std::string input;
+    for (char c = 0; c < 15; ++c) {
+        input += c;
+    }
+    EXPECT_EQ(veskcap::sipHash(0x0706050403020100U, 0x0f0e0d0c0b0a0908U, input.data(), 15),
+              0xa129ca6149be45e5U);
+}
+
+TEST(SerialMask, KeepsLengthFormAndPadding) {
+    SerialMask mask("key");
+    const std::string field = masked(mask, "  VD-004a");
+    ASSERT_EQ(field.size(), 20U);
+    EXPECT_EQ(field.substr(0, 2), "  ");
+    EXPECT_EQ(field.substr(9), std::string(11, ' '));
+    EXPECT_NE(field.substr(2, 7), "VD-004a");
+    EXPECT_TRUE(std::isupper(field[2]) && std::isupper(field[3]));
+    EXPECT_EQ(field[4], '-');
+    EXPECT_TRUE(std::isdigit(field[5]) && std::isdigit(field[6]) && std::isdigit(field[7]));
+    EXPECT_TRUE(std::islower(field[8]));
+}
+
+TEST(SerialMask, IsTheSameForTheSameSerialAndKeyOnly) {
+    SerialMask mask("key");
+    SerialMask again("key");
+    SerialMask other("another key");
+    const std::string first = masked(mask, "VD00480A000170");
+    EXPECT_EQ(masked(again, "VD00480A000170"), first);
+    EXPECT_EQ(masked(again, "VD00480A000170", '\0').substr(0, 14), first.substr(0, 14));
+    EXPECT_NE(masked(other, "VD00480A000170"), first);
+    EXPECT_NE(masked(mask, "VD00480A000171").substr(0, 14), first.substr(0, 14));
+    EXPECT_EQ(mask.keyCheck(), again.keyCheck());
+    EXPECT_NE(mask.keyCheck(), other.keyCheck());
+}
+
+TEST(SerialMask, LeavesNoByteThatCannotBePrintedAndMasksWhatStandsBehindANul) {
+    SerialMask mask("key");
+    std::string text("SN\xE9\xFC", 4);
+    text += std::string("\0"
+                        "1234\t5678",
+                        10);
+    const std::string field = masked(mask, text);
+    for (const std::size_t at : {0U, 1U, 2U, 3U, 5U, 6U, 9U}) {
+        EXPECT_TRUE(std::isprint(static_cast<unsigned char>(field[at]))) << at;
+    }
+    EXPECT_EQ(field[4], '\0');
+    EXPECT_EQ(field.find("1234"), std::string::npos);
+}
+
+TEST(SerialMask, NeverLeavesASerialAsItIs) {
+    SerialMask mask("key");
+    for (int digit = 0; digit < 10; ++digit) {
+        const std::string serial = std::to_string(digit);
+        EXPECT_NE(mask.maskOf(serial), serial);
+    }
+}
+
+TEST(SerialMask, IsFoundWhereverASerialStands) {
+    SerialMask mask("key");
+    const std::string is = masked(mask, "VD00480A000170").substr(0, 14);
+    std::string data = "xxVD00480A000170VD00480A000170";
+    mask.maskKnown(data.data(), data.size());
+    EXPECT_EQ(data, "xx" + is + is);
+}
+
+TEST(SerialMask, ShortSerialsCountAsWordsAndVeryShortOnesNotAtAll) {
+    SerialMask mask("key");
+    const std::string four = masked(mask, "A123").substr(0, 4);
+    masked(mask, "7");
+    std::string data = "[SEQ]7 A123 xA123 7";
+    mask.maskKnown(data.data(), data.size());
+    EXPECT_EQ(data, "[SEQ]7 " + four + " xA123 7");
+}
+
+TEST(SerialMask, OfAnEventThatThePageCutsIsThatPartOfTheMask) {
+    SerialMask mask("key");
+    const std::string serial = "VD00480A000170";
+    const std::string is = masked(mask, serial).substr(0, 14);
+    for (std::size_t cut = 4; cut <= 10; ++cut) {
+        EXPECT_EQ(maskedEvents(mask, "[MSG]PD_Drive " + serial.substr(0, cut)),
+                  "[MSG]PD_Drive " + is.substr(0, cut));
+        EXPECT_EQ(maskedEvents(mask, serial.substr(cut) + " removed_INFO\n"),
+                  is.substr(cut) + " removed_INFO\n");
+    }
+    EXPECT_EQ(maskedEvents(mask, serial.substr(2, 8)), is.substr(2, 8)) << "cut at both ends";
+}
+
+TEST(SerialMask, HidesInTextsOfEventsWhatLooksLikeASerial) {
+    SerialMask mask("key");
+    const std::string line = "[SEQ]12345678[TIME]1789996400[MSG]PD_Drive WX11A234 gone_INFO\n";
+    const std::string result = maskedEvents(mask, line);
+    EXPECT_EQ(result.substr(0, 43), line.substr(0, 43)) << "numbers of other tags stay";
+    EXPECT_EQ(result.substr(43, 8), mask.maskOf("WX11A234"));
+    EXPECT_EQ(result.substr(51), " gone_INFO\n");
+    const std::string plain = "[MSG]PD_Drive 12 firmware 1.2.3.1004 Controller started_INFO\n";
+    EXPECT_EQ(maskedEvents(mask, plain), plain);
+}
+
+TEST(SerialMask, TakesAnySizeOfText) {
+    SerialMask mask("key");
+    masked(mask, "VD00480A000170");
+    EXPECT_EQ(maskedEvents(mask, ""), "");
+    EXPECT_EQ(maskedEvents(mask, "VD0"), "VD0");
+}
+
+}  // namespace

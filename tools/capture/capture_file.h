@@ -1,0 +1,52 @@
+// The writing end of a capture file. Several processes may write to one file: each record goes out
+// in one call, at the file's end. Nothing here throws.
+#pragma once
+
+#include "capture/capture_format.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#include <sys/stat.h>
+#include <sys/uio.h>
+
+namespace veskcap {
+
+class CaptureFile {
+public:
+    CaptureFile() = default;
+    ~CaptureFile();
+    CaptureFile(const CaptureFile&) = delete;
+    CaptureFile& operator=(const CaptureFile&) = delete;
+
+    // Makes the file, or goes on with one of the same kind: masked alike, with the same key. Of a
+    // file that a killed process left, an incomplete last record is cut off. False if it cannot be
+    // used; problem() says why.
+    bool open(const char* path, std::uint32_t flags, std::uint32_t keyCheck);
+
+    // Writes the record: the header, of which pid and type must be set, and the pieces of its body
+    // from the second on; the first is left to this function. False if it could not be written;
+    // problem() says why.
+    bool append(RecordHeader& header, iovec* pieces, int pieceCount);
+
+    const char* problem() const { return m_problem; }
+    const char* path() const { return m_path; }
+
+private:
+    bool fail(const char* doing, int error);
+    bool refuse(const char* reason);
+    bool takeHigh(int descriptor);
+    bool stillOurs();
+    bool checkHeader();
+    bool writeHeader();
+    bool cutIncompleteRecord();
+
+    int m_descriptor = -1;
+    FileHeader m_header = {};
+    bool m_sizeIsLimited = false;
+    struct stat m_identity = {};
+    char m_path[4096] = "";
+    char m_problem[512] = "";
+};
+
+}  // namespace veskcap

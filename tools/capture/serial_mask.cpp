@@ -1,0 +1,235 @@
+#include "capture/serial_mask.h"
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+namespace veskcap {
+
+namespace {
+
+// Shorter ones are masked in their own fields only: as a word they could be any number.
+constexpr std::size_t kShortestKnown = 4;
+// Shorter ones count elsewhere only if they stand as a word of their own.
+constexpr std::size_t kShortestInside = 8;
+// Of a serial number that the end of a piece of text cuts, this much gives it away.
+constexpr std::size_t kShortestCut = 4;
+// A word of an event's text that could be a serial number.
+constexpr std::size_t kShortestLook = 8;
+constexpr std::size_t kFewestDigits = 3;
+constexpr std::size_t kMostKnown = 256;
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+bool isUpper(char c) {
+    return c >= 'A' && c <= 'Z';
+}
+bool isLower(char c) {
+    return c >= 'a' && c <= 'z';
+}
+bool isWordCharacter(char c) {
+    return isDigit(c) || isUpper(c) || isLower(c);
+}
+bool isPadding(char c) {
+    return c == ' ' || c == '\0';
+}
+
+std::uint64_t rotated(std::uint64_t value, unsigned bits) {
+    return (value << bits) | (value >> (64 - bits));
+}
+
+struct SipState {
+    std::uint64_t v0, v1, v2, v3;
+
+    void round() {
+        v0 += v1;
+        v1 = rotated(v1, 13) ^ v0;
+        v0 = rotated(v0, 32);
+        v2 += v3;
+        v3 = rotated(v3, 16) ^ v2;
+        v0 += v3;
+        v3 = rotated(v3, 21) ^ v0;
+        v2 += v1;
+        v1 = rotated(v1, 17) ^ v2;
+        v2 = rotated(v2, 32);
+    }
+    void add(std::uint64_t word) {
+        v3 ^= word;
+        round();
+        round();
+        v0 ^= word;
+    }
+};
+
+// Letters for what cannot be printed; punctuation stays.
+char replacement(char original, unsigned random) {
+    if (isDigit(original)) {
+        return static_cast<char>('0' + random % 10);
+    }
+    if (isLower(original)) {
+        return static_cast<char>('a' + random % 26);
+    }
+    if (isUpper(original) || original < ' ' || original == '\x7F') {
+        return static_cast<char>('A' + random % 26);
+    }
+    return original;
+}
+
+bool standsAsWord(const char* data, std::size_t size, std::size_t at, std::size_t length) {
+    return (at == 0 || !isWordCharacter(data[at - 1])) &&
+           (at + length == size || !isWordCharacter(data[at + length]));
+}
+
+}  // namespace
+
+std::uint64_t sipHash(std::uint64_t key0, std::uint64_t key1, const void* data, std::size_t size) {
+    SipState state = {key0 ^ 0x736f6d6570736575U, key1 ^ 0x646f72616e646f6dU,
+                      key0 ^ 0x6c7967656e657261U, key1 ^ 0x7465646279746573U};
+    const auto* bytes = static_cast<const unsigned char*>(data);
+    std::size_t at = 0;
+    for (; size - at >= 8; at += 8) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, bytes + at, sizeof(word));
+        state.add(word);
+    }
+    std::uint64_t last = static_cast<std::uint64_t>(size) << 56U;
+    for (std::size_t i = 0; at + i < size; ++i) {
+        last |= static_cast<std::uint64_t>(bytes[at + i]) << (8 * i);
+    }
+    state.add(last);
+    state.v2 ^= 0xFF;
+    for (int i = 0; i < 4; ++i) {
+        state.round();
+    }
+    return state.v0 ^ state.v1 ^ state.v2 ^ state.v3;
+}
+
+SerialMask::SerialMask(const std::string& key)
+    : m_key0(sipHash(0, 1, key.data(), key.size())),
+      m_key1(sipHash(2, 3, key.data(), key.size())),
+      m_keyCheck(static_cast<std::uint32_t>(sipHash(m_key0, m_key1, "", 0) & 0xFFFFU)) {}
+
+std::string SerialMask::maskOf(const std::string& serial) const {
+    std::string mask = serial;
+    // Another try where chance gives the serial number itself; in vain if nothing of it changes.
+    for (unsigned attempt = 0; attempt < 16 && mask == serial; ++attempt) {
+        for (std::size_t i = 0; i < serial.size(); ++i) {
+            const std::string salted =
+                serial + '\0' + std::to_string(attempt) + '\0' + std::to_string(i);
+            const std::uint64_t random = sipHash(m_key0, m_key1, salted.data(), salted.size());
+            mask[i] = replacement(serial[i], static_cast<unsigned>(random >> 32U));
+        }
+    }
+    return mask;
+}
+
+void SerialMask::learn(const std::string& serial) {
+    const auto same = [&](const Known& known) {
+        return known.serial == serial;
+    };
+    if (serial.size() < kShortestKnown || std::any_of(m_known.begin(), m_known.end(), same)) {
+        return;
+    }
+    if (m_known.size() == kMostKnown) {
+        throw std::length_error("more serial numbers than can be masked");
+    }
+    m_known.push_back({serial, maskOf(serial)});
+    std::stable_sort(m_known.begin(), m_known.end(), [](const Known& a, const Known& b) {
+        return a.serial.size() > b.serial.size();
+    });
+}
+
+void SerialMask::learnField(char* field, std::size_t size) {
+    // What stands behind a NUL is not shown, and could still be one.
+    for (std::size_t at = 0; at < size;) {
+        const std::size_t end =
+            static_cast<std::size_t>(std::find(field + at, field + size, '\0') - field);
+        std::size_t first = at;
+        std::size_t last = end;
+        while (first < last && isPadding(field[first])) {
+            ++first;
+        }
+        while (last > first && isPadding(field[last - 1])) {
+            --last;
+        }
+        const std::string serial(field + first, last - first);
+        learn(serial);
+        const std::string mask = maskOf(serial);
+        std::copy(mask.begin(), mask.end(), field + first);
+        at = end + 1;
+    }
+}
+
+void SerialMask::maskKnown(char* data, std::size_t size) const {
+    for (const Known& known : m_known) {
+        const std::size_t length = known.serial.size();
+        char* at = data;
+        char* const end = data + size;
+        while ((at = std::search(at, end, known.serial.begin(), known.serial.end())) != end) {
+            const auto offset = static_cast<std::size_t>(at - data);
+            if (length < kShortestInside && !standsAsWord(data, size, offset, length)) {
+                ++at;
+                continue;
+            }
+            at = std::copy(known.mask.begin(), known.mask.end(), at);
+        }
+    }
+}
+
+void SerialMask::maskEvents(char* text, std::size_t size) const {
+    const std::string before(text, size);
+    maskKnown(text, size);
+    for (const Known& known : m_known) {
+        const std::size_t length = known.serial.size();
+        // The text begins inside it, ends inside it, or both.
+        const std::size_t most = std::min(length - 1, size);
+        for (std::size_t kept = most; kept >= kShortestCut; --kept) {
+            if (std::memcmp(text + size - kept, known.serial.data(), kept) == 0) {
+                std::memcpy(text + size - kept, known.mask.data(), kept);
+                break;
+            }
+        }
+        for (std::size_t kept = most; kept >= kShortestCut; --kept) {
+            if (std::memcmp(text, known.serial.data() + length - kept, kept) == 0) {
+                std::memcpy(text, known.mask.data() + length - kept, kept);
+                break;
+            }
+        }
+        const std::size_t inside =
+            size >= kShortestCut && size < length ? known.serial.find(before) : std::string::npos;
+        if (inside != std::string::npos) {
+            std::memcpy(text, known.mask.data() + inside, size);
+        }
+    }
+    maskLooks(before, text);
+}
+
+void SerialMask::maskLooks(const std::string& before, char* text) const {
+    const std::string tag = "[MSG]";
+    for (std::size_t at = before.find(tag); at != std::string::npos; at = before.find(tag, at)) {
+        at += tag.size();
+        const std::size_t end =
+            std::min(before.find_first_of(std::string("[\n\0", 3), at), before.size());
+        while (at < end) {
+            std::size_t last = at;
+            while (last < end && isWordCharacter(before[last])) {
+                ++last;
+            }
+            const std::string word = before.substr(at, last - at);
+            const auto digits =
+                static_cast<std::size_t>(std::count_if(word.begin(), word.end(), isDigit));
+            const bool cut = last == before.size();
+            const bool looks = cut ? word.size() >= kShortestCut && digits > 0
+                                   : word.size() >= kShortestLook && digits >= kFewestDigits;
+            // What was known has its mask already.
+            if (looks && std::memcmp(text + at, word.data(), word.size()) == 0) {
+                const std::string mask = maskOf(word);
+                std::copy(mask.begin(), mask.end(), text + at);
+            }
+            at = std::max(last, at + 1);
+        }
+    }
+}
+
+}  // namespace veskcap

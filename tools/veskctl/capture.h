@@ -1,0 +1,35 @@
+// Captures: taking one while a command runs, and showing one.
+#pragma once
+
+#include <istream>
+#include <string>
+
+namespace veskctl {
+
+struct Command;
+struct Report;
+class Options;
+
+struct CaptureOptions {
+    std::string file;  // empty: no capture
+    bool mask = false;
+};
+
+void addCaptureOptions(Options& target, CaptureOptions& options);
+
+// Runs the whole program anew with libvesk-capture.so in front of the platform's library, and
+// returns in that second run only. Does nothing without a file. libraryName: of libVeskNvme.so,
+// which the capture library may stand beside. Throws ProblemError.
+void startCapture(const CaptureOptions& options, const std::string& libraryName,
+                  const std::string& command);
+
+// Notes a capture that ended early among the problems.
+void finishCapture(Report& report);
+
+// Lists what the capture holds, as text or (json) in the fields. name: for messages.
+void showCapture(std::istream& stream, const std::string& name, bool json, bool hex,
+                 Report& report);
+
+Command captureCommand();
+
+}  // namespace veskctl
