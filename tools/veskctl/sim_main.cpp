@@ -32,9 +32,10 @@ void addSimOptions(veskctl::Options& target, SimOptions& options) {
 
 void startHost(const SimOptions& options, std::optional<vesksim::SimFolder>& folder,
                veskctl::CommandContext& context) {
-    context.simulated = true;
     try {
-        folder.emplace(options.state, vesksim::loadScenario(options.scenario));
+        if (!folder) {  // else this is a further look at the same host
+            folder.emplace(options.state, vesksim::loadScenario(options.scenario));
+        }
     } catch (const std::exception& error) {
         throw veskctl::UsageError(error.what());
     }
