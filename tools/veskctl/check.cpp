@@ -84,7 +84,7 @@ std::string checkLine(const Snapshot& snapshot, const Verdict& verdict,
     if (answering) {
         line += " | " + performanceData(snapshot, thresholds);
     }
-    return line + '\n';
+    return line;
 }
 
 void ThresholdOptions::declare(Options& options) {
@@ -131,7 +131,7 @@ void runCheck(const CommandContext& context, const ThresholdOptions& options, Re
                                    {"spare_margin", thresholds.spareMargin},
                                    {"ignored", thresholds.ignored}};
     report.fields["line"] = checkLine(snapshot, verdict, thresholds);
-    report.text = checkLine(snapshot, verdict, thresholds);
+    report.text = report.fields["line"].get<std::string>() + '\n';
     // What went wrong in reading stands among the reasons, and must not change the exit code.
     report.exitCode = checkExitCode(verdict.level);
     report.forPrograms = true;
@@ -140,7 +140,8 @@ void runCheck(const CommandContext& context, const ThresholdOptions& options, Re
 }  // namespace
 
 Command checkCommand() {
-    return {kCheckName, "Tell a monitoring system the verdict: one line, exit code 0 to 3",
+    return {kCheckName,
+            "Tell a monitoring system the verdict: one line, exit code 0 to 3",
             [](Options& options) {
                 const auto wanted = std::make_shared<ThresholdOptions>();
                 wanted->declare(options);
@@ -150,7 +151,9 @@ Command checkCommand() {
                 return CommandRunner([wanted](const CommandContext& context, Report& report) {
                     runCheck(context, *wanted, report);
                 });
-            }};
+            },
+            {},
+            true};
 }
 
 }  // namespace veskctl

@@ -15,7 +15,7 @@ constexpr const char* kCheckName = "check";
 // 0 OK, 1 WARNING, 2 CRITICAL, 3 UNKNOWN; a wrong command line is UNKNOWN, too.
 int checkExitCode(Level level);
 
-// "VESK WARNING - reasons | performance data", with its line end.
+// "VESK WARNING - reasons | performance data".
 std::string checkLine(const Snapshot& snapshot, const Verdict& verdict,
                       const Thresholds& thresholds);
 

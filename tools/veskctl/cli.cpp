@@ -231,6 +231,8 @@ CliOutcome outcomeOf(const std::string& command, const Report& report,
     outcome.exitCode = static_cast<int>(exitCodeOf(report.problems));
     if (report.problems.empty() && report.exitCode) {
         outcome.exitCode = *report.exitCode;
+    } else if (command == kCheckName) {
+        outcome.exitCode = checkExitCode(Level::Unknown);  // the usual one would read as critical
     }
     outcome.standardOutput = std::move(output.standardOutput);
     outcome.standardError = std::move(output.standardError);
@@ -281,9 +283,6 @@ CliOutcome usageFailure(const CliHooks& hooks, const std::string& command,
     context.format = json ? OutputFormat::JsonDocument : OutputFormat::Table;
     context.simulated = hooks.simulated;
     CliOutcome outcome = outcomeOf(command, report, context);
-    if (command == kCheckName) {
-        outcome.exitCode = checkExitCode(Level::Unknown);  // the usual one would read as critical
-    }
     outcome.standardError +=
         format("veskctl: try '{} --help' for more information\n", hooks.programName);
     return outcome;

@@ -139,12 +139,15 @@ std::vector<Finding> examine(const Snapshot& snapshot, const LoadedLibraries& li
 }
 
 Command doctorCommand() {
-    return {"doctor", "Look for what is wrong with libraries, host files and controller",
+    return {"doctor",
+            "Look for what is wrong with libraries, host files and controller",
             [](Options& options) {
                 options.addRemark("The exit code is 0 without an error, 1 with one, 3 without a "
                                   "controller.");
                 return CommandRunner(runDoctor);
-            }};
+            },
+            {},
+            true};
 }
 
 }  // namespace veskctl

@@ -155,6 +155,7 @@ void runMetrics(const CommandContext& context, const std::string& file, Report& 
     report.simulated = snapshot.simulated;
     report.problems = snapshot.problems;
     report.forPrograms = true;
+    report.fields["text"] = text;
     if (file.empty()) {
         report.text = text;
     } else {
@@ -178,14 +179,18 @@ std::string metricsText(const Snapshot& snapshot, const Verdict& verdict, double
 }
 
 Command metricsCommand() {
-    return {"metrics", "Write metrics for Prometheus", [](Options& options) {
+    return {"metrics",
+            "Write metrics for Prometheus",
+            [](Options& options) {
                 const auto file = std::make_shared<std::string>();
                 options.addText("--file", *file, "PATH",
                                 "Replace this file at once, instead of standard output");
                 return CommandRunner([file](const CommandContext& context, Report& report) {
                     runMetrics(context, *file, report);
                 });
-            }};
+            },
+            {},
+            true};
 }
 
 }  // namespace veskctl

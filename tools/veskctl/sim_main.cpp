@@ -33,7 +33,7 @@ void addSimOptions(veskctl::Options& target, SimOptions& options) {
 void startHost(const SimOptions& options, std::optional<vesksim::SimFolder>& folder,
                veskctl::CommandContext& context) {
     try {
-        if (!folder) {  // else this is a further look at the same host
+        if (!folder) {  // once, for all looks of a command that goes on
             folder.emplace(options.state, vesksim::loadScenario(options.scenario));
         }
     } catch (const std::exception& error) {

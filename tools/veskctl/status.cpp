@@ -79,46 +79,35 @@ private:
         }
         const std::optional<std::uint64_t> bytes = volume.capacityBytes();
         const bool normal = volume.info->status == 0;
-        addLine(format("{}Volume {}: {}, {}, {}, {} {}, status {}{}", normal ? "" : "! ", volume.id,
+        addLine(format("{}Volume {}: {}, {}, {}, {} {}, {}", normal ? "" : "! ", volume.id,
                        volume.name().value_or("without a name"),
                        volume.raidLevel().value_or(format("mode {}", volume.info->raidMode)),
                        bytes ? sizeText(*bytes) : "size unknown", volume.info->hdCount,
-                       volume.info->hdCount == 1 ? "member" : "members", volume.info->status,
-                       normal ? " (normal)" : ""));
+                       volume.info->hdCount == 1 ? "member" : "members", volume.stateText()));
     }
 
     void addDisks() {
-        m_report.grid.setColumns({{"Disk"},
-                                  {"Model", Alignment::Left, 8},
-                                  {"Serial number", Alignment::Left, 8},
-                                  {"State"},
-                                  {"Health"},
-                                  {"Used", Alignment::Right},
-                                  {"Spare", Alignment::Right}});
+        std::vector<Column> columns = diskIdentityColumns();
+        columns.push_back({"STATE", Alignment::Left, 8});
+        columns.push_back({"SMART"});
+        columns.push_back({"USED", Alignment::Right});
+        columns.push_back({"SPARE", Alignment::Right});
+        m_report.grid.setColumns(columns);
         for (std::size_t index = 0; index < m_snapshot.disks.size(); ++index) {
             addDisk(m_snapshot.disks[index], m_snapshot.health[index]);
         }
     }
 
     void addDisk(const Disk& disk, const Health& health) {
+        const bool present = disk.presence == Presence::Present;
         const std::optional<Wear> wear = health.wear();
-        const std::string smart = health.status();
-        const bool bad = disk.presence != Presence::Present || smart != "ok" || !wear ||
-                         wear->spent() || wear->spareLow();
-        m_report.grid.addRow({format("{}", disk.slot), disk.modelName(Padding::Trim).value_or("-"),
-                              disk.serialNumber(Padding::Trim).value_or("-"), stateOf(disk),
-                              disk.presence == Presence::Present ? smart : "-",
-                              percentText(valueOf<unsigned>(wear, &Wear::percentageUsed)),
-                              percentText(valueOf<unsigned>(wear, &Wear::availableSpare))},
-                             bad ? Tone::Warning : Tone::Plain);
-    }
-
-    static std::string stateOf(const Disk& disk) {
-        if (disk.presence != Presence::Present) {
-            return disk.presence == Presence::Absent ? "absent" : "no answer";
-        }
-        const std::optional<bool> online = disk.online();
-        return !online ? "unknown" : *online ? "online" : "not online";
+        std::vector<std::string> cells = diskIdentityCells(disk, Padding::Trim);
+        cells.push_back(disk.stateText());
+        cells.emplace_back(present ? health.status() : "-");
+        cells.push_back(percentText(valueOf<unsigned>(wear, &Wear::percentageUsed)));
+        cells.push_back(percentText(valueOf<unsigned>(wear, &Wear::availableSpare)));
+        const bool calm = !disk.wantsAttention() && !health.wantsAttention();
+        m_report.grid.addRow(cells, calm ? Tone::Plain : Tone::Warning);
     }
 
     const Snapshot& m_snapshot;
@@ -145,13 +134,17 @@ void showStatus(const Snapshot& snapshot, const Verdict& verdict, unsigned colum
 }
 
 Command statusCommand() {
-    return {"status", "Show everything at a glance, and whether all is well", [](Options& options) {
+    return {"status",
+            "Show everything at a glance, and whether all is well",
+            [](Options& options) {
                 const auto wanted = std::make_shared<ThresholdOptions>();
                 wanted->declare(options);
                 return CommandRunner([wanted](const CommandContext& context, Report& report) {
                     runStatus(context, *wanted, report);
                 });
-            }};
+            },
+            {},
+            true};
 }
 
 }  // namespace veskctl
