@@ -1,13 +1,16 @@
 #include "veskctl/command.h"
 
 #include "veskctl/check.h"
+#include "veskctl/completion.h"
 #include "veskctl/controller.h"
 #include "veskctl/disk.h"
 #include "veskctl/doctor.h"
 #include "veskctl/event.h"
 #include "veskctl/format.h"
 #include "veskctl/health.h"
+#include "veskctl/help.h"
 #include "veskctl/locate.h"
+#include "veskctl/manual.h"
 #include "veskctl/metrics.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
@@ -52,7 +55,8 @@ Command versionCommand() {
 std::vector<Command> allCommands() {
     return {statusCommand(), checkCommand(),   doctorCommand(),  controllerCommand(),
             disksCommand(),  healthCommand(),  volumesCommand(), eventsCommand(),
-            locateCommand(), metricsCommand(), versionCommand()};
+            locateCommand(), metricsCommand(), helpCommand(),    completionCommand(),
+            manCommand(),    versionCommand()};
 }
 
 }  // namespace veskctl
