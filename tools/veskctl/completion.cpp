@@ -157,8 +157,8 @@ std::string headline(const ProgramDescription& program, const std::string& shell
 std::string bashCompletion(const ProgramDescription& program) {
     const std::string name = functionName(program);
     std::string text = headline(program, "bash") + name + "() {\n" +
-                       R"(    local current=${COMP_WORDS[COMP_CWORD]} before= command= word index
-    local choices= options= files=
+                       R"(    local current=${COMP_WORDS[COMP_CWORD]} before='' command='' word index
+    local choices='' options='' files=''
     COMPREPLY=()
     for ((index = 1; index < COMP_CWORD; index++)); do
         word=${COMP_WORDS[index]}
@@ -186,7 +186,7 @@ std::string bashCompletion(const ProgramDescription& program) {
         }
         std::string reply = "return";
         if (!option.choices.empty()) {
-            reply = format("COMPREPLY=($(compgen -W '{}' -- \"$current\")); return",
+            reply = format("mapfile -t COMPREPLY < <(compgen -W '{}' -- \"$current\"); return",
                            joined(option.choices, " "));
         } else if (option.takesFiles() || option.takesFolders()) {
             reply = format("compopt -o filenames 2>/dev/null; mapfile -t COMPREPLY < "
@@ -204,12 +204,12 @@ std::string bashCompletion(const ProgramDescription& program) {
     }
     text += R"(    esac
     if [[ $current == -* ]]; then
-        COMPREPLY=($(compgen -W "$options" -- "$current"))
+        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
     elif [[ -n $files ]]; then
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
     else
-        COMPREPLY=($(compgen -W "$choices" -- "$current"))
+        mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$current")
     fi
 }
 )";

@@ -2,6 +2,7 @@
 
 #include "veskctl/format.h"
 #include "veskctl/help.h"
+#include "veskctl/printable.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
 
@@ -12,9 +13,9 @@ namespace veskctl {
 
 namespace {
 
-// A line of text, whatever it holds.
+// Characters that mean something to the formatter.
 std::string plain(const std::string& text) {
-    std::string result = text.rfind('.', 0) == 0 || text.rfind('\'', 0) == 0 ? "\\&" : "";
+    std::string result;
     for (const char character : text) {
         if (character == '\\') {
             result += "\\e";
@@ -36,13 +37,32 @@ std::string argument(const std::string& text) {
     return '"' + result + '"';
 }
 
-std::string sentence(const std::string& text) {
-    return plain(text) + (text.empty() || text.back() == '.' ? "\n" : ".\n");
+// Each sentence begins a line, as the formatter wants it; none begins like a macro.
+std::string sentences(const std::string& text) {
+    constexpr unsigned kColumns = 78;
+    std::string lines;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t stop = text.find(". ", at);
+        const std::size_t end = stop == std::string::npos ? text.size() : stop + 1;
+        lines += wrapped(plain(text.substr(at, end - at)), kColumns, 0) + '\n';
+        at = end + (stop == std::string::npos ? 0 : 1);
+    }
+    if (text.empty() || text.back() != '.') {
+        lines.insert(lines.size() - (lines.empty() ? 0 : 1), ".");
+    }
+    std::string safe;
+    for (std::size_t at = 0; at < lines.size(); ++at) {
+        const bool begins = at == 0 || lines[at - 1] == '\n';
+        const bool macro = lines[at] == '.' || lines[at] == '\'';
+        safe += begins && macro ? "\\&" : "";
+        safe += lines[at];
+    }
+    return safe;
 }
 
 std::string optionItem(const OptionDescription& option) {
     if (option.isWord()) {
-        return format(".It Ar {}\n{}", option.longName, sentence(option.help));
+        return format(".It Ar {}\n{}", option.longName, sentences(option.help));
     }
     std::string item = ".It";
     if (!option.shortName.empty()) {
@@ -52,7 +72,7 @@ std::string optionItem(const OptionDescription& option) {
     if (!option.value.empty()) {
         item += " Ar " + argument(option.value);
     }
-    return item + '\n' + sentence(option.help);
+    return item + '\n' + sentences(option.help);
 }
 
 std::string optionList(const CommandDescription& command) {
@@ -68,9 +88,9 @@ std::string optionList(const CommandDescription& command) {
 
 std::string commandSection(const ProgramDescription& program, const CommandDescription& command) {
     std::string text = format(".Ss {}\n", plain(command.words));
-    text += ".Dl " + plain(usageLine(program, command)) + "\n.Pp\n" + sentence(command.summary);
+    text += ".Dl " + plain(usageLine(program, command)) + "\n.Pp\n" + sentences(command.summary);
     for (const std::string& remark : command.remarks) {
-        text += ".Pp\n" + sentence(remark);
+        text += ".Pp\n" + sentences(remark);
     }
     return text + optionList(command);
 }
@@ -96,14 +116,15 @@ std::string upperCase(std::string text) {
 std::string manualPage(const ProgramDescription& program) {
     std::string summary = program.top.summary;
     summary.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(summary.front())));
-    std::string text = format(".Dd {}\n.Dt {} 1\n.Os {}\n", kReleaseDate, upperCase(program.name),
-                              argument(format("{} {}", program.name, kProgramVersion)));
+    std::string text =
+        format(".Dd {}\n.Dt {} 1\n.Os\n", kReleaseDate, upperCase(program.name));
     text += format(".Sh NAME\n.Nm {}\n.Nd {}\n", program.name, plain(summary));
     text += ".Sh SYNOPSIS\n.Nm\n.Op Ar options\n.Op Ar command Op Ar options\n";
     text += ".Sh DESCRIPTION\n.Nm\nloads the library\n.Pa libVeskNvme.so\n"
             "at run time, asks it through its C functions, and shows what it says.\n"
             "Without a command, the state of everything is shown.\n"
             "Options may stand on either side of a command's words.\n";
+    text += format("This is version {}.\n", kProgramVersion);
     text += ".Ss Options of every command\n" + optionList(program.top);
     text += ".Sh COMMANDS\n";
     for (const CommandDescription* command : program.commands()) {
@@ -115,7 +136,7 @@ std::string manualPage(const ProgramDescription& program) {
             ".It Ev COLUMNS\nHow many columns the output may take.\n.El\n";
     text += ".Sh EXIT STATUS\n.Bl -tag -width Ds\n";
     for (const ExitCodeDescription& code : exitCodes()) {
-        text += format(".It {}\n{}", code.code, sentence(code.meaning));
+        text += format(".It {}\n{}", code.code, sentences(code.meaning));
     }
     text += ".El\n.Pp\nThe state of the hardware changes it only where a command says so.\n";
     text += ".Sh EXAMPLES\n.Bl -tag -width Ds\n" + examples(program, program.top);
