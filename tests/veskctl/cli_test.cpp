@@ -110,7 +110,7 @@ TEST(Cli, UsageErrorsNameTheCommand) {
                                    {{"--json", "disks", "show"}, "\"disks show\""},
                                    {{"--json", "locate", "blink"}, "\"locate\""},
                                    {{"--json", "events", "--frob"}, "\"events\""},
-                                   {{"--json", "frob"}, "null"}};
+                                   {{"--json", "--frob"}, "null"}};
     for (const Row& row : rows) {
         EXPECT_EQ(at(parsed(evaluate(row.arguments).standardOutput), "/command"), row.command);
     }
@@ -180,6 +180,8 @@ TEST(Cli, EveryCommandWritesItsDocumentWithoutLibrary) {
         const char* value;
     };
     const std::vector<Row> rows = {
+        {{}, "\"status\"", "/controllers", "[]"},
+        {{"status"}, "\"status\"", "/verdict/level", "\"unknown\""},
         {{"controller"}, "\"controller\"", "/controllers", "[]"},
         {{"disks"}, "\"disks\"", "/disks", "[]"},
         {{"disks", "show", "1"}, "\"disks show\"", "/disks", "[]"},
@@ -196,8 +198,7 @@ TEST(Cli, EveryCommandWritesItsDocumentWithoutLibrary) {
         arguments.insert(arguments.end(), {"--json", "--library", kNoLibrary});
         CliHooks hooks;
         hooks.prepare = [](CommandContext& context) {
-            context.child.redirectFile = [](const std::string&, const std::string&) {
-            };
+            context.child.redirectFile = [](const std::string&, const std::string&) {};
         };
         const CliOutcome outcome = evaluate(arguments, hooks);
         const Json document = parsed(outcome.standardOutput);

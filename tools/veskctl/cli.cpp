@@ -282,7 +282,7 @@ CliOutcome usageFailure(const CliHooks& hooks, const std::string& command,
     report.problems.push_back({ProblemKind::Usage, message});
     CommandContext context;
     context.format = json ? OutputFormat::JsonDocument : OutputFormat::Table;
-    context.simulated = hooks.simulated && json;
+    context.simulated = hooks.simulated;
     CliOutcome outcome = outcomeOf(command, report, context);
     outcome.standardError +=
         format("veskctl: try '{} --help' for more information\n", hooks.programName);
@@ -323,17 +323,11 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
         return usageFailure(hooks, wordsOf(line.app()), usageMessage(line.app(), error),
                             asksForJson(argc, argv));
     }
-    try {
-        line.handDown();
-    } catch (const UsageError& error) {
-        return usageFailure(hooks, line.chosen().path, error.what(), asksForJson(argc, argv));
-    }
-
     const Runnable& command = line.chosen();
     const std::optional<unsigned> watchSeconds = line.common().watchSeconds();
-    Report report;
     CommandContext context;
     try {
+        line.handDown();
         context = line.common().contextFor(screen);
         if (watchSeconds && !command.watchable) {
             throw UsageError(format("--watch does not go with '{}'", command.path));
@@ -341,6 +335,7 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
     } catch (const UsageError& error) {
         return usageFailure(hooks, command.path, error.what(), asksForJson(argc, argv));
     }
+    Report report;
     context.simulated = hooks.simulated;
     runCommand(command.run, context, hooks, report);
     CliOutcome outcome = outcomeOf(command.path, report, context);

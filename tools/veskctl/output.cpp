@@ -122,7 +122,8 @@ Output renderOutput(const std::string& command, const Report& report,
     if (!report.streamed) {
         output.standardOutput = standardOutput(command, report, context, simulated);
     }
-    if (simulated && !report.streamed && !command.empty()) {
+    const bool usage = exitCodeOf(report.problems) == ExitCode::Usage;  // no host was looked at
+    if (simulated && !report.streamed && !usage) {
         const bool inFront = context.format == OutputFormat::Table && !report.forPrograms &&
                              !output.standardOutput.empty();
         std::string& place = inFront ? output.standardOutput : output.standardError;

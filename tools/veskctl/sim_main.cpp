@@ -32,7 +32,6 @@ void addSimOptions(veskctl::Options& target, SimOptions& options) {
 
 void startHost(const SimOptions& options, std::optional<vesksim::SimFolder>& folder,
                veskctl::CommandContext& context) {
-    context.simulated = true;
     try {
         if (!folder) {  // once, for all looks of a command that goes on
             folder.emplace(options.state, vesksim::loadScenario(options.scenario));
