@@ -5,12 +5,13 @@
 #include "veskctl/controller.h"
 #include "veskctl/disk.h"
 #include "veskctl/doctor.h"
-#include "veskctl/event.h"
+#include "veskctl/events.h"
 #include "veskctl/format.h"
 #include "veskctl/health.h"
 #include "veskctl/help.h"
 #include "veskctl/locate.h"
 #include "veskctl/manual.h"
+#include "veskctl/mark.h"
 #include "veskctl/metrics.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
@@ -53,10 +54,7 @@ Command versionCommand() {
 }  // namespace
 
 std::vector<Command> allCommands() {
-    return {statusCommand(), checkCommand(),   doctorCommand(),  controllerCommand(),
-            disksCommand(),  healthCommand(),  volumesCommand(), eventsCommand(),
-            locateCommand(), metricsCommand(), helpCommand(),    completionCommand(),
-            manCommand(),    versionCommand()};
+    return {statusCommand(), checkCommand(), doctorCommand(), controllerCommand(), disksCommand(), healthCommand(), volumesCommand(), eventsCommand(), markCommand(), locateCommand(), metricsCommand(), helpCommand(), completionCommand(), manCommand(), versionCommand()};
 }
 
 }  // namespace veskctl

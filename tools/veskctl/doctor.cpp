@@ -11,6 +11,8 @@ namespace veskctl {
 
 namespace {
 
+constexpr const char* kIndent = "           ";
+
 class Examination {
 public:
     Examination(const Snapshot& snapshot, const LoadedLibraries& libraries)
@@ -85,10 +87,13 @@ std::string paragraphOf(const Finding& finding) {
         place += format(" line {}", *finding.line);
     }
     std::string text =
-        format("{} {:<7}  {}{}{}\n", calm ? ' ' : '!', calm ? "ok" : severityName(finding.severity),
-               printable(place), place.empty() ? "" : ": ", printable(finding.text));
+        format("{} {:<7}  ", calm ? ' ' : '!', calm ? "ok" : severityName(finding.severity));
+    if (!place.empty()) {
+        text += printable(place) + ":\n" + kIndent;
+    }
+    text += printable(finding.text) + '\n';
     if (!finding.remedy.empty()) {
-        text += format("           to do: {}\n", printable(finding.remedy));
+        text += kIndent + ("to do: " + printable(finding.remedy)) + '\n';
     }
     return text;
 }

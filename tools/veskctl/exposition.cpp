@@ -26,7 +26,7 @@ void Family::add(const Labels& labels, double value) {
     for (const auto& [name, text] : labels) {
         inside += format("{}{}=\"{}\"", inside.empty() ? "" : ",", name, labelValue(text));
     }
-    m_series += m_name + (inside.empty() ? "" : "{" + inside + "}") + format(" {:.10g}\n", value);
+    m_series += m_name + (inside.empty() ? "" : "{" + inside + "}") + format(" {}\n", value);
 }
 
 std::string Family::text() const {

@@ -16,7 +16,7 @@ namespace veskctl {
 
 namespace {
 
-constexpr double kPercent = 0.01;
+constexpr double kHundred = 100;
 constexpr double kGiga = 1e9;
 
 std::string textOr(const std::optional<std::string>& text) {
@@ -118,9 +118,9 @@ void putDisks(const Snapshot& snapshot, Exposition& metrics) {
         }
         const std::optional<Wear> wear = health.wear();
         if (wear) {
-            used.add(slot, wear->percentageUsed * kPercent);
-            spare.add(slot, wear->availableSpare * kPercent);
-            threshold.add(slot, wear->availableSpareThreshold * kPercent);
+            used.add(slot, wear->percentageUsed / kHundred);
+            spare.add(slot, wear->availableSpare / kHundred);
+            threshold.add(slot, wear->availableSpareThreshold / kHundred);
         }
     }
 }
