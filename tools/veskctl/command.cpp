@@ -9,6 +9,7 @@
 #include "veskctl/format.h"
 #include "veskctl/health.h"
 #include "veskctl/help.h"
+#include "veskctl/link.h"
 #include "veskctl/locate.h"
 #include "veskctl/manual.h"
 #include "veskctl/mark.h"
@@ -16,6 +17,7 @@
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
 #include "veskctl/session.h"
+#include "veskctl/space.h"
 #include "veskctl/status.h"
 #include "veskctl/volume.h"
 
@@ -54,7 +56,7 @@ Command versionCommand() {
 }  // namespace
 
 std::vector<Command> allCommands() {
-    return {statusCommand(), checkCommand(), doctorCommand(), controllerCommand(), disksCommand(), healthCommand(), volumesCommand(), eventsCommand(), markCommand(), locateCommand(), metricsCommand(), helpCommand(), completionCommand(), manCommand(), versionCommand()};
+    return {statusCommand(), checkCommand(), doctorCommand(), controllerCommand(), linkCommand(), disksCommand(), healthCommand(), spaceCommand(), volumesCommand(), eventsCommand(), markCommand(), locateCommand(), metricsCommand(), helpCommand(), completionCommand(), manCommand(), versionCommand()};
 }
 
 }  // namespace veskctl
