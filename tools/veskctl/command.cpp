@@ -4,10 +4,11 @@
 #include "veskctl/controller.h"
 #include "veskctl/disk.h"
 #include "veskctl/doctor.h"
-#include "veskctl/event.h"
+#include "veskctl/events.h"
 #include "veskctl/format.h"
 #include "veskctl/health.h"
 #include "veskctl/locate.h"
+#include "veskctl/mark.h"
 #include "veskctl/metrics.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
@@ -50,9 +51,9 @@ Command versionCommand() {
 }  // namespace
 
 std::vector<Command> allCommands() {
-    return {statusCommand(), checkCommand(),   doctorCommand(),  controllerCommand(),
-            disksCommand(),  healthCommand(),  volumesCommand(), eventsCommand(),
-            locateCommand(), metricsCommand(), versionCommand()};
+    return {statusCommand(), checkCommand(),  doctorCommand(),  controllerCommand(),
+            disksCommand(),  healthCommand(), volumesCommand(), eventsCommand(),
+            markCommand(),   locateCommand(), metricsCommand(), versionCommand()};
 }
 
 }  // namespace veskctl
