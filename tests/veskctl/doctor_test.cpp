@@ -26,7 +26,8 @@ TEST(Doctor, NamesEachCodeWithoutARowOnce) {
 
     findings = findUnmapped(files, {eventWith(0, 1), eventWith(0, 2), eventWith(0, 3),
                                     eventWith(0, 3), eventWith(1, 1), eventWith(7, 9)});
-    ASSERT_EQ(findings.size(), 2U) << "1 has a row, 2 is dropped on purpose, no section has class 7";
+    ASSERT_EQ(findings.size(), 2U)
+        << "1 has a row, 2 is dropped on purpose, no section has class 7";
     EXPECT_EQ(findings[0].code, "mapping_row_missing");
     EXPECT_EQ(findings[0].text, "there is no row for code 3 of class adapter, so 2 events that the "
                                 "controller holds are not reported, the last one 'Something'");

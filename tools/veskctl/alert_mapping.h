@@ -27,8 +27,8 @@ struct AlertMapping {
     bool isDropped(unsigned classCode, unsigned code) const;
 };
 
-// A mapping that reports every code of up to four digits as itself, with a mark of 0: for looking at
-// what the controller's log holds beside what is reported.
+// A mapping that reports every code of up to four digits as itself, with a mark of 0: for looking
+// at what the controller's log holds beside what is reported.
 std::string mappingOfEveryCode();
 
 // text: the whole file's. What is wrong goes to the findings.

@@ -134,8 +134,8 @@ void addUnmapped(const CommandContext& context, const Snapshot& snapshot,
         findings.insert(findings.end(), unmapped.begin(), unmapped.end());
     });
     for (const Problem& problem : problems) {
-        findings.push_back({Severity::Error, problemName(problem.kind), "", std::nullopt,
-                            problem.message});
+        findings.push_back(
+            {Severity::Error, problemName(problem.kind), "", std::nullopt, problem.message});
     }
 }
 
@@ -178,11 +178,11 @@ std::vector<Finding> findUnmapped(const HostFiles& files, const std::vector<Even
         const Event& last = alike.back();
         findings.push_back(
             {Severity::Warning, "mapping_row_missing", files.mapping.path, std::nullopt,
-             format("there is no row for code {} of class {}, so {} {} that the controller holds {} "
-                    "not reported, the last one '{}'",
-                    last.code, *last.className(), alike.size(),
-                    alike.size() == 1 ? "event" : "events", alike.size() == 1 ? "is" : "are",
-                    last.message),
+             format(
+                 "there is no row for code {} of class {}, so {} {} that the controller holds {} "
+                 "not reported, the last one '{}'",
+                 last.code, *last.className(), alike.size(), alike.size() == 1 ? "event" : "events",
+                 alike.size() == 1 ? "is" : "are", last.message),
              format("write {}=CODE in its section, or {}=65535 if it is not wanted", last.code,
                     last.code)});
     }
