@@ -36,7 +36,8 @@ public:
         m_app.add_option(name, value, help)
             ->option_text(shownAs)
             ->check([=](const std::string& given) { return demandNumber(given, lowest, highest); },
-                    "");
+                    "")
+            ->required(isWord(name));
     }
 
     void addChoice(const std::string& name, std::string& value,
@@ -115,6 +116,9 @@ public:
     void addRemark(const std::string&) override {}  // for the help text
 
 private:
+    // It stands behind the command, without a name in front.
+    static bool isWord(const std::string& name) { return name.front() != '-'; }
+
     // Each gives the fault, or nothing.
     static std::string demandNumber(const std::string& given, unsigned lowest, unsigned highest) {
         constexpr std::size_t kMostDigits = 9;  // of what surely fits

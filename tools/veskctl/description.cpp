@@ -26,7 +26,8 @@ public:
 
     void addNumber(const std::string& name, unsigned&, unsigned, unsigned,
                    const std::string& shownAs, const std::string& help) override {
-        add(name, shownAs, help);
+        OptionDescription& option = add(name, shownAs, help);
+        option.required = option.isWord();
     }
 
     void addChoice(const std::string& name, std::string&, const std::vector<std::string>& choices,
