@@ -52,7 +52,7 @@ PCIe link
   Maximum speed        16 GT/s
   Current width        4 lanes
   Maximum width        8 lanes
-  Below maximum        yes (the slot may limit it, or it is idle)
+! Below maximum        yes (the slot may limit it, or it is idle)
 
 Contents
   Physical disks       2
@@ -168,7 +168,7 @@ TEST(PcieLink, LinesOfAllKinds) {
   Maximum speed        8 GT/s
   Current width        1 lane
   Maximum width        8 lanes
-  Below maximum        yes (the slot)"));
+! Below maximum        yes (the slot)"));
     controller.link = makeLink(0, 9, 0, 0);
     EXPECT_TRUE(contains(shown(controller), R"(PCIe link
   Current speed        not reported

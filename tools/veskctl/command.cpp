@@ -7,12 +7,14 @@
 #include "veskctl/events.h"
 #include "veskctl/format.h"
 #include "veskctl/health.h"
+#include "veskctl/link.h"
 #include "veskctl/locate.h"
 #include "veskctl/mark.h"
 #include "veskctl/metrics.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
 #include "veskctl/session.h"
+#include "veskctl/space.h"
 #include "veskctl/status.h"
 #include "veskctl/volume.h"
 
@@ -51,9 +53,10 @@ Command versionCommand() {
 }  // namespace
 
 std::vector<Command> allCommands() {
-    return {statusCommand(), checkCommand(),  doctorCommand(),  controllerCommand(),
-            disksCommand(),  healthCommand(), volumesCommand(), eventsCommand(),
-            markCommand(),   locateCommand(), metricsCommand(), versionCommand()};
+    return {statusCommand(),  checkCommand(),  doctorCommand(),  controllerCommand(),
+            linkCommand(),    disksCommand(),  healthCommand(),  spaceCommand(),
+            volumesCommand(), eventsCommand(), markCommand(),    locateCommand(),
+            metricsCommand(), versionCommand()};
 }
 
 }  // namespace veskctl

@@ -182,6 +182,8 @@ Json pciToJson(const PciIdentity& pci) {
     return json;
 }
 
+}  // namespace
+
 Json pcieLinkToJson(const PcieLink& link) {
     Json json;
     json["current_speed_gts"] = valueOrNull(link.currentSpeedGts());
@@ -195,6 +197,8 @@ Json pcieLinkToJson(const PcieLink& link) {
     json["max_width_code"] = link.maxWidthCode;
     return json;
 }
+
+namespace {
 
 void addSpeed(const std::string& name, const std::optional<double>& speed, unsigned code,
               Blocks& blocks) {
@@ -220,20 +224,24 @@ void addDowngraded(const std::optional<bool>& downgraded, Blocks& blocks) {
     if (!downgraded) {
         blocks.addLine(name, "unknown", Tone::Faint);
     } else if (*downgraded) {
-        // No alarm: a link may be limited by its slot, or idle.
-        blocks.addLine(name, "yes (the slot may limit it, or it is idle)");
+        blocks.addLine(name, "yes (the slot may limit it, or it is idle)", Tone::Warning);
     } else {
         blocks.addLine(name, "no");
     }
 }
 
-void addPcieLinkLines(const PcieLink& link, Blocks& blocks) {
+}  // namespace
+
+void addPcieLinkSection(const PcieLink& link, Blocks& blocks) {
+    blocks.addSection("PCIe link");
     addSpeed("Current speed", link.currentSpeedGts(), link.currentSpeedCode, blocks);
     addSpeed("Maximum speed", link.maxSpeedGts(), link.maxSpeedCode, blocks);
     addWidth("Current width", link.currentWidth(), blocks);
     addWidth("Maximum width", link.maxWidth(), blocks);
     addDowngraded(link.downgraded(), blocks);
 }
+
+namespace {
 
 void addId(const char* name, unsigned id, Blocks& blocks) {
     blocks.addLine(name, format("0x{:04x}", id));
@@ -272,8 +280,7 @@ void addControllerSections(const Controller& controller, Blocks& blocks) {
     addId("Subsystem device ID", controller.pci.subsystemDeviceId, blocks);
     blocks.addLine("Firmware version", controller.firmwareVersionText());
 
-    blocks.addSection("PCIe link");
-    addPcieLinkLines(controller.link, blocks);
+    addPcieLinkSection(controller.link, blocks);
 
     blocks.addSection("Contents");
     blocks.addLine("Physical disks", format("{}", controller.physicalDiskCount));

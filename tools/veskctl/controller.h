@@ -67,6 +67,9 @@ std::string maxLinkText(const PcieLink& link);
 // throws.
 Controller readController(const LibraryFunctions& functions, std::vector<Problem>& problems);
 
+Json pcieLinkToJson(const PcieLink& link);
+void addPcieLinkSection(const PcieLink& link, Blocks& blocks);
+
 Json controllerToJson(const Controller& controller);
 void addControllerSections(const Controller& controller, Blocks& blocks);
 

@@ -122,8 +122,7 @@ Output renderOutput(const std::string& command, const Report& report,
     if (!report.streamed) {
         output.standardOutput = standardOutput(command, report, context, simulated);
     }
-    const bool usage = exitCodeOf(report.problems) == ExitCode::Usage;  // no host was looked at
-    if (simulated && !report.streamed && !usage) {
+    if (simulated && !report.streamed) {
         const bool inFront = context.format == OutputFormat::Table && !report.forPrograms &&
                              !output.standardOutput.empty();
         std::string& place = inFront ? output.standardOutput : output.standardError;
