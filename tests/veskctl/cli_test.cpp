@@ -198,7 +198,8 @@ TEST(Cli, EveryCommandWritesItsDocumentWithoutLibrary) {
         arguments.insert(arguments.end(), {"--json", "--library", kNoLibrary});
         CliHooks hooks;
         hooks.prepare = [](CommandContext& context) {
-            context.child.redirectFile = [](const std::string&, const std::string&) {};
+            context.child.redirectFile = [](const std::string&, const std::string&) {
+            };
         };
         const CliOutcome outcome = evaluate(arguments, hooks);
         const Json document = parsed(outcome.standardOutput);

@@ -53,9 +53,9 @@ Command versionCommand() {
 }  // namespace
 
 std::vector<Command> allCommands() {
-    return {statusCommand(),  checkCommand(),  doctorCommand(),  controllerCommand(),
-            linkCommand(),    disksCommand(),  healthCommand(),  spaceCommand(),
-            volumesCommand(), eventsCommand(), markCommand(),    locateCommand(),
+    return {statusCommand(),  checkCommand(),  doctorCommand(), controllerCommand(),
+            linkCommand(),    disksCommand(),  healthCommand(), spaceCommand(),
+            volumesCommand(), eventsCommand(), markCommand(),   locateCommand(),
             metricsCommand(), versionCommand()};
 }
 

@@ -20,6 +20,10 @@ struct LoadedLibraries {
 // stands there as information.
 std::vector<Finding> examine(const Snapshot& snapshot, const LoadedLibraries& libraries);
 
+// Which of the events the mapping leaves out; one finding for each code. events: with the codes of
+// the controller.
+std::vector<Finding> findUnmapped(const HostFiles& files, const std::vector<Event>& events);
+
 Command doctorCommand();
 
 }  // namespace veskctl
