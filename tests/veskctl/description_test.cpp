@@ -64,8 +64,8 @@ TEST(Description, ExamplesAreUnderstood) {
             for (const std::string& word : words) {
                 arguments.push_back(word.c_str());
             }
-            const CliOutcome outcome = evaluateCli(static_cast<int>(arguments.size()),
-                                                   arguments.data(), hooks, Screen());
+            const CliOutcome outcome =
+                evaluateCli(static_cast<int>(arguments.size()), arguments.data(), hooks, Screen());
             EXPECT_EQ(outcome.standardError.find("--help'"), std::string::npos)
                 << line << ": " << outcome.standardError;
         }
@@ -96,8 +96,8 @@ TEST(Description, HelpFitsTheScreen) {
     for (const unsigned columns : {0U, 80U, 60U}) {
         for (const CommandDescription* command : commands) {
             for (const std::string& line : splitAt(helpText(program, *command, columns), '\n')) {
-                const bool breakable = line.find(' ', line.find_first_not_of(' ')) !=
-                                       std::string::npos;
+                const bool breakable =
+                    line.find(' ', line.find_first_not_of(' ')) != std::string::npos;
                 EXPECT_TRUE(columnsOf(line) <= (columns == 0 ? 80U : columns) || !breakable ||
                             line.rfind("  veskctl ", 0) == 0)
                     << line;

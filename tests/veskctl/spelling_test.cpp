@@ -16,13 +16,20 @@ TEST(Spelling, FindsWhatWasMeant) {
         const char* typed;
         const char* meant;  // empty: nothing
     };
-    const std::vector<Row> rows = {{"disk", "disks"},     {"dsiks", "disks"},
-                                   {"diskss", "disks"},   {"sta", "status"},
-                                   {"statsu", "status"},  {"doc", "doctor"},
-                                   {"--jsno", "--json"},  {"--noheader", "--no-header"},
-                                   {"rebuild", ""},       {"--follow", ""},
-                                   {"x", ""},             {"", ""},
-                                   {"controller", ""},    {"DISKS", ""}};
+    const std::vector<Row> rows = {{"disk", "disks"},
+                                   {"dsiks", "disks"},
+                                   {"diskss", "disks"},
+                                   {"sta", "status"},
+                                   {"statsu", "status"},
+                                   {"doc", "doctor"},
+                                   {"--jsno", "--json"},
+                                   {"--noheader", "--no-header"},
+                                   {"rebuild", ""},
+                                   {"--follow", ""},
+                                   {"x", ""},
+                                   {"", ""},
+                                   {"controller", ""},
+                                   {"DISKS", ""}};
     for (const Row& row : rows) {
         EXPECT_EQ(nearest(row.typed, words).value_or(""), row.meant) << row.typed;
     }

@@ -47,16 +47,23 @@ void runVersion(const CommandContext& context, Report& report) {
 }
 
 Command versionCommand() {
-    return {"version", "Show the versions of the program and of its output, and the library file",
-            [](Options&) {
-                return CommandRunner(runVersion);
-            }};
+    return {"version",
+            "Show the versions, and the library file that is loaded",
+            [](Options&) { return CommandRunner(runVersion); },
+            {},
+            true,
+            {{"version", "needs no controller"},
+             {"version --library ./libVeskNvme.so", "of another library file"}}};
 }
 
 }  // namespace
 
 std::vector<Command> allCommands() {
-    return {statusCommand(), checkCommand(), doctorCommand(), controllerCommand(), linkCommand(), disksCommand(), healthCommand(), spaceCommand(), volumesCommand(), eventsCommand(), markCommand(), locateCommand(), metricsCommand(), helpCommand(), completionCommand(), manCommand(), versionCommand()};
+    return {statusCommand(),  checkCommand(),  doctorCommand(),     controllerCommand(),
+            linkCommand(),    disksCommand(),  healthCommand(),     spaceCommand(),
+            volumesCommand(), eventsCommand(), markCommand(),       locateCommand(),
+            metricsCommand(), helpCommand(),   completionCommand(), manCommand(),
+            versionCommand()};
 }
 
 }  // namespace veskctl

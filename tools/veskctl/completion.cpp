@@ -156,8 +156,9 @@ std::string headline(const ProgramDescription& program, const std::string& shell
 
 std::string bashCompletion(const ProgramDescription& program) {
     const std::string name = functionName(program);
-    std::string text = headline(program, "bash") + name + "() {\n" +
-                       R"(    local current=${COMP_WORDS[COMP_CWORD]} before='' command='' word index
+    std::string text =
+        headline(program, "bash") + name + "() {\n" +
+        R"(    local current=${COMP_WORDS[COMP_CWORD]} before='' command='' word index
     local choices='' options='' files=''
     COMPREPLY=()
     for ((index = 1; index < COMP_CWORD; index++)); do

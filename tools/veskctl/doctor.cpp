@@ -195,14 +195,16 @@ std::vector<Finding> examine(const Snapshot& snapshot, const LoadedLibraries& li
 
 Command doctorCommand() {
     return {"doctor",
-            "Look for what is wrong with libraries, host files and controller",
+            "Look for faults of libraries, host files and controller",
             [](Options& options) {
                 options.addRemark("The exit code is 0 without an error, 1 with one, 3 without a "
                                   "controller.");
                 return CommandRunner(runDoctor);
             },
             {},
-            true};
+            true,
+            {{"doctor", "what was found, where, and what to do"},
+             {"doctor -o csv", "the findings as rows"}}};
 }
 
 }  // namespace veskctl

@@ -446,7 +446,16 @@ std::optional<std::time_t> parseSince(const std::string& text, std::time_t now) 
 }
 
 Command eventsCommand() {
-    return {"events", "Show the new events of the controller, oldest first", declare};
+    return {"events",
+            "Show the new events of the controller, oldest first",
+            declare,
+            {},
+            false,
+            {{"events --peek", "look, and leave the mark where it is"},
+             {"events --all", "take everything that is there"},
+             {"events --since 2026-09-21 --severity warning",
+              "what was bad since that day, taken or not"},
+             {"events --follow --ndjson >> events.ndjson", "keep all from now on"}}};
 }
 
 }  // namespace veskctl

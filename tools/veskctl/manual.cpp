@@ -116,8 +116,7 @@ std::string upperCase(std::string text) {
 std::string manualPage(const ProgramDescription& program) {
     std::string summary = program.top.summary;
     summary.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(summary.front())));
-    std::string text =
-        format(".Dd {}\n.Dt {} 1\n.Os\n", kReleaseDate, upperCase(program.name));
+    std::string text = format(".Dd {}\n.Dt {} 1\n.Os\n", kReleaseDate, upperCase(program.name));
     text += format(".Sh NAME\n.Nm {}\n.Nd {}\n", program.name, plain(summary));
     text += ".Sh SYNOPSIS\n.Nm\n.Op Ar options\n.Op Ar command Op Ar options\n";
     text += ".Sh DESCRIPTION\n.Nm\nloads the library\n.Pa libVeskNvme.so\n"

@@ -100,10 +100,15 @@ CommandRunner declareSet(Options& options) {
 }  // namespace
 
 Command markCommand() {
-    const Command show = {"show", "Show the mark, and what is wrong with it", [](Options&) {
-                              return CommandRunner(runShow);
-                          }};
-    const Command set = {"set", "Set the mark", declareSet};
+    const Command show = {"show",
+                          "Show the mark, and what is wrong with it",
+                          [](Options&) { return CommandRunner(runShow); },
+                          {},
+                          true,
+                          {{"mark show", "the mark, its line and its faults"}}};
+    const Command set = {"set",      "Set the mark",
+                         declareSet, {},
+                         false,      {{"mark set 0", "let all events that are left come again"}}};
     return {"mark", "Show or set the mark of delivered events", nullptr, {show, set}};
 }
 

@@ -206,7 +206,9 @@ Command metricsCommand() {
                 });
             },
             {},
-            true};
+            true,
+            {{"metrics", "to standard output"},
+             {"metrics --file /var/lib/node_exporter/vesk.prom", "for the textfile collector"}}};
 }
 
 }  // namespace veskctl

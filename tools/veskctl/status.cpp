@@ -166,7 +166,10 @@ Command statusCommand() {
                 });
             },
             {},
-            true};
+            true,
+            {{"status", "the same as veskctl alone"},
+             {"status --watch", "look again every 2 seconds"},
+             {"status --json | jq -r .verdict.level", "the verdict for a script"}}};
 }
 
 }  // namespace veskctl
