@@ -92,6 +92,11 @@ public:
         m_app.add_option(name, store, help)->option_text(shownAs)->expected(0, 1);
     }
 
+    void addPath(std::string& path, const std::string& shownAs, const std::string& help,
+                 bool required) override {
+        m_app.add_option(shownAs, path, help)->option_text(" ")->required(required);
+    }
+
     void addVolumeId(std::optional<unsigned>& id) override {
         const auto check = [](const std::string& value) {
             return isId(value) ? std::string()
@@ -236,6 +241,7 @@ CliOutcome outcomeOf(const std::string& command, const Report& report,
     }
     outcome.standardOutput = std::move(output.standardOutput);
     outcome.standardError = std::move(output.standardError);
+    outcome.afterWriting = report.afterWriting;
     return outcome;
 }
 
@@ -353,6 +359,13 @@ int writeOutcome(CliOutcome outcome, bool& goOn) {
         outcome.standardError +=
             format("veskctl: standard output cannot be written: {}\n", std::strerror(failure));
         outcome.exitCode = static_cast<int>(ExitCode::Failed);
+    }
+    if (failure == 0 && outcome.afterWriting) {
+        const std::optional<Problem> problem = outcome.afterWriting();
+        if (problem) {
+            outcome.standardError += renderProblems({*problem});
+            outcome.exitCode = static_cast<int>(exitCodeOf({*problem}));
+        }
     }
     // Where standard error fails as well, the exit code has to do.
     static_cast<void>(writeAndFlush(stderr, outcome.standardError));

@@ -2,16 +2,20 @@
 
 #include "veskctl/check.h"
 #include "veskctl/controller.h"
+#include "veskctl/diff.h"
 #include "veskctl/disk.h"
 #include "veskctl/doctor.h"
-#include "veskctl/event.h"
+#include "veskctl/dump.h"
+#include "veskctl/events.h"
 #include "veskctl/format.h"
 #include "veskctl/health.h"
 #include "veskctl/link.h"
 #include "veskctl/locate.h"
+#include "veskctl/mark.h"
 #include "veskctl/metrics.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
+#include "veskctl/report_page.h"
 #include "veskctl/session.h"
 #include "veskctl/space.h"
 #include "veskctl/status.h"
@@ -54,7 +58,8 @@ Command versionCommand() {
 std::vector<Command> allCommands() {
     return {statusCommand(),  checkCommand(),  doctorCommand(), controllerCommand(),
             linkCommand(),    disksCommand(),  healthCommand(), spaceCommand(),
-            volumesCommand(), eventsCommand(), locateCommand(), metricsCommand(),
+            volumesCommand(), eventsCommand(), markCommand(),   locateCommand(),
+            metricsCommand(), reportCommand(), dumpCommand(),   diffCommand(),
             versionCommand()};
 }
 

@@ -104,20 +104,10 @@ std::size_t count(const std::vector<Finding>& findings, Severity severity) {
                       [severity](const Finding& finding) { return finding.severity == severity; }));
 }
 
-// What cannot be loaded stands among the snapshot's problems.
-LoadedLibraries loadOnly(const CommandContext& context) {
-    try {
-        const LibraryProcess process(librarySetup(context));
-        return {process.path(), process.platformPath(), process.simulated()};
-    } catch (const std::exception&) {
-        return {};
-    }
-}
-
 void runDoctor(const CommandContext& context, Report& report) {
     report.fields["findings"] = Json::array();
     report.items = "findings";
-    const LoadedLibraries libraries = loadOnly(context);
+    const LoadedLibraries libraries = loadLibraries(context);
     const Snapshot snapshot = takeSnapshot(context);
     report.simulated = libraries.simulated || snapshot.simulated;
     const std::vector<Finding> findings = examine(snapshot, libraries);
@@ -138,6 +128,15 @@ void runDoctor(const CommandContext& context, Report& report) {
 }
 
 }  // namespace
+
+LoadedLibraries loadLibraries(const CommandContext& context) {
+    try {
+        const LibraryProcess process(librarySetup(context));
+        return {process.path(), process.platformPath(), process.simulated()};
+    } catch (const std::exception&) {
+        return {};
+    }
+}
 
 std::vector<Finding> examine(const Snapshot& snapshot, const LoadedLibraries& libraries) {
     return Examination(snapshot, libraries).run();

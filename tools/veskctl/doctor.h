@@ -16,6 +16,9 @@ struct LoadedLibraries {
     bool simulated = false;
 };
 
+// Loads and does not set up. Empty if that fails: a snapshot's problems say why.
+LoadedLibraries loadLibraries(const CommandContext& context);
+
 // Everything that was looked at, in the order from the program to the controller; what is in order
 // stands there as information.
 std::vector<Finding> examine(const Snapshot& snapshot, const LoadedLibraries& libraries);

@@ -70,6 +70,12 @@ const char* problemName(ProblemKind kind) {
         return "volume_not_responding";
     case ProblemKind::HostFileUnusable:
         return "host_file_unusable";
+    case ProblemKind::MarkNotStored:
+        return "mark_not_stored";
+    case ProblemKind::MarkInUse:
+        return "mark_in_use";
+    case ProblemKind::EventNumbersBeganAnew:
+        return "event_numbers_began_anew";
     case ProblemKind::Internal:
         break;
     }

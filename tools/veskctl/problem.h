@@ -30,6 +30,9 @@ enum class ProblemKind {
     DiskNotResponding,
     VolumeNotResponding,
     HostFileUnusable,
+    MarkNotStored,
+    MarkInUse,
+    EventNumbersBeganAnew,
     Internal
 };
 
