@@ -3,8 +3,10 @@
 #include "veskctl/check.h"
 #include "veskctl/completion.h"
 #include "veskctl/controller.h"
+#include "veskctl/diff.h"
 #include "veskctl/disk.h"
 #include "veskctl/doctor.h"
+#include "veskctl/dump.h"
 #include "veskctl/events.h"
 #include "veskctl/format.h"
 #include "veskctl/health.h"
@@ -16,6 +18,7 @@
 #include "veskctl/metrics.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
+#include "veskctl/report_page.h"
 #include "veskctl/session.h"
 #include "veskctl/space.h"
 #include "veskctl/status.h"
@@ -59,11 +62,13 @@ Command versionCommand() {
 }  // namespace
 
 std::vector<Command> allCommands() {
-    return {statusCommand(),  checkCommand(),  doctorCommand(),     controllerCommand(),
-            linkCommand(),    disksCommand(),  healthCommand(),     spaceCommand(),
-            volumesCommand(), eventsCommand(), markCommand(),       locateCommand(),
-            metricsCommand(), helpCommand(),   completionCommand(), manCommand(),
-            versionCommand()};
+    return {statusCommand(),  checkCommand(),      doctorCommand(), controllerCommand(),
+            linkCommand(),    disksCommand(),      healthCommand(), spaceCommand(),
+            volumesCommand(), eventsCommand(),     markCommand(),   locateCommand(),
+            metricsCommand(), reportCommand(),     dumpCommand(),   diffCommand(),
+            helpCommand(),    completionCommand(), manCommand()};
+    versionCommand()
+};
 }
 
 }  // namespace veskctl

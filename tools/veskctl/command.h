@@ -56,6 +56,9 @@ public:
     virtual void addOptionalNumber(const std::string& name, std::optional<unsigned>& value,
                                    unsigned alone, unsigned lowest, unsigned highest,
                                    const std::string& shownAs, const std::string& help) = 0;
+    // A file's path, without a name in front. shownAs: "FILE".
+    virtual void addPath(std::string& path, const std::string& shownAs, const std::string& help,
+                         bool required) = 0;
     // The id of a volume, without a name in front.
     virtual void addVolumeId(std::optional<unsigned>& id) = 0;
     // The id of a disk or its serial number, without a name in front; see findSlot. Empty: all.

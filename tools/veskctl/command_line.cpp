@@ -65,6 +65,11 @@ public:
         m_app.add_option(name, store, help)->option_text(shownAs)->expected(0, 1);
     }
 
+    void addPath(std::string& path, const std::string& shownAs, const std::string& help,
+                 bool required) override {
+        m_app.add_option(shownAs, path, help)->option_text(" ")->required(required);
+    }
+
     void addVolumeId(std::optional<unsigned>& id) override {
         const auto check = [](const std::string& value) {
             return isId(value) ? std::string()

@@ -40,6 +40,11 @@ public:
         add(name, shownAs, help).valueMayBeLeftOut = true;
     }
 
+    void addPath(std::string&, const std::string& shownAs, const std::string& help,
+                 bool required) override {
+        addWord(shownAs, required, help);
+    }
+
     void addVolumeId(std::optional<unsigned>&) override {
         addWord("ID", true, "The volume: 0 or 1").choices = {"0", "1"};
     }

@@ -109,16 +109,6 @@ std::size_t count(const std::vector<Finding>& findings, Severity severity) {
                       [severity](const Finding& finding) { return finding.severity == severity; }));
 }
 
-// What cannot be loaded stands among the snapshot's problems.
-LoadedLibraries loadOnly(const CommandContext& context) {
-    try {
-        const LibraryProcess process(librarySetup(context));
-        return {process.path(), process.platformPath(), process.simulated()};
-    } catch (const std::exception&) {
-        return {};
-    }
-}
-
 // Has the library report every code, from a private mapping.
 void addUnmapped(const CommandContext& context, const Snapshot& snapshot,
                  std::vector<Finding>& findings) {
@@ -142,11 +132,10 @@ void addUnmapped(const CommandContext& context, const Snapshot& snapshot,
 void runDoctor(const CommandContext& context, Report& report) {
     report.fields["findings"] = Json::array();
     report.items = "findings";
-    const LoadedLibraries libraries = loadOnly(context);
+    const LoadedLibraries libraries = loadLibraries(context);
     const Snapshot snapshot = takeSnapshot(context);
     report.simulated = libraries.simulated || snapshot.simulated;
-    std::vector<Finding> findings = examine(snapshot, libraries);
-    addUnmapped(context, snapshot, findings);
+    const std::vector<Finding> findings = diagnose(context, snapshot, libraries);
     for (const Finding& finding : findings) {
         report.fields["findings"].push_back(findingToJson(finding));
         report.text += paragraphOf(finding);
@@ -189,8 +178,24 @@ std::vector<Finding> findUnmapped(const HostFiles& files, const std::vector<Even
     return findings;
 }
 
+LoadedLibraries loadLibraries(const CommandContext& context) {
+    try {
+        const LibraryProcess process(librarySetup(context));
+        return {process.path(), process.platformPath(), process.simulated()};
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
 std::vector<Finding> examine(const Snapshot& snapshot, const LoadedLibraries& libraries) {
     return Examination(snapshot, libraries).run();
+}
+
+std::vector<Finding> diagnose(const CommandContext& context, const Snapshot& snapshot,
+                              const LoadedLibraries& libraries) {
+    std::vector<Finding> findings = examine(snapshot, libraries);
+    addUnmapped(context, snapshot, findings);
+    return findings;
 }
 
 Command doctorCommand() {
