@@ -8,6 +8,7 @@ import json
 import pathlib
 import subprocess
 import sys
+import tempfile
 from concurrent.futures import ThreadPoolExecutor
 
 try:
@@ -23,7 +24,8 @@ COMMANDS = [
     "status", "check", "doctor", "controller", "link", "disks", "disks show 1", "health",
     "health show 0", "space", "volumes", "volumes show 1", "events --wait 0", "events --peek",
     "events --all", "mark show", "mark set 3", "locate on 0", "locate off --all", "metrics",
-    "version", "sim leds",
+    "version", "sim leds", "dump FOLDER/SCENARIO.dump", "report FOLDER/SCENARIO.html",
+    "diff FOLDER/first.dump",
 ]
 HOSTLESS = ["help disks", "completion bash", "man", "disks show 7", "frob", "disks --frob"]
 NO_LIBRARY = [command + " --library /nonexistent/lib.so" for command in COMMANDS]
@@ -31,6 +33,7 @@ NO_LIBRARY = [command + " --library /nonexistent/lib.so" for command in COMMANDS
 TEXTS = {path.name: json.loads(path.read_text()) for path in sorted(SCHEMAS.glob("*.schema.json"))}
 COMMON = "definitions.schema.json"
 VALIDATORS = {}
+FOLDER = ""  # for files that commands write
 
 
 def validator(name, line=False):
@@ -65,6 +68,7 @@ def faults_of_document(document):
 
 
 def run(words, scenario):
+    words = words.replace("FOLDER", FOLDER).replace("SCENARIO", scenario.stem)
     line = [PROGRAM, "--scenario", str(scenario)] + words.split()
     return subprocess.run(line, capture_output=True, text=True, timeout=60, check=False)
 
@@ -79,6 +83,10 @@ def try_out(job):
     except ValueError as error:
         return [f"{where}: no document: {error}: {output[:200]}"], None
     found += [f"{where}: {fault}" for fault in faults_of_document(document)]
+    if words.startswith("dump ") and not words.endswith("lib.so"):
+        written = json.loads(pathlib.Path(FOLDER, scenario.stem + ".dump").read_text())
+        found += [f"{where}, the file: {fault}" for fault in faults_of_document(written)]
+        return found, written
     if document["command"] is None or words in HOSTLESS:
         return found, document
     name = schema_of(document["command"])
@@ -129,6 +137,13 @@ def slips_through(document):
 
 
 def main():
+    with tempfile.TemporaryDirectory() as folder:
+        global FOLDER  # pylint: disable=global-statement
+        FOLDER = folder
+        return check_all()
+
+
+def check_all():
     for name, text in TEXTS.items():
         Draft202012Validator.check_schema(text)
         if not text.get("title"):
@@ -139,6 +154,7 @@ def main():
     healthy = SCENARIOS / "healthy.json"
     jobs = [(words, scenario) for scenario in scenarios for words in COMMANDS]
     jobs += [(words, healthy) for words in HOSTLESS + NO_LIBRARY]
+    run("dump FOLDER/first.dump", healthy)
     with ThreadPoolExecutor(4) as pool:
         results = list(pool.map(try_out, jobs))
     faults = [fault for found, _ in results for fault in found]

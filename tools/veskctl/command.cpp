@@ -66,9 +66,7 @@ std::vector<Command> allCommands() {
             linkCommand(),    disksCommand(),      healthCommand(), spaceCommand(),
             volumesCommand(), eventsCommand(),     markCommand(),   locateCommand(),
             metricsCommand(), reportCommand(),     dumpCommand(),   diffCommand(),
-            helpCommand(),    completionCommand(), manCommand()};
-    versionCommand()
-};
+            helpCommand(),    completionCommand(), manCommand(),    versionCommand()};
 }
 
 }  // namespace veskctl
