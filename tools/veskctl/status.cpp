@@ -111,7 +111,9 @@ private:
             worst = event.severity() ? std::max(worst, event.severityCode) : worst;
         }
         if (events.empty()) {
-            m_report.text = "New events: none\n";
+            // An empty log does not show whether the library has looked at it.
+            m_report.text =
+                m_snapshot.newEvents->looked ? "New events: none\n" : "New events: none was seen\n";
         } else {
             Event named;
             named.severityCode = worst;
