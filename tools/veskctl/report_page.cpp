@@ -40,10 +40,6 @@ std::string levelMark(const std::string& level) {
                   inHtml(level));
 }
 
-std::string level(bool attention) {
-    return attention ? "warning" : "ok";
-}
-
 class Page {
 public:
     Page(const Moment& moment, bool simulated) : m_moment(moment), m_simulated(simulated) {}
@@ -109,6 +105,17 @@ private:
                   "<li><a href=\"#events\">Events</a></li>"
                   "<li><a href=\"#host\">Host</a></li>"
                   "<li><a href=\"#data\">Data</a></li></ul></nav>\n";
+    }
+
+    // What the verdict says of one thing, or of one reason about it.
+    std::string levelOf(const std::string& subject, const std::string& code = "") const {
+        Level worst = Level::Ok;
+        for (const Reason& reason : m_moment.verdict.reasons) {
+            if (reason.subject == subject && (code.empty() || reason.code == code)) {
+                worst = std::max(worst, reason.level);
+            }
+        }
+        return levelName(worst);
     }
 
     void openSection(const char* id, const char* title) {
@@ -187,7 +194,8 @@ private:
                     inHtml(volume.raidLevel().value_or("–")),
                     volume.info ? format("{}", volume.info->hdCount) : "–",
                     bytes ? sizeText(*bytes) : "–",
-                    levelMark(level(volume.wantsAttention())) + ' ' + inHtml(volume.stateText())},
+                    levelMark(levelOf(format("volume {}", volume.id))) + ' ' +
+                        inHtml(volume.stateText())},
                    numbers);
         }
         if (any) {
@@ -207,12 +215,13 @@ private:
         const std::vector<bool> numbers = {false, false, false, false, true, false};
         openTable({"Disk", "Model", "Serial number", "Firmware", "Size*", "State"}, numbers);
         for (const Disk& disk : snapshot().disks) {
-            addRow({format("{}", disk.slot), inHtml(disk.modelName(Padding::Trim).value_or("–")),
-                    inHtml(disk.serialNumber(Padding::Trim).value_or("–")),
-                    inHtml(disk.firmwareVersion(Padding::Trim).value_or("–")),
-                    sizeCell(valueOf<std::uint64_t>(disk.info, &PD_Info::size), disk),
-                    levelMark(level(disk.wantsAttention())) + ' ' + inHtml(disk.stateText())},
-                   numbers);
+            addRow(
+                {format("{}", disk.slot), inHtml(disk.modelName(Padding::Trim).value_or("–")),
+                 inHtml(disk.serialNumber(Padding::Trim).value_or("–")),
+                 inHtml(disk.firmwareVersion(Padding::Trim).value_or("–")),
+                 sizeCell(valueOf<std::uint64_t>(disk.info, &PD_Info::size), disk),
+                 levelMark(levelOf(format("disk {}", disk.slot))) + ' ' + inHtml(disk.stateText())},
+                numbers);
         }
         closeTable();
         m_html += "<p class=\"soft\">* if counted in blocks of the disk: the controller does not "
@@ -221,12 +230,13 @@ private:
     }
 
     // mark: where on the bar a line stands; -1: nowhere.
-    void addBar(const char* name, unsigned percent, const char* tone, int mark,
+    void addBar(const char* name, unsigned percent, const std::string& level, int mark,
                 const std::string& remark) {
-        m_html += format("<div class=\"bar-label\"><span>{}</span><span>{} %{}</span></div>"
-                         "<div class=\"bar {}\" role=\"img\" aria-label=\"{} {} percent\">"
-                         "<i style=\"width:{}%\"></i>",
-                         name, percent, remark, tone, name, percent, std::min(percent, 100U));
+        m_html +=
+            format("<div class=\"bar-label\"><span>{}</span><span>{} %{}</span></div>"
+                   "<div class=\"bar {}\" role=\"img\" aria-label=\"{} {} percent\">"
+                   "<i style=\"width:{}%\"></i>",
+                   name, percent, remark, classOf(level), name, percent, std::min(percent, 100U));
         if (mark >= 0) {
             m_html += format("<b style=\"left:{}%\"></b>", std::min(mark, 100));
         }
@@ -246,17 +256,15 @@ private:
                     format("<p>{} {}</p></div>\n", levelMark("warning"), health.disk.stateText());
                 continue;
             }
-            m_html += format(
-                "<p>SMART status: {} {}</p>\n",
-                levelMark(std::string(health.status()) == "alert" ? "critical" : health.status()),
-                inHtml(health.statusText()));
+            const std::string alert = levelOf(disk, "disk_health_alert");
+            m_html += format("<p>SMART status: <span class=\"level {}\">{} {}</span></p>\n",
+                             classOf(alert), signOf(alert), inHtml(health.statusText()));
             if (wear) {
-                addBar("Rated life used", wear->percentageUsed,
-                       wear->spent()                ? "critical"
-                       : wear->percentageUsed >= 90 ? "warning"
-                                                    : "ok",
-                       -1, wear->percentageUsed > 100 ? " – beyond it" : "");
-                addBar("Spare left", wear->availableSpare, wear->spareLow() ? "critical" : "ok",
+                addBar("Rated life used", wear->percentageUsed, levelOf(disk, "life_used"), -1,
+                       wear->percentageUsed > 100 ? " – beyond it" : "");
+                const std::string low = levelOf(disk, "spare_below_threshold");
+                addBar("Spare left", wear->availableSpare,
+                       low == "ok" ? levelOf(disk, "spare_near_threshold") : low,
                        static_cast<int>(wear->availableSpareThreshold),
                        format(", threshold {} %", wear->availableSpareThreshold));
             } else {

@@ -43,8 +43,7 @@ table { border-collapse: collapse; width: 100%; font-variant-numeric: tabular-nu
 th, td { text-align: left; padding: .35rem .7rem .35rem 0; border-bottom: 1px solid var(--line);
   vertical-align: top; overflow-wrap: anywhere; }
 th { color: var(--soft); font-weight: 600; white-space: nowrap; overflow-wrap: normal; }
-td.number, th.number { text-align: right; white-space: nowrap; }
-td.whole { white-space: nowrap; overflow-wrap: normal; }
+td.number, th.number { text-align: right; white-space: nowrap; padding-right: 1.5rem; }
 dl { display: grid; grid-template-columns: repeat(auto-fill, minmax(12rem, 1fr)); gap: .6rem 1.5rem;
   margin: .4rem 0; }
 dt { color: var(--soft); font-size: .9rem; }
