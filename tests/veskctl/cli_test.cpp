@@ -36,60 +36,100 @@ TEST(Cli, HelpNamesCommandsExitCodesAndTheMarkThatMoves) {
     }
     const CliOutcome ofEvents = evaluate({"events", "--help"});
     EXPECT_EQ(ofEvents.exitCode, 0);
-    EXPECT_TRUE(contains(ofEvents.standardOutput, "Taking events moves the mark"));
-    EXPECT_TRUE(contains(ofEvents.standardOutput, "Exit codes:"));
+    EXPECT_TRUE(contains(ofEvents.standardOutput, "Showing events moves the mark"));
+    EXPECT_TRUE(contains(ofEvents.standardOutput, "Examples:"));
 }
 
-TEST(Cli, UsageErrorsSayWhatIsWrong) {
+TEST(Cli, UsageErrorsSayWhatIsWrongAndWhatToAsk) {
     struct Row {
         Arguments arguments;
-        const char* message;  // null: in the words of CLI11
+        const char* message;
+        const char* words;  // of the command whose help is named
     };
     const std::vector<Row> rows = {
-        {{"frob"}, "unknown command 'frob'"},
-        {{"--frob"}, "unknown option '--frob'"},
-        {{"controller", "--frob"}, nullptr},
-        {{"controller", "extra"}, nullptr},
-        {{"controller", "version"}, nullptr},
-        {{"controller", "--library"}, nullptr},
-        {{"controller", "--library", ""}, "--library: the value is empty"},
-        {{"disks", "0"}, nullptr},
-        {{"disks", "show"}, nullptr},
-        {{"disks", "show", "7"}, "ID: there is no disk '7', the ids are 0 and 1"},
-        {{"disks", "show", "-1"}, nullptr},
-        {{"disks", "show", "00"}, "ID: there is no disk '00', the ids are 0 and 1"},
-        {{"disks", "show", "0", "1"}, nullptr},
-        {{"health", "2"}, "ID: there is no disk '2', the ids are 0 and 1"},
-        {{"volumes", "show", "x"}, "ID: there is no volume 'x', the ids are 0 and 1"},
-        {{"locate"}, "no command was given behind 'locate'"},
-        {{"locate", "on"}, nullptr},
-        {{"locate", "blink"}, "unknown command 'blink' behind 'locate'"},
-        {{"locate", "blink", "0"}, "unknown command 'blink' behind 'locate'"},
-        {{"locate", "on", "2"}, "ID: there is no disk '2', the ids are 0 and 1"},
-        {{"events", "--wait", "601"}, nullptr},
-        {{"events", "--wait", "-1"}, nullptr},
-        {{"events", "--interval", "2"}, nullptr},
-        {{"events", "--follow", "--interval", "0"}, nullptr},
-        {{"events", "--follow", "--wait", "1"}, nullptr},
-        {{"disks", "-o", "xml"}, "--output: 'xml' is none of table, json, ndjson, csv"},
-        {{"disks", "-o", "csv", "--ndjson"}, "csv and ndjson are two formats: ask for one of them"},
-        {{"disks", "--color", "sometimes"}, "--color: 'sometimes' is none of auto, always, never"},
-        {{"disks", "--timeout", "0"}, nullptr},
-        {{"--watch=0", "disks"}, "--watch: '0' is no number from 1 to 86400"},
-        {{"disks", "--watch=fast"}, "--watch: 'fast' is no number from 1 to 86400"},
-        {{"locate", "on", "0", "--watch"}, "--watch does not go with 'locate on'"},
-        {{"sim", "leds"}, "unknown command 'sim'"}};
+        {{"frob"}, "unknown command 'frob'", ""},
+        {{"dsiks"}, "unknown command 'dsiks'; did you mean 'disks'?", ""},
+        {{"stat"}, "unknown command 'stat'; did you mean 'status'?", ""},
+        {{"--frob"}, "unknown option '--frob'", ""},
+        {{"--jsno", "disks"}, "unknown option '--jsno'; did you mean '--json'?", ""},
+        {{"--follow"}, "--follow stands behind its command: 'events'", ""},
+        {{"controller", "--frob"}, "unknown option '--frob' behind 'controller'", "controller"},
+        {{"disks", "--follow"}, "--follow does not go with 'disks', but with 'events'", "disks"},
+        {{"controller", "extra"}, "'controller' takes no further word 'extra'", "controller"},
+        {{"controller", "version"}, "'controller' takes no further word 'version'", "controller"},
+        {{"controller", "--library"}, "--library needs a value", "controller"},
+        {{"controller", "--library", ""}, "--library: the value is empty", "controller"},
+        {{"disks", "0"},
+         "unknown command '0' behind 'disks'; did you mean 'disks show 0'?",
+         "disks"},
+        {{"disks", "show"}, "'disks show' needs ID", "disks show"},
+        {{"disks", "shwo", "0"},
+         "unknown command 'shwo' behind 'disks'; did you mean 'show'?",
+         "disks"},
+        {{"disks", "show", "7"}, "ID: there is no disk '7', the ids are 0 and 1", "disks show"},
+        {{"disks", "show", "-1"}, "unknown option '-1' behind 'disks show'", "disks show"},
+        {{"disks", "show", "00"}, "ID: there is no disk '00', the ids are 0 and 1", "disks show"},
+        {{"disks", "show", "0", "1"}, "'disks show' takes no further word '1'", "disks show"},
+        {{"health", "show", "2"}, "ID: there is no disk '2', the ids are 0 and 1", "health show"},
+        {{"volumes", "show", "x"},
+         "ID: there is no volume 'x', the ids are 0 and 1",
+         "volumes show"},
+        {{"locate"}, "no command was given behind 'locate'", "locate"},
+        {{"locate", "on"}, "'locate on' needs ID", "locate on"},
+        {{"locate", "blink", "0"}, "unknown command 'blink' behind 'locate'", "locate"},
+        {{"locate", "on", "2"}, "ID: there is no disk '2', the ids are 0 and 1", "locate on"},
+        {{"mark", "set"}, "'mark set' needs NUMBER", "mark set"},
+        {{"events", "--wait", "601"}, "--wait: '601' is no number from 0 to 600", "events"},
+        {{"events", "--wait", "-1"}, "--wait: '-1' is no number from 0 to 600", "events"},
+        {{"events", "--wait", "99999999999999999999"},
+         "--wait: '99999999999999999999' is no number from 0 to 600",
+         "events"},
+        {{"events", "--interval", "2"}, "--interval requires --follow", "events"},
+        {{"events", "--follow", "--interval", "0"},
+         "--interval: '0' is no number from 1 to 3600",
+         "events"},
+        {{"events", "--follow", "--wait", "1"}, "--wait does not go with --follow", "events"},
+        {{"disks", "-o", "xml"}, "--output: 'xml' is none of table, json, ndjson, csv", "disks"},
+        {{"disks", "-o", "csv", "-o", "json"}, "--output is given more than once", "disks"},
+        {{"disks", "-o", "csv", "--ndjson"},
+         "csv and ndjson are two formats: ask for one of them",
+         "disks"},
+        {{"disks", "--color", "sometimes"},
+         "--color: 'sometimes' is none of auto, always, never",
+         "disks"},
+        {{"disks", "--timeout", "0"}, "--timeout: '0' is no number from 1 to 86400", "disks"},
+        {{"--watch=0", "disks"}, "--watch: '0' is no number from 1 to 86400", ""},
+        {{"disks", "--watch=fast"}, "--watch: 'fast' is no number from 1 to 86400", "disks"},
+        {{"locate", "on", "0", "--watch"}, "--watch does not go with 'locate on'", "locate on"},
+        {{"sim", "leds"}, "unknown command 'sim'", ""},
+        {{"help", "disks", "shwo"},
+         "unknown command 'shwo' behind 'disks'; did you mean 'show'?",
+         "help"},
+        {{"disks", "frob", "--help"}, "unknown command 'frob' behind 'disks'", "disks"},
+        {{"completion"}, "'completion' needs SHELL", "completion"},
+        {{"completion", "csh"}, "SHELL: 'csh' is none of bash, zsh, fish", "completion"}};
     for (const Row& row : rows) {
         const CliOutcome outcome = evaluate(row.arguments);
         EXPECT_EQ(outcome.exitCode, 2);
         EXPECT_EQ(outcome.standardOutput, "");
-        EXPECT_EQ(outcome.standardError.rfind("veskctl: ", 0), 0U) << outcome.standardError;
-        if (row.message != nullptr) {
-            EXPECT_EQ(outcome.standardError,
-                      std::string("veskctl: ") + row.message +
-                          "\nveskctl: try 'veskctl --help' for more information\n");
-        }
+        const std::string words = row.words;
+        EXPECT_EQ(outcome.standardError, std::string("veskctl: ") + row.message +
+                                             "\nveskctl: try 'veskctl " + words +
+                                             (words.empty() ? "" : " ") + "--help'\n");
     }
+}
+
+TEST(Cli, HelpIsAskedForInTwoWays) {
+    for (const Arguments& arguments :
+         {Arguments{"help", "disks", "show"}, Arguments{"disks", "show", "--help"},
+          Arguments{"disks", "show", "0", "-h"}}) {
+        const CliOutcome outcome = evaluate(arguments);
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_EQ(outcome.standardOutput, evaluate({"help", "disks", "show"}).standardOutput);
+        EXPECT_TRUE(contains(outcome.standardOutput, "Usage: veskctl disks show ID [OPTIONS]\n"));
+    }
+    EXPECT_EQ(evaluate({"help"}).standardOutput, evaluate({"--help"}).standardOutput);
+    EXPECT_EQ(evaluate({"--version"}).standardOutput.rfind("veskctl ", 0), 0U);
 }
 
 TEST(Cli, UsageErrorAsADocument) {
@@ -196,7 +236,12 @@ TEST(Cli, EveryCommandWritesItsDocumentWithoutLibrary) {
     for (const Row& row : rows) {
         Arguments arguments = row.arguments;
         arguments.insert(arguments.end(), {"--json", "--library", kNoLibrary});
-        const CliOutcome outcome = evaluate(arguments);
+        CliHooks hooks;
+        hooks.prepare = [](CommandContext& context) {
+            context.child.redirectFile = [](const std::string&, const std::string&) {
+            };
+        };
+        const CliOutcome outcome = evaluate(arguments, hooks);
         const Json document = parsed(outcome.standardOutput);
         EXPECT_EQ(outcome.exitCode, 1);
         EXPECT_EQ(outcome.standardError, "veskctl: the library /nonexistent/libVeskNvme.so was not "
@@ -326,7 +371,7 @@ TEST(Cli, WhatAHookThrowsIsTold) {
     };
     const std::vector<Row> rows = {
         {[](CommandContext&) { throw UsageError("no such scenario"); }, 2, "\"usage\"",
-         "veskctl: no such scenario\n"},
+         "veskctl: no such scenario\nveskctl: try 'veskctl controller --help'\n"},
         {[](CommandContext&) { throw std::runtime_error("odd"); }, 1, "\"internal_error\"",
          "veskctl: the command failed: odd\n"},
         {[](CommandContext&) { throw 7; }, 1, "\"internal_error\"",

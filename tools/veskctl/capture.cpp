@@ -377,12 +377,9 @@ CommandRunner declareShow(Options& options) {
         bool hex = false;
     };
     const auto choice = std::make_shared<Choice>();
-    options.addText("FILE", choice->file, " ", "The capture");
+    options.addPath(choice->file, "FILE", "The capture", true);
     options.addFlag("--hex", choice->hex, "Show all bytes");
     return [choice](const CommandContext& context, Report& report) {
-        if (choice->file.empty()) {
-            throw UsageError("no capture was named; give its file: capture show FILE");
-        }
         std::error_code error;
         std::ifstream stream(choice->file, std::ios::binary);
         if (!stream || fs::is_directory(choice->file, error)) {
@@ -403,13 +400,9 @@ void addCaptureOptions(Options& target, CaptureOptions& options) {
     target.onlyWith("--mask", "--capture");
 }
 
-void startCapture(const CaptureOptions& options, const std::string& libraryName,
-                  const std::string& command) {
+void startCapture(const CaptureOptions& options, const std::string& libraryName) {
     if (options.file.empty()) {
         return;
-    }
-    if (command == "capture show") {
-        throw UsageError("--capture is for commands that ask the controller");
     }
     setenv(kFileVariable, fs::absolute(options.file).c_str(), 1);
     const char* const key = std::getenv(kKeyVariable);
@@ -481,7 +474,14 @@ Command captureCommand() {
     return {"capture",
             "Look at a capture",
             nullptr,
-            {{"show", "List what a capture holds", declareShow}}};
+            {{"show",
+              "List what a capture holds",
+              declareShow,
+              {},
+              false,
+              {{"capture show host.cap", "what was asked and answered"},
+               {"capture show host.cap --hex", "with all bytes"}},
+              true}}};
 }
 
 }  // namespace veskctl

@@ -141,7 +141,7 @@ void runCheck(const CommandContext& context, const ThresholdOptions& options, Re
 
 Command checkCommand() {
     return {kCheckName,
-            "Tell a monitoring system the verdict: one line, exit code 0 to 3",
+            "Tell a monitoring system the verdict, in one line",
             [](Options& options) {
                 const auto wanted = std::make_shared<ThresholdOptions>();
                 wanted->declare(options);
@@ -153,7 +153,10 @@ Command checkCommand() {
                 });
             },
             {},
-            true};
+            true,
+            {{"check", "one line with performance data"},
+             {"check --used-warning 80 --used-critical 90", "warn of wear earlier"},
+             {"check --ignore link_below_maximum", "a slot with fewer lanes is no fault"}}};
 }
 
 }  // namespace veskctl

@@ -2,18 +2,17 @@
 
 #include "veskctl/capture.h"
 #include "veskctl/check.h"
-#include "veskctl/common_options.h"
+#include "veskctl/command_line.h"
 #include "veskctl/format.h"
+#include "veskctl/help.h"
 #include "veskctl/library.h"
 #include "veskctl/output.h"
 #include "veskctl/process.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
+#include "veskctl/usage_message.h"
 #include "veskctl/watch.h"
 
-#include <CLI/CLI.hpp>
-
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -27,207 +26,6 @@ namespace veskctl {
 
 namespace {
 
-constexpr const char* kFooter = R"(Exit codes:
-  0  done
-  1  the device or the library failed, or the output could not be written
-  2  the command line is wrong
-  3  there is no controller
-
-Without a command, 'status' is meant. With --json, standard output carries one JSON document, also after an error.
-Colour is used on a terminal only, and not with NO_COLOR set or TERM=dumb.)";
-
-// Declares with CLI11, which no other source includes: it takes seconds to read.
-class CliOptions : public Options {
-public:
-    explicit CliOptions(CLI::App& app) : m_app(app) {}
-
-    void addFlag(const std::string& name, bool& value, const std::string& help) override {
-        m_app.add_flag(name, value, help);
-    }
-
-    void addText(const std::string& name, std::string& value, const std::string& shownAs,
-                 const std::string& help) override {
-        const auto refuseEmpty = [](const std::string& given) {
-            return std::string(given.empty() ? "the value is empty" : "");
-        };
-        m_app.add_option(name, value, help)->option_text(shownAs)->check(refuseEmpty, "");
-    }
-
-    void addNumber(const std::string& name, unsigned& value, unsigned lowest, unsigned highest,
-                   const std::string& shownAs, const std::string& help) override {
-        m_app.add_option(name, value, help)
-            ->option_text(shownAs)
-            ->check(CLI::Range(lowest, highest));
-    }
-
-    void addChoice(const std::string& name, std::string& value,
-                   const std::vector<std::string>& choices, const std::string& shownAs,
-                   const std::string& help) override {
-        const auto check = [choices](const std::string& given) {
-            if (std::find(choices.begin(), choices.end(), given) != choices.end()) {
-                return std::string();
-            }
-            std::string known;
-            for (const std::string& choice : choices) {
-                known += (known.empty() ? "" : ", ") + choice;
-            }
-            return format("'{}' is none of {}", given, known);
-        };
-        m_app.add_option(name, value, help)->option_text(shownAs)->check(check, "");
-    }
-
-    void addOptionalNumber(const std::string& name, std::optional<unsigned>& value, unsigned alone,
-                           unsigned lowest, unsigned highest, const std::string& shownAs,
-                           const std::string& help) override {
-        const auto store = [=, &value](const CLI::results_t& given) {
-            unsigned number = alone;
-            const bool understood = given.empty() || given.front().empty() ||
-                                    CLI::detail::lexical_cast(given.front(), number);
-            if (!understood || number < lowest || number > highest) {
-                throw CLI::ValidationError(name, format("'{}' is no number from {} to {}",
-                                                        given.front(), lowest, highest));
-            }
-            value = number;
-            return true;
-        };
-        m_app.add_option(name, store, help)->option_text(shownAs)->expected(0, 1);
-    }
-
-    void addVolumeId(std::optional<unsigned>& id) override {
-        const auto check = [](const std::string& value) {
-            return isId(value) ? std::string()
-                               : format("there is no volume '{}', the ids are 0 and 1", value);
-        };
-        const auto store = [&id](const std::string& value) {
-            id = value == "0" ? 0U : 1U;
-        };
-        m_app.add_option_function<std::string>("ID", store, "The volume: 0 or 1")
-            ->option_text(" ")
-            ->check(check, "")
-            ->required();
-    }
-
-    void addDisk(std::string& idOrSerial, bool required) override {
-        // What is as short as an id was meant as one: no serial number is.
-        constexpr std::size_t kLeastSerial = 4;
-        const auto check = [](const std::string& value) {
-            return isId(value) || value.size() >= kLeastSerial
-                       ? std::string()
-                       : format("there is no disk '{}', the ids are 0 and 1", value);
-        };
-        m_app.add_option("ID", idOrSerial, "The disk: 0 or 1, or its serial number")
-            ->option_text(" ")
-            ->check(check, "")
-            ->required(required);
-    }
-
-    void onlyWith(const std::string& name, const std::string& other) override {
-        m_app.get_option(name)->needs(m_app.get_option(other));
-    }
-
-    void notWith(const std::string& name, const std::string& other) override {
-        m_app.get_option(name)->excludes(m_app.get_option(other));
-    }
-
-    void addRemark(const std::string& text) override {
-        m_app.footer(text + "\n\n" + m_app.get_footer());
-    }
-
-private:
-    static bool isId(const std::string& value) { return value == "0" || value == "1"; }
-
-    CLI::App& m_app;
-};
-
-struct Runnable {
-    CLI::App* app;
-    std::string path;  // all words of the command
-    bool watchable;
-    CommandRunner run;
-};
-
-class CommandLine {
-public:
-    explicit CommandLine(const CliHooks& hooks)
-        : m_app("Shows the NVMe RAID controller of this host.", hooks.programName) {
-        m_app.set_version_flag("--version", format("{} {}", hooks.programName, kProgramVersion));
-        m_app.require_subcommand(0, 1);
-        m_app.footer(kFooter);
-        addCommonOptions(m_app, hooks);
-        addCommands(m_app, "", allCommands(), hooks);
-        addCommands(m_app, "", hooks.commands, hooks);
-    }
-
-    CLI::App& app() { return m_app; }
-    const CommonOptions& common() const { return m_common; }
-    const CaptureOptions& capture() const { return m_capture; }
-
-    // Subcommands stand behind the command that they belong to, and were parsed with it. Without
-    // any word it is the first of all.
-    const Runnable& chosen() const {
-        const auto last =
-            std::find_if(m_runnable.rbegin(), m_runnable.rend(),
-                         [](const Runnable& candidate) { return candidate.app->parsed(); });
-        return last == m_runnable.rend() ? m_runnable.front() : *last;
-    }
-
-    // Options that stand between the words of a command count for what was chosen. Throws
-    // UsageError where they do not belong to it.
-    void handDown() {
-        const Runnable& command = chosen();
-        for (const CLI::App* above = command.app->get_parent(); above != nullptr;
-             above = above->get_parent()) {
-            for (const CLI::Option* given : above->get_options()) {
-                if (given->empty()) {
-                    continue;
-                }
-                CLI::Option* own = command.app->get_option_no_throw(given->get_name());
-                if (own == nullptr) {
-                    throw UsageError(
-                        format("{} does not go with '{}'", given->get_name(), command.path));
-                }
-                if (own->empty()) {
-                    own->add_result(given->results());
-                    own->run_callback();
-                }
-            }
-        }
-    }
-
-private:
-    void addCommands(CLI::App& parent, const std::string& prefix,
-                     const std::vector<Command>& commands, const CliHooks& hooks) {
-        for (const Command& command : commands) {
-            CLI::App* subcommand = parent.add_subcommand(command.name, command.summary);
-            subcommand->footer(kFooter);
-            addCommonOptions(*subcommand, hooks);
-            const std::string path = prefix + command.name;
-            if (command.declare != nullptr) {
-                CliOptions options(*subcommand);
-                m_runnable.push_back(
-                    {subcommand, path, command.watchable, command.declare(options)});
-            } else {
-                subcommand->require_subcommand(1);
-            }
-            addCommands(*subcommand, path + ' ', command.subcommands, hooks);
-        }
-    }
-
-    void addCommonOptions(CLI::App& target, const CliHooks& hooks) {
-        CliOptions options(target);
-        m_common.declare(options);
-        addCaptureOptions(options, m_capture);
-        if (hooks.addOptions) {
-            hooks.addOptions(options);
-        }
-    }
-
-    CommonOptions m_common;
-    CaptureOptions m_capture;
-    CLI::App m_app;
-    std::vector<Runnable> m_runnable;
-};
-
 CliOutcome outcomeOf(const std::string& command, const Report& report,
                      const CommandContext& context) {
     Output output = renderOutput(command, report, context);
@@ -240,55 +38,32 @@ CliOutcome outcomeOf(const std::string& command, const Report& report,
     }
     outcome.standardOutput = std::move(output.standardOutput);
     outcome.standardError = std::move(output.standardError);
+    outcome.afterWriting = report.afterWriting;
     return outcome;
 }
 
-// All words of the command, as far as it was understood.
-std::string wordsOf(const CLI::App& app) {
-    const CLI::App* level = &app;
-    std::string words;
-    while (!level->get_subcommands().empty()) {
-        level = level->get_subcommands().front();
-        words += (words.empty() ? "" : " ") + level->get_name();
-    }
-    return words;
+std::string hintLine(const ProgramDescription& program, const std::string& words) {
+    return format("veskctl: {}\n", helpHint(program, words));
 }
 
-// CLI11 complains of a missing command where there is an unknown one, or an unknown option only.
-std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
-    const int code = error.get_exit_code();
-    const bool aboutWords = code == static_cast<int>(CLI::ExitCodes::RequiredError) ||
-                            code == static_cast<int>(CLI::ExitCodes::ExtrasError);
-    const CLI::App* level = &app;
-    while (!level->get_subcommands().empty()) {
-        level = level->get_subcommands().front();
-    }
-    std::string behind = wordsOf(app);
-    const std::vector<std::string> unknown = app.remaining(true);
-    const bool expectsWord = level->get_require_subcommand_min() > 0 || level == &app;
-    if (!aboutWords || !expectsWord || (level == &app && unknown.empty())) {
-        return error.what();
-    }
-    if (!behind.empty()) {
-        behind = format(" behind '{}'", behind);
-    }
-    if (unknown.empty()) {
-        return format("no command was given{}", behind);
-    }
-    const bool isOption = unknown.front().rfind('-', 0) == 0;
-    return format("unknown {} '{}'{}", isOption ? "option" : "command", unknown.front(), behind);
-}
-
-CliOutcome usageFailure(const CliHooks& hooks, const std::string& command,
-                        const std::string& message, bool json) {
+CliOutcome usageFailure(const CliHooks& hooks, const ProgramDescription& program,
+                        const std::string& words, const std::string& message, bool json) {
     Report report;
     report.problems.push_back({ProblemKind::Usage, message});
     CommandContext context;
     context.format = json ? OutputFormat::JsonDocument : OutputFormat::Table;
     context.simulated = hooks.simulated;
-    CliOutcome outcome = outcomeOf(command, report, context);
-    outcome.standardError +=
-        format("veskctl: try '{} --help' for more information\n", hooks.programName);
+    CliOutcome outcome = outcomeOf(words, report, context);
+    outcome.standardError += hintLine(program, words);
+    return outcome;
+}
+
+CliOutcome aboutProgram(const Request& request, const ProgramDescription& program,
+                        const Screen& screen) {
+    CliOutcome outcome;
+    outcome.standardOutput = request.kind == Request::Kind::Version
+                                 ? format("{} {}\n", program.name, kProgramVersion)
+                                 : helpText(program, *program.find(request.words), screen.width);
     return outcome;
 }
 
@@ -308,18 +83,21 @@ void reported(Report& report, Work work) {
     }
 }
 
-void runCommand(const Runnable& command, CommandContext& context, const CliHooks& hooks,
+void runCommand(const Request& request, CommandContext& context, const CliHooks& hooks,
                 const CaptureOptions& capture, Report& report) {
     reported(report, [&] {
-        startCapture(capture, context.libraryName, command.path);
-        if (hooks.prepare) {
+        if (request.aboutProgram && !capture.file.empty()) {
+            throw UsageError("--capture is for commands that ask the controller");
+        }
+        startCapture(capture, context.libraryName);
+        if (hooks.prepare && !request.aboutProgram) {
             hooks.prepare(context);
         }
-        command.run(context, report);
+        request.run(context, report);
     });
     reported(report, [&] {
-        if (hooks.finish) {
-            hooks.finish(command.path, report);
+        if (hooks.finish && !request.aboutProgram) {
+            hooks.finish(request.words, report);
         }
         finishCapture(report);
     });
@@ -329,33 +107,34 @@ void runCommand(const Runnable& command, CommandContext& context, const CliHooks
 
 CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
                        const Screen& screen) {
-    CommandLine line(hooks);
-    try {
-        line.app().parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        return {static_cast<int>(ExitCode::Ok), line.app().help(), ""};
-    } catch (const CLI::CallForVersion& version) {
-        return {static_cast<int>(ExitCode::Ok), format("{}\n", version.what()), ""};
-    } catch (const CLI::ParseError& error) {
-        return usageFailure(hooks, wordsOf(line.app()), usageMessage(line.app(), error),
-                            asksForJson(argc, argv));
-    }
-    const Runnable& command = line.chosen();
-    const std::optional<unsigned> watchSeconds = line.common().watchSeconds();
+    const ProgramDescription program = describeProgram(hooks);
+    CommandLine line(hooks, program);
+    Request request;
     CommandContext context;
+    std::optional<unsigned> watchSeconds;
     try {
-        line.handDown();
-        context = line.common().contextFor(screen);
-        if (watchSeconds && !command.watchable) {
-            throw UsageError(format("--watch does not go with '{}'", command.path));
+        request = line.read(argc, argv);
+        if (request.kind != Request::Kind::Run) {
+            return aboutProgram(request, program, screen);
         }
+        watchSeconds = line.common().watchSeconds();
+        context = line.common().contextFor(screen);
+        if (watchSeconds && !request.watchable) {
+            throw UsageError(format("--watch does not go with '{}'", request.words));
+        }
+    } catch (const LineError& error) {
+        return usageFailure(hooks, program, error.words(), error.what(), asksForJson(argc, argv));
     } catch (const UsageError& error) {
-        return usageFailure(hooks, command.path, error.what(), asksForJson(argc, argv));
+        return usageFailure(hooks, program, request.words, error.what(), asksForJson(argc, argv));
     }
     Report report;
-    context.simulated = hooks.simulated;
-    runCommand(command, context, hooks, line.capture(), report);
-    CliOutcome outcome = outcomeOf(command.path, report, context);
+    context.program = &program;
+    context.simulated = hooks.simulated && !request.aboutProgram;
+    runCommand(request, context, hooks, line.common().capture(), report);
+    CliOutcome outcome = outcomeOf(request.words, report, context);
+    if (exitCodeOf(report.problems) == ExitCode::Usage) {
+        outcome.standardError += hintLine(program, request.words);
+    }
     outcome.watchSeconds = watchSeconds;
     return outcome;
 }
@@ -371,6 +150,13 @@ int writeOutcome(CliOutcome outcome, bool& goOn) {
         outcome.standardError +=
             format("veskctl: standard output cannot be written: {}\n", std::strerror(failure));
         outcome.exitCode = static_cast<int>(ExitCode::Failed);
+    }
+    if (failure == 0 && outcome.afterWriting) {
+        const std::optional<Problem> problem = outcome.afterWriting();
+        if (problem) {
+            outcome.standardError += renderProblems({*problem});
+            outcome.exitCode = static_cast<int>(exitCodeOf({*problem}));
+        }
     }
     // Where standard error fails as well, the exit code has to do.
     static_cast<void>(writeAndFlush(stderr, outcome.standardError));

@@ -31,7 +31,8 @@ struct CliOutcome {
     int exitCode = 0;
     std::string standardOutput;
     std::string standardError;
-    std::optional<unsigned> watchSeconds = std::nullopt;  // until the next look is wanted
+    std::function<std::optional<Problem>()> afterWriting = {};  // see Report
+    std::optional<unsigned> watchSeconds = std::nullopt;        // until the next look is wanted
 };
 
 // Everything but the writing.

@@ -2,17 +2,24 @@
 
 #include "veskctl/capture.h"
 #include "veskctl/check.h"
+#include "veskctl/completion.h"
 #include "veskctl/controller.h"
+#include "veskctl/diff.h"
 #include "veskctl/disk.h"
 #include "veskctl/doctor.h"
-#include "veskctl/event.h"
+#include "veskctl/dump.h"
+#include "veskctl/events.h"
 #include "veskctl/format.h"
 #include "veskctl/health.h"
+#include "veskctl/help.h"
 #include "veskctl/link.h"
 #include "veskctl/locate.h"
+#include "veskctl/manual.h"
+#include "veskctl/mark.h"
 #include "veskctl/metrics.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
+#include "veskctl/report_page.h"
 #include "veskctl/session.h"
 #include "veskctl/space.h"
 #include "veskctl/status.h"
@@ -44,19 +51,24 @@ void runVersion(const CommandContext& context, Report& report) {
 }
 
 Command versionCommand() {
-    return {"version", "Show the versions of the program and of its output, and the library file",
-            [](Options&) {
-                return CommandRunner(runVersion);
-            }};
+    return {"version",
+            "Show the versions, and the library file that is loaded",
+            [](Options&) { return CommandRunner(runVersion); },
+            {},
+            true,
+            {{"version", "needs no controller"},
+             {"version --library ./libVeskNvme.so", "of another library file"}}};
 }
 
 }  // namespace
 
 std::vector<Command> allCommands() {
-    return {statusCommand(),  checkCommand(),  doctorCommand(), controllerCommand(),
-            linkCommand(),    disksCommand(),  healthCommand(), spaceCommand(),
-            volumesCommand(), eventsCommand(), locateCommand(), metricsCommand(),
-            captureCommand(), versionCommand()};
+    return {statusCommand(),  checkCommand(),  doctorCommand(),     controllerCommand(),
+            linkCommand(),    disksCommand(),  healthCommand(),     spaceCommand(),
+            volumesCommand(), eventsCommand(), markCommand(),       locateCommand(),
+            metricsCommand(), reportCommand(), dumpCommand(),       diffCommand(),
+            captureCommand(), helpCommand(),   completionCommand(), manCommand(),
+            versionCommand()};
 }
 
 }  // namespace veskctl

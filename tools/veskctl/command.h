@@ -10,6 +10,7 @@
 
 namespace veskctl {
 
+struct ProgramDescription;
 struct Report;
 
 enum class OutputFormat { Table, JsonDocument, JsonLines, Csv };
@@ -28,6 +29,7 @@ struct CommandContext {
     std::string hostRoot;    // stands before every path of the host's files; empty on a real host
     bool simulated = false;  // the host is known to be the simulated one
     ChildHooks child;        // for the process that holds the library
+    const ProgramDescription* program = nullptr;  // that was called
 };
 
 // Fills the report. May throw: what the report holds by then is shown all the same, so lists are
@@ -54,10 +56,19 @@ public:
     virtual void addOptionalNumber(const std::string& name, std::optional<unsigned>& value,
                                    unsigned alone, unsigned lowest, unsigned highest,
                                    const std::string& shownAs, const std::string& help) = 0;
+    // A file's path, without a name in front. shownAs: "FILE".
+    virtual void addPath(std::string& path, const std::string& shownAs, const std::string& help,
+                         bool required) = 0;
     // The id of a volume, without a name in front.
     virtual void addVolumeId(std::optional<unsigned>& id) = 0;
     // The id of a disk or its serial number, without a name in front; see findSlot. Empty: all.
     virtual void addDisk(std::string& idOrSerial, bool required) = 0;
+    // One of the choices, without a name in front.
+    virtual void addWord(const std::string& name, std::string& value,
+                         const std::vector<std::string>& choices, const std::string& help) = 0;
+    // Any number of words, also none.
+    virtual void addWords(const std::string& name, std::vector<std::string>& words,
+                          const std::string& help) = 0;
 
     // Of two options that were added before.
     virtual void onlyWith(const std::string& name, const std::string& other) = 0;
@@ -65,6 +76,11 @@ public:
 
     // Stands behind the options in the help text.
     virtual void addRemark(const std::string& text) = 0;
+};
+
+struct Example {
+    const char* line;  // what follows the program's name
+    const char* what;  // it does
 };
 
 struct Command {
@@ -75,6 +91,8 @@ struct Command {
     CommandRunner (*declare)(Options& options) = nullptr;
     std::vector<Command> subcommands = {};
     bool watchable = false;  // only reads, so that one may look again and again
+    std::vector<Example> examples = {};
+    bool aboutProgram = false;  // it looks at no host
 };
 
 // In the order of the help text.

@@ -45,6 +45,7 @@ void CommonOptions::declare(Options& options) {
                       "How long the library may take for one answer");
     options.addText("--library", m_library, format("PATH [{}]", kDefaultLibrary),
                     "The library file, or a name for the loader to look for");
+    addCaptureOptions(options, m_capture);
 }
 
 CommandContext CommonOptions::contextFor(const Screen& screen) const {

@@ -1,6 +1,7 @@
 // The options that every command takes.
 #pragma once
 
+#include "veskctl/capture.h"
 #include "veskctl/command.h"
 #include "veskctl/screen.h"
 
@@ -24,6 +25,8 @@ public:
     // How many seconds lie between two looks; empty: one look.
     std::optional<unsigned> watchSeconds() const { return m_watchSeconds; }
 
+    const CaptureOptions& capture() const { return m_capture; }
+
 private:
     std::string m_library;
     std::string m_format;
@@ -34,6 +37,7 @@ private:
     bool m_quiet = false;
     unsigned m_timeoutSeconds = 0;  // 0: not given
     std::optional<unsigned> m_watchSeconds;
+    CaptureOptions m_capture;
 };
 
 // A command line that cannot be read may still ask for a document.

@@ -309,7 +309,9 @@ Command controllerCommand() {
             "Show the controller: identity, firmware, PCIe link, counts",
             [](Options&) { return CommandRunner(runController); },
             {},
-            true};
+            true,
+            {{"controller", "what the controller says of itself"},
+             {"controller --json | jq -r .controllers[0].firmware_version", "its firmware"}}};
 }
 
 }  // namespace veskctl

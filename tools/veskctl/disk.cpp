@@ -445,12 +445,17 @@ Command disksCommand() {
                           "Show all that is known of one of them",
                           [](Options& options) { return declare(options, true); },
                           {},
-                          true};
+                          true,
+                          {{"disks show 1", "all of disk 1"},
+                           {"disks show VD00480A000171", "the same by its serial number"}}};
     return {"disks",
             "Show the physical disks: identity, state, capacity",
             [](Options& options) { return declare(options, false); },
             {show},
-            true};
+            true,
+            {{"disks", "one line for each disk"},
+             {"disks -o csv --no-header", "rows for a spreadsheet"},
+             {"disks --raw --json", "texts as the device fills them"}}};
 }
 
 }  // namespace veskctl

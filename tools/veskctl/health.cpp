@@ -227,12 +227,15 @@ Command healthCommand() {
                           "Show all that is known of the health of one of them",
                           [](Options& options) { return declare(options, true); },
                           {},
-                          true};
-    return {"health",
-            "Show the health of the physical disks: wear, spare, alert",
-            [](Options& options) { return declare(options, false); },
-            {show},
-            true};
+                          true,
+                          {{"health show 0", "status, wear and attributes of disk 0"}}};
+    return {
+        "health",
+        "Show the health of the physical disks: wear, spare, alert",
+        [](Options& options) { return declare(options, false); },
+        {show},
+        true,
+        {{"health", "one line for each disk"}, {"health --ndjson", "one document for each disk"}}};
 }
 
 }  // namespace veskctl

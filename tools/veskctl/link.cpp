@@ -30,10 +30,11 @@ void runLink(const CommandContext& context, Report& report) {
 
 Command linkCommand() {
     return {"link",
-            "Show the controller's PCIe link: speed and width, now and at most",
+            "Show the PCIe link: speed and width, now and at most",
             [](Options&) { return CommandRunner(runLink); },
             {},
-            true};
+            true,
+            {{"link", "speed and width, and whether they are the highest"}}};
 }
 
 }  // namespace veskctl

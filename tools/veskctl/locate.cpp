@@ -174,7 +174,19 @@ Command locateCommand() {
     return {"locate",
             "Switch the locate light of a physical disk",
             nullptr,
-            {{"on", "Start the blinking", declareOn}, {"off", "Stop the blinking", declareOff}}};
+            {{"on",
+              "Start the blinking",
+              declareOn,
+              {},
+              false,
+              {{"locate on 1", "until somebody switches it off"},
+               {"locate on VD00480A000171 --for 5m", "for five minutes"}}},
+             {"off",
+              "Stop the blinking",
+              declareOff,
+              {},
+              false,
+              {{"locate off 1", "one light"}, {"locate off --all", "every light"}}}}};
 }
 
 }  // namespace veskctl

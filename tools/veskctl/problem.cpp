@@ -76,6 +76,12 @@ const char* problemName(ProblemKind kind) {
         return "capture_damaged";
     case ProblemKind::NotInCapture:
         return "not_in_capture";
+    case ProblemKind::MarkNotStored:
+        return "mark_not_stored";
+    case ProblemKind::MarkInUse:
+        return "mark_in_use";
+    case ProblemKind::EventNumbersBeganAnew:
+        return "event_numbers_began_anew";
     case ProblemKind::Internal:
         break;
     }

@@ -33,6 +33,9 @@ enum class ProblemKind {
     CaptureFailed,
     CaptureDamaged,
     NotInCapture,
+    MarkNotStored,
+    MarkInUse,
+    EventNumbersBeganAnew,
     Internal
 };
 

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,6 +34,9 @@ struct Report {
     std::vector<Problem> problems;
     // Of a command whose exit code is an answer. Problems outweigh it.
     std::optional<int> exitCode = std::nullopt;
+
+    // Called once all of it was written, and only then; a problem counts for the exit code.
+    std::function<std::optional<Problem>()> afterWriting;
 
     bool simulated = false;    // what was shown is the simulated host
     bool forPrograms = false;  // `text` is read by programs: nothing is put before it or changed

@@ -101,9 +101,13 @@ void runLeds(const veskctl::CommandContext&, veskctl::Report& report) {
 }
 
 veskctl::Command simCommand() {
-    const veskctl::Command leds = {"leds", "Show which locate lights blink", [](veskctl::Options&) {
-                                       return veskctl::CommandRunner(runLeds);
-                                   }};
+    const veskctl::Command leds = {
+        "leds",
+        "Show which locate lights blink",
+        [](veskctl::Options&) { return veskctl::CommandRunner(runLeds); },
+        {},
+        true,
+        {{"sim leds --state /tmp/host", "which lights blink there"}}};
     return {"sim", "Look at the simulated host", nullptr, {leds}};
 }
 

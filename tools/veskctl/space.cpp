@@ -61,7 +61,8 @@ Command spaceCommand() {
                 return CommandRunner(runSpace);
             },
             {},
-            true};
+            true,
+            {{"space", "one line for each disk"}}};
 }
 
 }  // namespace veskctl

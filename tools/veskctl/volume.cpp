@@ -246,12 +246,14 @@ CommandRunner declareShow(Options& options) {
 }  // namespace
 
 Command volumesCommand() {
-    const Command show = {"show", "Show all that is known of one of them", declareShow, {}, true};
+    const Command show = {"show", "Show all that is known of one of them", declareShow, {},
+                          true,   {{"volumes show 0", "all of volume 0"}}};
     return {"volumes",
             "Show the virtual disks: RAID level, members, state, capacity",
             [](Options&) { return CommandRunner(runVolumes); },
             {show},
-            true};
+            true,
+            {{"volumes", "one line for each volume"}}};
 }
 
 }  // namespace veskctl
