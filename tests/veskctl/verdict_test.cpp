@@ -50,6 +50,8 @@ Snapshot goodSnapshot() {
     snapshot.volumes[0].info->hdCount = 2;
     snapshot.volumes[1].id = 1;
     snapshot.volumes[1].presence = Presence::Absent;
+    snapshot.hostFiles.alerts = AlertMapping();
+    snapshot.newEvents = EventReading();
     return snapshot;
 }
 
@@ -192,6 +194,18 @@ const VerdictCase kVerdicts[] = {
          snapshot.volumes[0].presence = Presence::Absent;
      },
      {"warning no_disk controller"}},
+    {"NumbersBeganAnew",
+     [](Snapshot& snapshot) { snapshot.newEvents->numbersBeganAnew = true; },
+     {"warning events_below_mark events"}},
+    {"EventsNotRead",
+     [](Snapshot& snapshot) { snapshot.newEvents.reset(); },
+     {"unknown events_unknown events"}},
+    {"EventsWithoutAMapping",
+     [](Snapshot& snapshot) {
+         snapshot.newEvents.reset();
+         snapshot.hostFiles.alerts.reset();
+     },
+     {}},
     {"BrokenHostFile",
      [](Snapshot& snapshot) {
          snapshot.hostFiles.findings = {

@@ -2,6 +2,7 @@
 
 #include "veskctl/format.h"
 #include "veskctl/ini_text.h"
+#include "veskctl/sequence_mark.h"
 
 #include <algorithm>
 #include <array>
@@ -103,7 +104,11 @@ bool isCommentedRow(const IniLine& line) {
 
 }  // namespace
 
-std::optional<MappingRow> AlertMapping::rowOf(unsigned classCode, unsigned code) const {
+namespace {
+
+// The first one whose key begins with the code.
+std::optional<MappingRow> firstMatch(const std::vector<MappingRow>& rows, unsigned classCode,
+                                     unsigned code) {
     const std::string wanted = std::to_string(code);
     for (const MappingRow& row : rows) {
         const std::string key = std::to_string(row.code);
@@ -112,10 +117,36 @@ std::optional<MappingRow> AlertMapping::rowOf(unsigned classCode, unsigned code)
             if (key != wanted) {
                 taken.reported = 0;  // the value is read from the middle of the longer key
             }
-            return taken.reported == kNotReported ? std::nullopt : std::optional<MappingRow>(taken);
+            return taken;
         }
     }
     return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<MappingRow> AlertMapping::rowOf(unsigned classCode, unsigned code) const {
+    const std::optional<MappingRow> row = firstMatch(rows, classCode, code);
+    return row && row->reported != kNotReported ? row : std::nullopt;
+}
+
+bool AlertMapping::isDropped(unsigned classCode, unsigned code) const {
+    const std::optional<MappingRow> row = firstMatch(rows, classCode, code);
+    return row && row->reported == kNotReported;
+}
+
+std::string mappingOfEveryCode() {
+    constexpr unsigned kCodes = 10000;
+    std::string rows;
+    // Rising, so that each key stands in front of those that begin with it.
+    for (unsigned code = 0; code < kCodes; ++code) {
+        rows += format("{}={}\n", code, code);
+    }
+    std::string text;
+    for (const char* section : kSections) {
+        text += format("[{}]\n{}", section, rows);
+    }
+    return text + format("[{}]\n{}=0\n", kMarkSection, kMarkKey);
 }
 
 AlertMapping readAlertMapping(const std::string& text, const std::string& path,

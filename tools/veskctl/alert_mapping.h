@@ -23,7 +23,13 @@ struct AlertMapping {
 
     // The row that the library takes for the event; empty: it is not reported.
     std::optional<MappingRow> rowOf(unsigned classCode, unsigned code) const;
+    // There is a row, and it says that the event is not to be reported.
+    bool isDropped(unsigned classCode, unsigned code) const;
 };
+
+// A mapping that reports every code of up to four digits as itself, with a mark of 0: for looking
+// at what the controller's log holds beside what is reported.
+std::string mappingOfEveryCode();
 
 // text: the whole file's. What is wrong goes to the findings.
 AlertMapping readAlertMapping(const std::string& text, const std::string& path,

@@ -1,16 +1,21 @@
 #include "veskctl/doctor.h"
 
+#include "veskctl/event_log.h"
 #include "veskctl/format.h"
 #include "veskctl/printable.h"
 #include "veskctl/report.h"
 #include "veskctl/session.h"
 
 #include <algorithm>
+#include <chrono>
+#include <map>
+#include <utility>
 
 namespace veskctl {
 
 namespace {
 
+constexpr std::chrono::milliseconds kLookTime(500);
 constexpr const char* kIndent = "           ";
 
 class Examination {
@@ -110,7 +115,8 @@ void runDoctor(const CommandContext& context, Report& report) {
     const LoadedLibraries libraries = loadLibraries(context);
     const Snapshot snapshot = takeSnapshot(context);
     report.simulated = libraries.simulated || snapshot.simulated;
-    const std::vector<Finding> findings = examine(snapshot, libraries);
+    std::vector<Finding> findings = examine(snapshot, libraries);
+    addUnmapped(context, snapshot, findings);
     for (const Finding& finding : findings) {
         report.fields["findings"].push_back(findingToJson(finding));
         report.text += paragraphOf(finding);
@@ -129,6 +135,25 @@ void runDoctor(const CommandContext& context, Report& report) {
 
 }  // namespace
 
+void addUnmapped(const CommandContext& context, const Snapshot& snapshot,
+                 std::vector<Finding>& findings) {
+    if (snapshot.reach != Reach::Answering || !snapshot.hostFiles.alerts) {
+        return;
+    }
+    std::vector<Problem> problems;
+    guarded("the event log", problems, [&] {
+        EventLog log(context, kLookTime);
+        log.useMapping(mappingOfEveryCode());
+        const std::vector<Finding> unmapped =
+            findUnmapped(snapshot.hostFiles, log.readHeld().events);
+        findings.insert(findings.end(), unmapped.begin(), unmapped.end());
+    });
+    for (const Problem& problem : problems) {
+        findings.push_back(
+            {Severity::Error, problemName(problem.kind), "", std::nullopt, problem.message});
+    }
+}
+
 LoadedLibraries loadLibraries(const CommandContext& context) {
     try {
         const LibraryProcess process(librarySetup(context));
@@ -136,6 +161,30 @@ LoadedLibraries loadLibraries(const CommandContext& context) {
     } catch (const std::exception&) {
         return {};
     }
+}
+
+std::vector<Finding> findUnmapped(const HostFiles& files, const std::vector<Event>& events) {
+    std::map<std::pair<unsigned, unsigned>, std::vector<Event>> unmapped;
+    for (const Event& event : events) {
+        if (event.className() && !files.alerts->rowOf(event.classCode, event.code) &&
+            !files.alerts->isDropped(event.classCode, event.code)) {
+            unmapped[{event.classCode, event.code}].push_back(event);
+        }
+    }
+    std::vector<Finding> findings;
+    for (const auto& [key, alike] : unmapped) {
+        const Event& last = alike.back();
+        findings.push_back(
+            {Severity::Warning, "mapping_row_missing", files.mapping.path, std::nullopt,
+             format(
+                 "there is no row for code {} of class {}, so {} {} that the controller holds {} "
+                 "not reported, the last one '{}'",
+                 last.code, *last.className(), alike.size(), alike.size() == 1 ? "event" : "events",
+                 alike.size() == 1 ? "is" : "are", last.message),
+             format("write {}=CODE in its section, or {}=65535 if it is not wanted", last.code,
+                    last.code)});
+    }
+    return findings;
 }
 
 std::vector<Finding> examine(const Snapshot& snapshot, const LoadedLibraries& libraries) {

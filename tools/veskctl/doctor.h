@@ -23,6 +23,15 @@ LoadedLibraries loadLibraries(const CommandContext& context);
 // stands there as information.
 std::vector<Finding> examine(const Snapshot& snapshot, const LoadedLibraries& libraries);
 
+// Which of the events the mapping leaves out; one finding for each code. events: with the codes of
+// the controller.
+std::vector<Finding> findUnmapped(const HostFiles& files, const std::vector<Event>& events);
+
+// Adds the codes that the controller's log holds and the alert mapping does not name. Has the
+// library report every code, from a private mapping.
+void addUnmapped(const CommandContext& context, const Snapshot& snapshot,
+                 std::vector<Finding>& findings);
+
 Command doctorCommand();
 
 }  // namespace veskctl

@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace veskctl {
@@ -23,6 +24,9 @@ public:
 
     // False: stop waiting. By default it waits on.
     std::function<bool(std::chrono::milliseconds)> pause;
+
+    // The library maps the events by this text from now on, instead of the host's file.
+    void useMapping(const std::string& text) { m_files.mapping.text = text; }
 
     // The mark as the library reads it; 0 if it is below.
     std::uint32_t mark() const;

@@ -63,6 +63,21 @@ void putFindings(const Snapshot& snapshot, Exposition& metrics) {
     }
 }
 
+void putEvents(const Snapshot& snapshot, Exposition& metrics) {
+    if (!snapshot.newEvents) {
+        return;
+    }
+    auto& family = metrics.gauge("vesk_events_new", "Events above the mark of delivered ones.");
+    std::map<std::string, unsigned> counts = countBySeverity(snapshot.newEvents->events);
+    Event named;
+    for (; named.severity(); ++named.severityCode) {
+        family.add({{"severity", *named.severity()}}, counts[*named.severity()]);
+    }
+    family.add({{"severity", kUnnamedSeverity}}, counts[kUnnamedSeverity]);
+    metrics.gauge("vesk_events_mark", "Number of the last event that was delivered.")
+        .add({}, snapshot.newEvents->mark);
+}
+
 void putController(const Controller& controller, Exposition& metrics) {
     metrics.gauge("vesk_controller_info", "The controller.")
         .add({{"pci_address", textOr(controller.pci.address())},
@@ -170,6 +185,7 @@ std::string metricsText(const Snapshot& snapshot, const Verdict& verdict, double
     putProgram(snapshot, seconds, metrics);
     putVerdict(verdict, metrics);
     putFindings(snapshot, metrics);
+    putEvents(snapshot, metrics);
     if (snapshot.reach == Reach::Answering) {
         putController(*snapshot.controller, metrics);
     }

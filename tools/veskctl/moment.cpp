@@ -22,6 +22,7 @@ Moment takeMoment(const CommandContext& context, Report& report) {
     moment.snapshot = takeSnapshot(context);
     moment.verdict = judge(moment.snapshot, Thresholds());
     moment.findings = examine(moment.snapshot, libraries);
+    addUnmapped(context, moment.snapshot, moment.findings);
     std::vector<Problem>& problems = moment.snapshot.problems;
     if (moment.snapshot.reach == Reach::Answering) {
         guarded("the event log", problems,

@@ -1,6 +1,7 @@
 #include "veskctl/snapshot.h"
 
 #include "veskctl/command.h"
+#include "veskctl/event_log.h"
 #include "veskctl/report.h"
 #include "veskctl/session.h"
 
@@ -49,13 +50,6 @@ void readHost(const CommandContext& context, unsigned timeoutSeconds, Snapshot& 
     }
 }
 
-template <class Thing>
-unsigned countPresent(const std::vector<Thing>& things) {
-    return static_cast<unsigned>(
-        std::count_if(things.begin(), things.end(),
-                      [](const Thing& thing) { return thing.presence == Presence::Present; }));
-}
-
 template <class Thing, class Convert>
 Json listToJson(const std::vector<Thing>& things, Convert convert) {
     Json json = Json::array();
@@ -63,6 +57,39 @@ Json listToJson(const std::vector<Thing>& things, Convert convert) {
         json.push_back(convert(thing));
     }
     return json;
+}
+
+// Without a mapping no event is reported, and there is nothing to look at.
+void readEvents(const CommandContext& context, unsigned timeoutSeconds, Snapshot& snapshot) {
+    if (!snapshot.hostFiles.alerts) {
+        return;
+    }
+    CommandContext patient = context;
+    patient.timeoutSeconds = context.timeoutSeconds.value_or(timeoutSeconds);
+    guarded("the event log", snapshot.problems, [&] { snapshot.newEvents = peekEvents(patient); });
+}
+
+Json eventsToJson(const std::optional<EventReading>& reading) {
+    if (!reading) {
+        return {};
+    }
+    Json json;
+    json["mark"] = reading->mark;
+    json["numbers_began_anew"] = reading->numbersBeganAnew;
+    json["count"] = reading->events.size();
+    json["by_severity"] = Json::object();
+    for (const auto& [severity, count] : countBySeverity(reading->events)) {
+        json["by_severity"][severity] = count;
+    }
+    json["events"] = listToJson(reading->events, eventToJson);
+    return json;
+}
+
+template <class Thing>
+unsigned countPresent(const std::vector<Thing>& things) {
+    return static_cast<unsigned>(
+        std::count_if(things.begin(), things.end(),
+                      [](const Thing& thing) { return thing.presence == Presence::Present; }));
 }
 
 }  // namespace
@@ -75,6 +102,14 @@ unsigned Snapshot::volumesPresent() const {
     return countPresent(volumes);
 }
 
+std::map<std::string, unsigned> countBySeverity(const std::vector<Event>& events) {
+    std::map<std::string, unsigned> counts;
+    for (const Event& event : events) {
+        ++counts[event.severity().value_or(kUnnamedSeverity)];
+    }
+    return counts;
+}
+
 Snapshot takeSnapshot(const CommandContext& context, unsigned timeoutSeconds) {
     Snapshot snapshot;
     snapshot.takenAt = std::time(nullptr);
@@ -83,6 +118,9 @@ Snapshot takeSnapshot(const CommandContext& context, unsigned timeoutSeconds) {
             [&] { snapshot.hostFiles = readHostFiles(context.hostRoot); });
     try {
         readHost(context, timeoutSeconds, snapshot);
+        if (snapshot.reach == Reach::Answering) {
+            readEvents(context, timeoutSeconds, snapshot);
+        }
     } catch (const ProblemError& error) {
         snapshot.problems.push_back(error.problem());
         if (error.problem().kind == ProblemKind::NoController) {
@@ -116,6 +154,7 @@ Json snapshotToJson(const Snapshot& snapshot) {
             json["volumes"].push_back(volumeToJson(volume));
         }
     }
+    json["new_events"] = eventsToJson(snapshot.newEvents);
     json["host_files"] = hostFilesToJson(snapshot.hostFiles);
     return json;
 }

@@ -3,13 +3,14 @@
 
 #include "veskctl/controller.h"
 #include "veskctl/disk.h"
-#include "veskctl/event.h"
+#include "veskctl/event_reading.h"
 #include "veskctl/health.h"
 #include "veskctl/host_files.h"
 #include "veskctl/problem.h"
 #include "veskctl/volume.h"
 
 #include <ctime>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -34,6 +35,8 @@ struct Snapshot {
     std::vector<Disk> disks;
     std::vector<Health> health;
     std::vector<Volume> volumes;
+    // What lies above the mark, which stays. Empty if it could not be looked at.
+    std::optional<EventReading> newEvents = std::nullopt;
     HostFiles hostFiles;            // with what shows only beside the controller's answers
     std::vector<Problem> problems;  // what went wrong in reading
 
@@ -45,8 +48,13 @@ struct Snapshot {
 // timeoutSeconds: how long the library may take for one answer, if the command line does not say.
 Snapshot takeSnapshot(const CommandContext& context, unsigned timeoutSeconds = 60);
 
+constexpr const char* kUnnamedSeverity = "unnamed";
+
+// How many events there are of each severity, by name.
+std::map<std::string, unsigned> countBySeverity(const std::vector<Event>& events);
+
 // The fields of a document: taken_at, taken_at_raw, simulated, controllers, disks, health, volumes,
-// host_files.
+// new_events, host_files.
 Json snapshotToJson(const Snapshot& snapshot);
 
 }  // namespace veskctl

@@ -5,6 +5,7 @@
 #include "veskctl/printable.h"
 #include "veskctl/sizes.h"
 
+#include <algorithm>
 #include <memory>
 
 namespace veskctl {
@@ -26,6 +27,7 @@ public:
         }
         if (m_snapshot.reach == Reach::Answering) {
             addDisks();
+            addEvents();
         }
     }
 
@@ -95,6 +97,28 @@ private:
         m_report.grid.setColumns(columns);
         for (std::size_t index = 0; index < m_snapshot.disks.size(); ++index) {
             addDisk(m_snapshot.disks[index], m_snapshot.health[index]);
+        }
+    }
+
+    void addEvents() {
+        if (!m_snapshot.newEvents) {
+            m_report.text = "New events: unknown\n";
+            return;
+        }
+        const std::vector<Event>& events = m_snapshot.newEvents->events;
+        unsigned worst = 0;
+        for (const Event& event : events) {
+            worst = event.severity() ? std::max(worst, event.severityCode) : worst;
+        }
+        if (events.empty()) {
+            // An empty log does not show whether the library has looked at it.
+            m_report.text =
+                m_snapshot.newEvents->looked ? "New events: none\n" : "New events: none was seen\n";
+        } else {
+            Event named;
+            named.severityCode = worst;
+            m_report.text = format("New events: {}, the gravest {} (veskctl events)\n",
+                                   events.size(), named.severity().value_or(kUnnamedSeverity));
         }
     }
 

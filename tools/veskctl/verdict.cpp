@@ -22,6 +22,7 @@ public:
         judgeReach();
         if (m_snapshot.reach == Reach::Answering) {
             judgeController();
+            judgeEvents();
             for (const Volume& volume : m_snapshot.volumes) {
                 judgeVolume(volume);
             }
@@ -78,6 +79,18 @@ private:
             add(Level::Warning, "link_below_maximum", "link",
                 format("{}, and it can do {}", linkText(controller.link),
                        maxLinkText(controller.link)));
+        }
+    }
+
+    void judgeEvents() {
+        const std::optional<EventReading>& events = m_snapshot.newEvents;
+        if (!events && m_snapshot.hostFiles.alerts) {
+            add(Level::Unknown, "events_unknown", "events", "they could not be looked at");
+        } else if (events && events->numbersBeganAnew) {
+            add(Level::Warning, "events_below_mark", "events",
+                format("the controller's numbers are below the mark {}: they began anew, and no "
+                       "event is reported until they pass it",
+                       events->mark));
         }
     }
 

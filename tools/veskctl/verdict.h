@@ -15,7 +15,7 @@ enum class Level { Ok, Warning, Unknown, Critical };
 struct Reason {
     Level level = Level::Warning;
     std::string code;     // in snake case
-    std::string subject;  // "disk 1", "volume 0", "controller", "link", "host files"
+    std::string subject;  // "disk 1", "volume 0", "controller", "link", "events", "host files"
     std::string text;
 };
 
