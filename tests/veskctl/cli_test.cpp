@@ -79,6 +79,9 @@ TEST(Cli, UsageErrorsSayWhatIsWrongAndWhatToAsk) {
         {{"locate", "blink", "0"}, "unknown command 'blink' behind 'locate'", "locate"},
         {{"locate", "on", "2"}, "ID: there is no disk '2', the ids are 0 and 1", "locate on"},
         {{"mark", "set"}, "'mark set' needs NUMBER", "mark set"},
+        {{"mark", "set", "2147483648"},
+         "NUMBER: '2147483648' is no number from 0 to 2147483647",
+         "mark set"},
         {{"events", "--wait", "601"}, "--wait: '601' is no number from 0 to 600", "events"},
         {{"events", "--wait", "-1"}, "--wait: '-1' is no number from 0 to 600", "events"},
         {{"events", "--wait", "99999999999999999999"},
@@ -116,6 +119,17 @@ TEST(Cli, UsageErrorsSayWhatIsWrongAndWhatToAsk) {
         EXPECT_EQ(outcome.standardError, std::string("veskctl: ") + row.message +
                                              "\nveskctl: try 'veskctl " + words +
                                              (words.empty() ? "" : " ") + "--help'\n");
+    }
+}
+
+TEST(Cli, NumbersUpToTheirLimitAreTaken) {
+    CliHooks hooks;
+    hooks.prepare = [](CommandContext&) {
+        throw std::runtime_error("understood");
+    };
+    for (const char* number : {"0", "2147483647"}) {
+        EXPECT_EQ(evaluate({"mark", "set", number}, hooks).standardError,
+                  "veskctl: the command failed: understood\n");
     }
 }
 

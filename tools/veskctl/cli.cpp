@@ -143,6 +143,11 @@ namespace {
 
 // The exit code. False is put into `goOn` once nobody reads any more.
 int writeOutcome(CliOutcome outcome, bool& goOn) {
+    const std::string simulated = kSimulatedHost;  // said before anything of that host is shown
+    if (outcome.standardError.rfind(simulated, 0) == 0) {
+        outcome.standardError.erase(0, simulated.size());
+        static_cast<void>(writeAndFlush(stderr, simulated));
+    }
     // A reader that has gone has read enough: nothing to tell, and nobody to tell it to.
     const int failure = writeAndFlush(stdout, outcome.standardOutput);
     goOn = failure == 0;

@@ -126,7 +126,7 @@ private:
 
     // Each gives the fault, or nothing.
     static std::string demandNumber(const std::string& given, unsigned lowest, unsigned highest) {
-        constexpr std::size_t kMostDigits = 9;  // of what surely fits
+        constexpr std::size_t kMostDigits = 10;  // of what surely fits
         const bool digits = !given.empty() && given.size() <= kMostDigits &&
                             given.find_first_not_of("0123456789") == std::string::npos;
         if (digits && std::stoul(given) >= lowest && std::stoul(given) <= highest) {

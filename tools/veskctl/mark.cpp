@@ -14,7 +14,6 @@ namespace veskctl {
 namespace {
 
 constexpr unsigned kLargestMark = std::numeric_limits<std::int32_t>::max();
-constexpr unsigned kNoNumber = std::numeric_limits<unsigned>::max();
 
 constexpr const char* kOthers =
     "a program that has the library loaded, and delivers events just now, may write its own number "
@@ -67,9 +66,6 @@ void runSet(const CommandContext& context, unsigned number, Report& report) {
     report.fields["mark"] = nullptr;
     report.fields["former_mark"] = nullptr;
     report.fields["backup_path"] = nullptr;
-    if (number == kNoNumber) {
-        throw UsageError(format("mark set wants a number from 0 to {}", kLargestMark));
-    }
     const MarkLock lock(placeOfMapping(context.hostRoot, readHostFiles(context.hostRoot)));
     const HostFiles files = readHostFiles(context.hostRoot);
     demandText(files);
@@ -88,7 +84,7 @@ void runSet(const CommandContext& context, unsigned number, Report& report) {
 }
 
 CommandRunner declareSet(Options& options) {
-    const auto number = std::make_shared<unsigned>(kNoNumber);
+    const auto number = std::make_shared<unsigned>(0);
     options.addNumber("NUMBER", *number, 0, kLargestMark, " ",
                       "The number of the last event that counts as delivered; 0: none does");
     options.addRemark("The file is backed up beside itself, with .bak at the end of its name.");

@@ -248,6 +248,7 @@ private:
         m_html += "<div class=\"bars\">\n";
         for (const Health& health : snapshot().health) {
             const std::optional<Wear> wear = health.wear();
+            const std::string disk = format("disk {}", health.disk.slot);
             m_html +=
                 format("<div><h3>Disk {} <span class=\"soft\">{}</span></h3>\n", health.disk.slot,
                        inHtml(health.disk.serialNumber(Padding::Trim).value_or("")));
