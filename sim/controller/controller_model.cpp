@@ -96,13 +96,18 @@ void ControllerModel::restore(const ControllerState& state, double now) {
     }
 }
 
-CommandOverride ControllerModel::failureOf(const ReceivedCommand& command) const {
+CommandOverride ControllerModel::failureOf(const ReceivedCommand& command, double now) {
     const auto commandClass = classify(command);
     if (!commandClass) {
         return {};
     }
+    const std::uint32_t answered = m_commandCounts[*commandClass]++;
     const auto failure = m_adapter.failures.find(*commandClass);
-    return failure == m_adapter.failures.end() ? CommandOverride() : failure->second;
+    if (failure == m_adapter.failures.end() || answered < failure->second.afterCommands ||
+        now - m_eventsBegan < failure->second.afterSeconds) {
+        return {};
+    }
+    return failure->second;
 }
 
 std::vector<unsigned> ControllerModel::locatingDisks() const {

@@ -45,7 +45,8 @@ public:
     // happened since, so that all pages of one look belong together.
     Answer answer(const ReceivedCommand& command, double now);
     // What the scenario does to commands of this kind.
-    CommandOverride failureOf(const ReceivedCommand& command) const;
+    // Counts the command.
+    CommandOverride failureOf(const ReceivedCommand& command, double now);
     // Ids of the disks whose locate light blinks, rising.
     std::vector<unsigned> locatingDisks() const;
 
@@ -63,6 +64,7 @@ private:
     std::uint64_t m_noiseSeed;
     Adapter m_adapter;
     EventLog m_events;
+    std::map<CommandClass, std::uint32_t> m_commandCounts;
     double m_eventsBegan;  // host time at which the log's own time was 0
     std::array<bool, kLedSlots> m_blinking = {};
 };

@@ -379,6 +379,7 @@ int SimulatedHost::passThrough(const std::string& adapter, const void* code, voi
     std::memcpy(&request, code, sizeof(request));
     std::memcpy(&uio, record, sizeof(uio));
 
+    const double arrived = now();
     std::unique_lock<std::mutex> lock(m_state->mutex);
     Refusal refusal = checkPassThrough(request, uio);
     auto model = m_state->controllers.find(adapter);
@@ -392,7 +393,7 @@ int SimulatedHost::passThrough(const std::string& adapter, const void* code, voi
     m_state->remember(command);
     const CommandScript script = m_state->script;
     const DelayHandler delay = m_state->delay;
-    CommandOverride instead = model->second.failureOf(command);
+    CommandOverride instead = model->second.failureOf(command, arrived);
     lock.unlock();
 
     if (script) {

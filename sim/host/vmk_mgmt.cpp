@@ -26,6 +26,11 @@ int guarded(Call call) {
 
 }  // namespace
 
+// Tells programs that this is not the host's own libvmkmgmt.so.
+extern "C" int vesksim_is_simulated() {
+    return 1;
+}
+
 int vmk_MgmtUserInit(const void* signature, unsigned long cookie, unsigned long* handle) {
     return guarded([=](auto& host) { return host.open(signature, cookie, handle); });
 }

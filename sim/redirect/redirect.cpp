@@ -26,10 +26,17 @@ namespace {
 constexpr std::array<std::string_view, 4> kHostFolders = {"/scratch/", "/var/log/", "/opt/orvo/",
                                                           "/etc/cim/"};
 
+struct FileInPlace {
+    char from[256] = "";
+    char to[PATH_MAX] = "";
+};
+
 struct Settings {
     std::mutex mutex;
     char root[PATH_MAX] = "";          // as it was set, no slash at the end
     char resolvedRoot[PATH_MAX] = "";  // without links, as the system names open files
+    std::array<FileInPlace, 8> files;  // the first `fileCount` of them are in force
+    std::atomic<std::size_t> fileCount{0};
     std::shared_ptr<const SleepHandler> sleepHandler;
     std::shared_ptr<const FailureHandler> failureHandler;
     std::atomic<bool> sleepHandlerSet{false};
@@ -140,6 +147,18 @@ std::string hostPath(const std::string& path) {
     return root.empty() ? std::string() : root + path;
 }
 
+void redirectFile(const std::string& from, const std::string& to) {
+    const std::lock_guard<std::mutex> lock(settings().mutex);
+    const std::size_t count = settings().fileCount.load();
+    if (count == settings().files.size() || from.size() >= sizeof FileInPlace::from ||
+        to.size() >= sizeof FileInPlace::to) {
+        throw std::length_error("no room for another file in the place of " + from);
+    }
+    std::strcpy(settings().files[count].from, from.c_str());
+    std::strcpy(settings().files[count].to, to.c_str());
+    settings().fileCount.store(count + 1);
+}
+
 void setSleepHandler(SleepHandler handler) {
     replaceHandler(&Settings::sleepHandler, &Settings::sleepHandlerSet, std::move(handler));
 }
@@ -149,6 +168,12 @@ void setFailureHandler(FailureHandler handler) {
 }
 
 const char* redirected(const char* path, char (&room)[kPathRoom]) {
+    for (std::size_t index = settings().fileCount.load(); index > 0; --index) {
+        const FileInPlace& file = settings().files[index - 1];  // never changed once it counts
+        if (std::strcmp(file.from, path) == 0) {
+            return file.to;
+        }
+    }
     if (!isHostPath(path)) {
         return path;
     }

@@ -18,6 +18,10 @@ std::string hostRoot();
 // The path that `path` leads to: under the root if it is one of the host's, itself otherwise.
 std::string hostPath(const std::string& path);
 
+// Puts one file in the place of another, named as the library names it; comes before the root. The
+// last one said counts, up to eight. Throws std::length_error for more, and for long paths.
+void redirectFile(const std::string& from, const std::string& to);
+
 // Called in the place of sleep(); its result is what sleep returns. nullptr: the real sleep.
 using SleepHandler = std::function<unsigned(unsigned seconds)>;
 void setSleepHandler(SleepHandler handler);

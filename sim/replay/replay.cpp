@@ -14,8 +14,12 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <optional>
 #include <stdexcept>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace vesksim {
 
@@ -134,7 +138,18 @@ struct Replay::Answer {
 
 struct Replay::Answers {
     std::vector<Answer> inOrder;
-    std::size_t next = 0;
+    std::size_t place = 0;  // of its counter in Shared::next
+};
+
+struct Replay::Shared {
+    static constexpr std::size_t kMostRefusals = 32;
+    struct Refusal {
+        bool byFirstThread;
+        char text[512];
+    };
+    std::size_t refusalCount;
+    Refusal refusals[kMostRefusals];
+    std::size_t next[1];  // one for each question: the answer that is given next
 };
 
 struct Replay::Connection {
@@ -151,6 +166,7 @@ Replay& Replay::start(const std::string& file, const std::string& root) {
         fs::create_directories(hostFolder(root) / folder);
     }
     replay->read(file, root);
+    replay->share();
     theReplay = replay;
     return *replay;
 }
@@ -234,38 +250,61 @@ void Replay::take(Record&& record, const std::string& root) {
     answers->inOrder.push_back(std::move(answer));
 }
 
+void Replay::share() {
+    const std::size_t size = sizeof(Shared) + m_answers.size() * sizeof(std::size_t);
+    void* const memory =
+        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) {
+        throw std::bad_alloc();
+    }
+    m_shared = static_cast<Shared*>(memory);  // zeros
+    std::size_t place = 0;
+    for (const auto& entry : m_answers) {
+        entry.second->place = place++;
+    }
+}
+
 // With the mutex held. Null, and remembered, if there is no answer.
 const Replay::Answer* Replay::find(const std::string& question, const std::string& inWords) {
     const auto found = m_answers.find(question);
-    const char* why = "it was never recorded";
-    if (found != m_answers.end()) {
-        Answers& answers = *found->second;
-        const Answer& answer = answers.inOrder[answers.next];
-        if (answers.next + 1 < answers.inOrder.size()) {
-            ++answers.next;
-        }
-        const bool cut = std::any_of(answer.out.begin(), answer.out.end(), [](const Piece& piece) {
-            return (piece.header.flags & veskcap::kCut) != 0;
-        });
-        if (!cut) {
-            return &answer;
-        }
-        why = "the answer was too long to be recorded whole";
+    if (found == m_answers.end()) {
+        refuse(inWords + ": it was never recorded");
+        return nullptr;
     }
-    const std::pair<std::thread::id, std::string> refusal = {std::this_thread::get_id(),
-                                                             fmt::format("{}: {}", inWords, why)};
-    if (std::find(m_refusals.begin(), m_refusals.end(), refusal) == m_refusals.end()) {
-        m_refusals.push_back(refusal);
+    const Answers& answers = *found->second;
+    std::size_t& next = m_shared->next[answers.place];
+    const Answer& answer = answers.inOrder[next];
+    if (next + 1 < answers.inOrder.size()) {
+        ++next;
     }
-    return nullptr;
+    const bool cut = std::any_of(answer.out.begin(), answer.out.end(), [](const Piece& piece) {
+        return (piece.header.flags & veskcap::kCut) != 0;
+    });
+    if (cut) {
+        refuse(inWords + ": the answer was too long to be recorded whole");
+        return nullptr;
+    }
+    return &answer;
+}
+
+void Replay::refuse(const std::string& what) {
+    if (m_shared->refusalCount == Shared::kMostRefusals) {
+        return;
+    }
+    Shared::Refusal& refusal = m_shared->refusals[m_shared->refusalCount];
+    refusal.byFirstThread = gettid() == getpid();
+    refusal.text[what.copy(refusal.text, sizeof(refusal.text) - 1)] = '\0';
+    ++m_shared->refusalCount;
 }
 
 std::vector<std::string> Replay::refusals(bool ofAllThreads) const {
     const std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<std::string> texts;
-    for (const auto& [thread, text] : m_refusals) {
-        if (ofAllThreads || thread == std::this_thread::get_id()) {
-            texts.push_back(text);
+    for (std::size_t i = 0; i < m_shared->refusalCount; ++i) {
+        const Shared::Refusal& refusal = m_shared->refusals[i];
+        const bool known = std::find(texts.begin(), texts.end(), refusal.text) != texts.end();
+        if ((ofAllThreads || refusal.byFirstThread) && !known) {
+            texts.emplace_back(refusal.text);
         }
     }
     return texts;

@@ -13,7 +13,6 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -35,8 +34,8 @@ public:
     // Null if there is none.
     static Replay* active();
 
-    // The commands that could not be answered, in words, each once; of the calling thread only, or
-    // of all.
+    // The commands that could not be answered, in words, each once, in this process and in those
+    // that were forked off; of their first threads only, or of all. There is room for some.
     std::vector<std::string> refusals(bool ofAllThreads) const;
     // Where the capture ends before its end; empty if it does not.
     const std::string& damage() const { return m_damage; }
@@ -51,12 +50,15 @@ private:
     struct Answer;
     struct Answers;
     struct Connection;
+    struct Shared;
 
     Replay();
 
     void read(const std::string& file, const std::string& root);
     void take(veskcap::Record&& record, const std::string& root);
+    void share();
     const Answer* find(const std::string& question, const std::string& inWords);
+    void refuse(const std::string& what);
 
     using HandleOfProcess = std::pair<std::uint32_t, std::uint64_t>;
 
@@ -66,7 +68,9 @@ private:
     std::map<std::string, bool> m_filesSeen;
     std::map<std::uint64_t, std::unique_ptr<Connection>> m_connections;
     std::uint64_t m_given = 0;
-    std::vector<std::pair<std::thread::id, std::string>> m_refusals;
+    // With the processes that are forked off, of which there is one at a time: each goes on in the
+    // capture where the last one ended.
+    Shared* m_shared = nullptr;
     std::string m_damage;
 };
 

@@ -23,10 +23,10 @@ bool endsWith(const std::string& text, const std::string& end) {
 }
 
 std::string readText(const fs::path& file) {
-    // A directory opens like a file and only fails, by an exception, when it is read.
+    // A folder opens like a file and only fails when it is read, a FIFO waits, a device never ends.
     std::error_code failure;
     std::ifstream stream;
-    if (!fs::is_directory(file, failure)) {
+    if (fs::is_regular_file(file, failure)) {
         stream.open(file, std::ios::binary);
     }
     if (!stream.is_open()) {

@@ -129,6 +129,9 @@ struct CommandOverride {
     std::uint32_t uioStatus = 0;      // the driver's own status word
     bool zeroReply = false;           // success, with a reply of zeros
     unsigned delayMilliseconds = 0;   // of the host's clock, through the delay handler
+    // Of a scenario's failure: from when on it holds. Both have to be over.
+    std::uint32_t afterCommands = 0;  // so many commands of the kind are answered before
+    double afterSeconds = 0;          // of the event log's own time
 };
 
 std::vector<Disk> defaultDisks();

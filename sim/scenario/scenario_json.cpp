@@ -262,6 +262,10 @@ CommandOverride readFailure(const JsonPlace& place) {
     reader.number("uio_status", failure.uioStatus);
     reader.flag("zero_reply", failure.zeroReply);
     reader.number("delay_ms", failure.delayMilliseconds);
+    reader.number("after_commands", failure.afterCommands);
+    if (const auto after = reader.find("after_seconds")) {
+        failure.afterSeconds = after->decimal(0, kMaxDecimal);
+    }
     reader.finish();
     return failure;
 }

@@ -34,4 +34,4 @@ for number in 1 2 3 4; do
 done
 kill -TERM "$follower"
 wait "$follower" || fail "--follow ended with $? on SIGTERM"
-grep -q 'note' "$state/follow.err" || fail "--follow did not say how it leaves"
+grep -q 'SIMULATED HOST' "$state/follow.err" || fail "--follow did not say whose events these are"

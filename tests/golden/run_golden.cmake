@@ -9,6 +9,12 @@ if(NOT code EQUAL EXIT)
   message(FATAL_ERROR "exit code ${code}, expected ${EXIT}\n${output}${errors}")
 endif()
 
+# Nobody may take the simulated host for a real one.
+if(NOT output MATCHES "^SIMULATED HOST" AND NOT errors MATCHES "^SIMULATED HOST\n")
+  message(FATAL_ERROR "the simulated host is not named\n${output}${errors}")
+endif()
+string(REGEX REPLACE "^SIMULATED HOST\n" "" errors "${errors}")
+
 if(STDERR STREQUAL "")
   if(NOT errors STREQUAL "")
     message(FATAL_ERROR "standard error was expected to be empty:\n${errors}")

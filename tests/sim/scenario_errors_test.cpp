@@ -107,7 +107,7 @@ TEST(ScenarioErrors, NameTheFile) {
     };
     EXPECT_EQ(messageOf(bad), bad + ": the top level: an object is wanted, and here is array. Put "
                                     "what belongs here between { and }.");
-    for (const std::string file : {"/no/such/file", "no-such-file.json", "/"}) {
+    for (const std::string file : {"/no/such/file", "no-such-file.json", "/", "/dev/zero"}) {
         EXPECT_EQ(messageOf(file), file + ": the file cannot be read. Look whether it is a file, "
                                           "exists and may be read.");
     }

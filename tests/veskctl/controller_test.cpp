@@ -21,9 +21,9 @@ protected:
 };
 
 std::string shown(const Controller& controller) {
-    Table table;
-    addControllerSections(controller, table);
-    return table.render(false);
+    Blocks blocks;
+    addControllerSections(controller, blocks);
+    return blocks.render(false);
 }
 
 TEST_F(ControllerOfAHost, EveryFieldIsFoundAmongNoise) {
@@ -52,7 +52,7 @@ PCIe link
   Maximum speed        16 GT/s
   Current width        4 lanes
   Maximum width        8 lanes
-  Below maximum        yes (the slot may limit it, or it is idle)
+! Below maximum        yes (the slot may limit it, or it is idle)
 
 Contents
   Physical disks       2
@@ -77,7 +77,7 @@ TEST_F(ControllerOfAHost, ZerosAreNoAnswerAndKeepEveryField) {
         "physical_disk_count": 0, "virtual_disk_count": 0, "port_count": 0,
         "max_buffer_size_raw": 0})"));
     const std::string text = shown(controller);
-    EXPECT_TRUE(contains(text, "  State                not responding\n")) << text;
+    EXPECT_TRUE(contains(text, "! State                not responding\n")) << text;
     EXPECT_TRUE(contains(text, "  PCI address          not reported\n")) << text;
     EXPECT_TRUE(contains(text, "  Firmware version     0.0.0.0\n")) << text;
     EXPECT_EQ(told(problems),
@@ -168,7 +168,7 @@ TEST(PcieLink, LinesOfAllKinds) {
   Maximum speed        8 GT/s
   Current width        1 lane
   Maximum width        8 lanes
-  Below maximum        yes (the slot)"));
+! Below maximum        yes (the slot)"));
     controller.link = makeLink(0, 9, 0, 0);
     EXPECT_TRUE(contains(shown(controller), R"(PCIe link
   Current speed        not reported

@@ -31,9 +31,9 @@ protected:
 };
 
 std::string shown(const Disk& disk) {
-    Table table;
-    addDiskSection(disk, Padding::Trim, table);
-    return table.render(false);
+    Blocks blocks;
+    addDiskSection(disk, Padding::Trim, blocks);
+    return blocks.render(false);
 }
 
 TEST_F(DiskOfAController, IsAskedForRecordByRecord) {
@@ -45,7 +45,7 @@ TEST_F(DiskOfAController, IsAskedForRecordByRecord) {
     EXPECT_EQ(compact(diskToJson(disk, Padding::Trim)), compact(R"({
         "slot": 1, "present": true, "model_name": "Model X", "serial_number": "SN 0042",
         "firmware_version": "F1.2", "device_id": 258, "hd_id": 772, "online": true,
-        "raid_status_code": 33, "capacity_raw": 937673264, "capacity_bytes": null,
+        "state": "online", "health_alert": true, "raid_status_code": 33, "capacity_raw": 937673264, "capacity_bytes": null,
         "block_size_bytes": 4096, "free_space_raw": 0,
         "raw": {"hd_type": 64, "hd_ssd_type": 1, "feature_support": 0, "write_cache_on": 1,
                 "smart_on": 1, "drive_speed": 3, "crypto": 0, "aes_percentage": 0}})"));
@@ -62,7 +62,7 @@ TEST_F(DiskOfAController, AnAbsentOneIsAnAnswer) {
     const Disk disk = read(0);
     EXPECT_EQ(library.calls, Texts{"diskInfo 0"});
     EXPECT_EQ(told(problems), Texts());
-    EXPECT_EQ(shown(disk), "Disk 0\n  State  absent\n");
+    EXPECT_EQ(shown(disk), "Disk 0\n! State  absent\n");
 }
 
 PD_Info blankInfo() {
@@ -82,7 +82,7 @@ TEST_F(DiskOfAController, OneOfZerosDidNotAnswerWhateverItsReservedBytes) {
     EXPECT_EQ(disk.presence, Presence::Unknown);
     EXPECT_FALSE(disk.info.has_value());
     EXPECT_EQ(at(diskToJson(disk, Padding::Trim), "/present"), "null");
-    EXPECT_EQ(shown(disk), "Disk 1\n  State  did not answer\n");
+    EXPECT_EQ(shown(disk), "Disk 1\n! State  did not answer\n");
     EXPECT_EQ(told(problems), Texts{"disk_not_responding: disk 1 did not answer"});
 }
 
@@ -179,7 +179,7 @@ TEST_F(DiskOfAController, NumbersThatADoubleCannotHoldStandThereAsTextToo) {
 TEST_F(DiskOfAController, PartsThatAreMissingOrUnprintableAreShownSo) {
     Disk disk = read();
     disk.config->online = 0;
-    EXPECT_TRUE(contains(shown(disk), "  State             not online\n"));
+    EXPECT_TRUE(contains(shown(disk), "! State             not online, health alert (0x21)\n"));
     disk.info->modelNumber[0] = '\0';
     disk.info->serialNumber[0] = '\x1B';
     disk.config.reset();
@@ -194,13 +194,80 @@ TEST_F(DiskOfAController, PartsThatAreMissingOrUnprintableAreShownSo) {
   Serial number     ?N 0042
   Firmware version  F1.2
   State             unknown
-  RAID status       unknown
-  Capacity          937673264 (unit not stated)
+  Capacity          3.841 TB if blocks of 4096 bytes (raw value 937673264)
   Free space        unknown
   Block size        4096 bytes
   Device ID         258
   HD ID             unknown
 )");
+}
+
+TEST_F(DiskOfAController, StateStandsBesideItsCode) {
+    struct Row {
+        unsigned online, status;
+        const char *state, *text;
+        bool attention;
+    };
+    const std::vector<Row> rows = {
+        {1, 0x01, "online", "online (0x01)", false},
+        {0, 0x00, "not_online", "not online (0x00)", false},
+        {1, 0x21, "online", "online, health alert (0x21)", true},
+        {0, 0x20, "not_online", "not online, health alert (0x20)", true}};
+    for (const Row& row : rows) {
+        slot.config->online = static_cast<UCHAR_>(row.online);
+        slot.raidStatus->raidStatus = static_cast<UCHAR_>(row.status);
+        const Disk disk = read();
+        EXPECT_STREQ(disk.state(), row.state);
+        EXPECT_EQ(disk.stateText(), row.text);
+        EXPECT_EQ(disk.wantsAttention(), row.attention) << row.text;
+    }
+    EXPECT_STREQ(read(0).state(), "absent");
+    EXPECT_TRUE(read(0).wantsAttention());
+}
+
+TEST_F(DiskOfAController, SizesAreGuessedForPeopleOnly) {
+    Disk disk = read();
+    EXPECT_EQ(sizeCell(937703088, disk), "3.841 TB");
+    EXPECT_EQ(sizeCell(0, disk), "0");
+    EXPECT_EQ(sizeCell(std::nullopt, disk), "-");
+    EXPECT_EQ(sizeCell(1ULL << 60U, disk), "raw 1152921504606846976");
+    disk.info->blockSize = 0;
+    EXPECT_EQ(sizeCell(7, disk), "raw 7");
+    EXPECT_TRUE(contains(shown(disk), "  Capacity          937673264 (unit not stated)\n"));
+}
+
+TEST_F(DiskOfAController, IsFoundByItsSerialNumber) {
+    EXPECT_EQ(findSlot(library.functions(), "0", problems), 0U);
+    EXPECT_EQ(library.calls, Texts());
+    EXPECT_EQ(findSlot(library.functions(), "SN 0042", problems), 1U);
+    EXPECT_EQ(wantedSlots(library.functions(), "", problems), (std::vector<unsigned>{0, 1}));
+    EXPECT_EQ(wantedSlots(library.functions(), "SN 0042", problems), std::vector<unsigned>{1});
+    // A serial number of 20 characters is delivered without its last one.
+    RecordBytes<248> full;
+    slot.info = full.putText(76, 40, "M").putText(116, 20, "SERIAL-OF-20-CHARAC").as<PD_Info>();
+    EXPECT_EQ(findSlot(library.functions(), "SERIAL-OF-20-CHARACT", problems), 1U);
+    EXPECT_EQ(findSlot(library.functions(), "SERIAL-OF-20-CHARAC", problems), 1U);
+    EXPECT_THROW(findSlot(library.functions(), "SERIAL-OF-20-CHARA", problems), UsageError);
+    EXPECT_EQ(told(problems), Texts());
+}
+
+TEST_F(DiskOfAController, AnUnknownSerialNumberIsAUsageErrorIfAllDisksAnswered) {
+    const auto messageFor = [this](const char* serial) {
+        try {
+            findSlot(library.functions(), serial, problems);
+        } catch (const ProblemError& error) {
+            problems.push_back(error.problem());
+        }
+    };
+    messageFor("SN 0043");
+    EXPECT_EQ(told(problems), Texts{"usage: no disk has the serial number 'SN 0043' (disk 1 has SN "
+                                    "0042)"});
+    problems.clear();
+    slot.info = blankInfo();
+    messageFor("SN 0042");
+    EXPECT_EQ(told(problems), (Texts{"disk_not_responding: disk 1 did not answer",
+                                     "disk_not_responding: no disk that answers has the serial "
+                                     "number 'SN 0042' (there is no disk)"}));
 }
 
 }  // namespace

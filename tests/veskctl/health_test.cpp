@@ -29,9 +29,9 @@ protected:
 };
 
 std::string shown(const Health& health, bool colour = false) {
-    Table table;
-    addHealthSection(health, table);
-    return table.render(colour);
+    Blocks blocks;
+    addHealthSection(health, blocks);
+    return blocks.render(colour);
 }
 
 TEST_F(HealthOfADisk, IsDecodedAmongNoise) {
@@ -51,11 +51,11 @@ TEST_F(HealthOfADisk, IsDecodedAmongNoise) {
 TEST_F(HealthOfADisk, StatusCodesHaveNames) {
     slot.health = sampleHealth(1);
     EXPECT_EQ(at(healthToJson(read()), "/smart_status"), "\"alert\"");
-    EXPECT_TRUE(contains(shown(read(), true), "  \x1b[33malert\x1b[0m\n"));
+    EXPECT_TRUE(contains(shown(read(), true), "  \x1b[33malert (0x01)\x1b[0m\n"));
     slot.health = sampleHealth(9);
     EXPECT_EQ(at(healthToJson(read()), "/smart_status"), "\"unknown\"");
     EXPECT_EQ(at(healthToJson(read()), "/smart_status_code"), "9");
-    EXPECT_TRUE(contains(shown(read()), "unknown (code 9)"));
+    EXPECT_TRUE(contains(shown(read()), "unknown (0x09)"));
 }
 
 TEST_F(HealthOfADisk, WearBeyondItsLimitsIsColouredAndNoProblem) {
@@ -73,8 +73,8 @@ TEST_F(HealthOfADisk, WearBeyondItsLimitsIsColouredAndNoProblem) {
         slot.health->attributes[1].currentValue = static_cast<UCHAR_>(row.spare);
         slot.health->attributes[1].thresholdValue = static_cast<UCHAR_>(row.threshold);
         const std::string text = shown(read(), true);
-        EXPECT_TRUE(contains(text, std::string("  Percentage used") + row.usedShown)) << text;
-        EXPECT_TRUE(contains(text, std::string("  Available spare") + row.spareShown)) << text;
+        EXPECT_TRUE(contains(text, std::string(" Percentage used") + row.usedShown)) << text;
+        EXPECT_TRUE(contains(text, std::string(" Available spare") + row.spareShown)) << text;
     }
     EXPECT_EQ(told(problems), Texts());
 }
@@ -87,7 +87,7 @@ TEST_F(HealthOfADisk, AnAbsentDiskIsNotAskedForItsHealth) {
         "slot": 0, "present": false, "model_name": null, "serial_number": null,
         "smart_status": "unknown", "smart_status_code": null, "percentage_used": null,
         "available_spare": null, "available_spare_threshold": null, "attributes": []})"));
-    EXPECT_EQ(shown(health), "Disk 0\n  State  absent\n");
+    EXPECT_EQ(shown(health), "Disk 0\n! State  absent\n");
 }
 
 // It would read as a healthy one.
@@ -104,7 +104,7 @@ TEST_F(HealthOfADisk, ARecordThatStaysUntouchedIsNoHealth) {
     EXPECT_FALSE(health.record.has_value());
     EXPECT_EQ(told(problems),
               Texts{"disk_not_responding: disk 1 did not answer the request for its health"});
-    EXPECT_TRUE(contains(shown(health), "  Health status    unknown\n"
+    EXPECT_TRUE(contains(shown(health), "! Health status    unknown\n"
                                         "  Percentage used  unknown\n"));
 }
 

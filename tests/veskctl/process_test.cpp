@@ -62,8 +62,8 @@ TEST(StopSignals, APauseWithoutASignalPasses) {
     EXPECT_FALSE(signals.arrived());
 }
 
-TEST(StopSignals, EitherSignalEndsAPause) {
-    for (const int signal : {SIGINT, SIGTERM}) {
+TEST(StopSignals, EachSignalEndsAPause) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         const StopSignals signals;
         raise(signal);
         EXPECT_TRUE(signals.arrived());

@@ -40,9 +40,9 @@ protected:
 };
 
 std::string shown(const Volume& volume) {
-    Table table;
-    addVolumeSection(volume, table);
-    return table.render(false);
+    Blocks blocks;
+    addVolumeSection(volume, blocks);
+    return blocks.render(false);
 }
 
 TEST_F(VolumeOfAController, IsDecodedAmongNoise) {
@@ -50,7 +50,7 @@ TEST_F(VolumeOfAController, IsDecodedAmongNoise) {
     EXPECT_EQ(library.calls, (Texts{"volumeInfo 1", "volumeConfig 1"}));
     EXPECT_EQ(told(problems), Texts());
     EXPECT_EQ(compact(volumeToJson(volume)), compact(R"({
-        "id": 1, "present": true, "vd_id": 261, "name": "BOOT", "status_code": 2,
+        "id": 1, "present": true, "vd_id": 261, "name": "BOOT", "state": "not_normal", "status_code": 2,
         "raid_level": "raid1", "raid_mode_code": 1, "member_count": 2, "size_lba": 937570048,
         "block_size_bytes": 512, "capacity_bytes": 480035864576, "stripe_block_size": 128,
         "raw": {"info_cache_mode": 1, "config_cache_mode": 0, "hypper_water_mark": 0,
@@ -81,14 +81,14 @@ TEST_F(VolumeOfAController, CapacityThatHasNoRoomIsNull) {
 TEST_F(VolumeOfAController, AnAbsentOneIsAnAnswer) {
     const Volume volume = read(0);
     EXPECT_EQ(told(problems), Texts());
-    EXPECT_EQ(shown(volume), "Volume 0\n  State  absent\n");
+    EXPECT_EQ(shown(volume), "Volume 0\n! State  absent\n");
 }
 
 TEST_F(VolumeOfAController, OneOfZerosDidNotAnswer) {
     slot.volumeInfo = VD_Info();
     const Volume volume = read();
     EXPECT_EQ(volume.presence, Presence::Unknown);
-    EXPECT_EQ(shown(volume), "Volume 1\n  State  did not answer\n");
+    EXPECT_EQ(shown(volume), "Volume 1\n! State  did not answer\n");
     EXPECT_EQ(told(problems), Texts{"volume_not_responding: volume 1 did not answer"});
 }
 

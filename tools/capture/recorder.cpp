@@ -16,6 +16,7 @@
 #include <new>
 
 #include <pthread.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace veskcap {
@@ -130,14 +131,21 @@ Recorder* Recorder::active() noexcept {
     return recorder->m_recording.load(std::memory_order_relaxed) ? recorder : nullptr;
 }
 
+Recorder::Recorder() : m_mask(std::string()) {
+    static End ownEnd;
+    void* const shared =
+        mmap(nullptr, sizeof(End), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    m_end = shared == MAP_FAILED ? &ownEnd : new (shared) End;
+}
+
 const char* Recorder::problem() noexcept {
-    return theRecorder == nullptr || theRecorder->m_reason[0] == '\0' ? nullptr
-                                                                      : theRecorder->m_reason;
+    const bool ended = theRecorder != nullptr && theRecorder->m_end->reason[0] != '\0';
+    return ended ? theRecorder->m_end->reason : nullptr;
 }
 
 void Recorder::sayProblem() noexcept {
     const char* const text = problem();
-    if (text != nullptr && !theRecorder->m_said.exchange(true)) {
+    if (text != nullptr && !theRecorder->m_end->said.exchange(true)) {
         say(text);
     }
 }
@@ -153,7 +161,7 @@ bool Recorder::start() {
         m_mask = SerialMask(key);
     }
     if (!m_file.open(path, m_masking ? kMasked : 0, m_masking ? m_mask.keyCheck() : 0)) {
-        std::snprintf(m_reason, sizeof(m_reason), "nothing is recorded in %s: %s", path,
+        std::snprintf(m_end->reason, sizeof(m_end->reason), "nothing is recorded in %s: %s", path,
                       m_file.problem());
         return false;
     }
@@ -174,7 +182,7 @@ void Recorder::stop(const char* reason) noexcept {
     if (!m_recording.exchange(false)) {
         return;
     }
-    std::snprintf(m_reason, sizeof(m_reason),
+    std::snprintf(m_end->reason, sizeof(m_end->reason),
                   "recording in %s ended, the program goes on without: %s", m_file.path(), reason);
     sayProblem();
 }

@@ -89,7 +89,13 @@ private:
         std::string content;
     };
 
-    Recorder() : m_mask(std::string()) {}
+    // How recording ended, for this process and those that are forked off: one says it for all.
+    struct End {
+        std::atomic<bool> said{false};
+        char reason[5120] = "";  // empty: it goes on
+    };
+
+    Recorder();
 
     bool start();
     void stop(const char* reason) noexcept;
@@ -115,7 +121,6 @@ private:
     static void releaseInChild();
 
     std::atomic<bool> m_recording{false};
-    std::atomic<bool> m_said{false};
     std::atomic<std::uint32_t> m_pid{0};
     bool m_masking = false;
 
@@ -125,7 +130,7 @@ private:
     std::map<unsigned long, Connection> m_connections;
     std::vector<HostFile> m_hostFiles;  // not written yet
     bool m_hostFilesRead = false;
-    char m_reason[5120] = "";
+    End* m_end;
 };
 
 }  // namespace veskcap

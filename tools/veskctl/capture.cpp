@@ -6,6 +6,7 @@
 #include "veskctl/command.h"
 #include "veskctl/format.h"
 #include "veskctl/library.h"
+#include "veskctl/printable.h"
 #include "veskctl/report.h"
 
 #include <algorithm>
@@ -376,19 +377,17 @@ CommandRunner declareShow(Options& options) {
         bool hex = false;
     };
     const auto choice = std::make_shared<Choice>();
-    options.addText("FILE", choice->file, " ", "The capture");
+    options.addPath(choice->file, "FILE", "The capture", true);
     options.addFlag("--hex", choice->hex, "Show all bytes");
     return [choice](const CommandContext& context, Report& report) {
-        if (choice->file.empty()) {
-            throw UsageError("no capture was named; give its file: capture show FILE");
-        }
         std::error_code error;
         std::ifstream stream(choice->file, std::ios::binary);
         if (!stream || fs::is_directory(choice->file, error)) {
             throw UsageError(format("the capture {} cannot be opened: {}", choice->file,
                                     stream ? "it is a folder" : std::strerror(errno)));
         }
-        showCapture(stream, choice->file, context.json, choice->hex, report);
+        showCapture(stream, choice->file, context.format != OutputFormat::Table, choice->hex,
+                    report);
     };
 }
 
@@ -401,13 +400,9 @@ void addCaptureOptions(Options& target, CaptureOptions& options) {
     target.onlyWith("--mask", "--capture");
 }
 
-void startCapture(const CaptureOptions& options, const std::string& libraryName,
-                  const std::string& command) {
+void startCapture(const CaptureOptions& options, const std::string& libraryName) {
     if (options.file.empty()) {
         return;
-    }
-    if (command == "capture show") {
-        throw UsageError("--capture is for commands that ask the controller");
     }
     setenv(kFileVariable, fs::absolute(options.file).c_str(), 1);
     const char* const key = std::getenv(kKeyVariable);
@@ -447,6 +442,7 @@ void showCapture(std::istream& stream, const std::string& name, bool json, bool 
     report.fields["format"] = nullptr;
     report.fields["masked"] = nullptr;
     report.fields["records"] = Json::array();
+    report.items = "records";
     try {
         veskcap::CaptureReader reader(stream);
         const bool masked = (reader.header().flags & veskcap::kMasked) != 0;
@@ -478,7 +474,14 @@ Command captureCommand() {
     return {"capture",
             "Look at a capture",
             nullptr,
-            {{"show", "List what a capture holds", declareShow}}};
+            {{"show",
+              "List what a capture holds",
+              declareShow,
+              {},
+              false,
+              {{"capture show host.cap", "what was asked and answered"},
+               {"capture show host.cap --hex", "with all bytes"}},
+              true}}};
 }
 
 }  // namespace veskctl

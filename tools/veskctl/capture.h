@@ -20,8 +20,7 @@ void addCaptureOptions(Options& target, CaptureOptions& options);
 // Runs the whole program anew with libvesk-capture.so in front of the platform's library, and
 // returns in that second run only. Does nothing without a file. libraryName: of libVeskNvme.so,
 // which the capture library may stand beside. Throws ProblemError.
-void startCapture(const CaptureOptions& options, const std::string& libraryName,
-                  const std::string& command);
+void startCapture(const CaptureOptions& options, const std::string& libraryName);
 
 // Notes a capture that ended early among the problems.
 void finishCapture(Report& report);

@@ -1,19 +1,23 @@
 #include "veskctl/cli.h"
 
 #include "veskctl/capture.h"
+#include "veskctl/check.h"
+#include "veskctl/command_line.h"
 #include "veskctl/format.h"
+#include "veskctl/help.h"
 #include "veskctl/library.h"
+#include "veskctl/output.h"
 #include "veskctl/process.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
+#include "veskctl/usage_message.h"
+#include "veskctl/watch.h"
 
-#include <CLI/CLI.hpp>
-
-#include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+#include <chrono>
 #include <cstring>
 #include <exception>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -22,184 +26,44 @@ namespace veskctl {
 
 namespace {
 
-constexpr const char* kFooter = R"(Exit codes:
-  0  done
-  1  the device or the library failed, or the output could not be written
-  2  the command line is wrong
-  3  there is no controller
-
-With --json, standard output carries one JSON document, also after an error.
-Colour is used on a terminal only, and not with NO_COLOR set or TERM=dumb.)";
-
-// Declares with CLI11, which no other source includes: it takes seconds to read.
-class CliOptions : public Options {
-public:
-    explicit CliOptions(CLI::App& app) : m_app(app) {}
-
-    void addFlag(const std::string& name, bool& value, const std::string& help) override {
-        m_app.add_flag(name, value, help);
-    }
-
-    void addText(const std::string& name, std::string& value, const std::string& shownAs,
-                 const std::string& help) override {
-        const auto refuseEmpty = [](const std::string& given) {
-            return std::string(given.empty() ? "the value is empty" : "");
-        };
-        m_app.add_option(name, value, help)->option_text(shownAs)->check(refuseEmpty, "");
-    }
-
-    void addNumber(const std::string& name, unsigned& value, unsigned lowest, unsigned highest,
-                   const std::string& shownAs, const std::string& help) override {
-        m_app.add_option(name, value, help)
-            ->option_text(shownAs)
-            ->check(CLI::Range(lowest, highest));
-    }
-
-    void addId(std::optional<unsigned>& id, const std::string& thing, bool required) override {
-        const auto check = [thing](const std::string& value) {
-            return value == "0" || value == "1"
-                       ? std::string()
-                       : format("there is no {} '{}', the ids are 0 and 1", thing, value);
-        };
-        const auto store = [&id](const std::string& value) {
-            id = value == "0" ? 0U : 1U;
-        };
-        m_app.add_option_function<std::string>("ID", store, format("The {}: 0 or 1", thing))
-            ->option_text(" ")
-            ->check(check, "")
-            ->required(required);
-    }
-
-    void onlyWith(const std::string& name, const std::string& other) override {
-        m_app.get_option(name)->needs(m_app.get_option(other));
-    }
-
-    void notWith(const std::string& name, const std::string& other) override {
-        m_app.get_option(name)->excludes(m_app.get_option(other));
-    }
-
-    void addRemark(const std::string& text) override {
-        m_app.footer(text + "\n\n" + m_app.get_footer());
-    }
-
-private:
-    CLI::App& m_app;
-};
-
-struct Runnable {
-    CLI::App* app;
-    std::string path;  // all words of the command
-    CommandRunner run;
-};
-
-class CommandLine {
-public:
-    explicit CommandLine(const CliHooks& hooks)
-        : m_app("Shows the NVMe RAID controller of this host.", hooks.programName) {
-        m_app.set_version_flag("--version", format("{} {}", hooks.programName, kProgramVersion));
-        m_app.require_subcommand(1);
-        m_app.footer(kFooter);
-        addCommonOptions(m_app, hooks);
-        addCommands(m_app, "", allCommands(), hooks);
-        addCommands(m_app, "", hooks.commands, hooks);
-    }
-
-    CLI::App& app() { return m_app; }
-    const std::string& library() const { return m_library; }
-    bool json() const { return m_json; }
-    const CaptureOptions& capture() const { return m_capture; }
-
-    // Subcommands stand behind the command that they belong to, and were parsed with it.
-    const Runnable& chosen() const {
-        return *std::find_if(m_runnable.rbegin(), m_runnable.rend(),
-                             [](const Runnable& candidate) { return candidate.app->parsed(); });
-    }
-
-private:
-    void addCommands(CLI::App& parent, const std::string& prefix,
-                     const std::vector<Command>& commands, const CliHooks& hooks) {
-        for (const Command& command : commands) {
-            CLI::App* subcommand = parent.add_subcommand(command.name, command.summary);
-            subcommand->footer(kFooter);
-            addCommonOptions(*subcommand, hooks);
-            const std::string path = prefix + command.name;
-            if (command.declare != nullptr) {
-                CliOptions options(*subcommand);
-                m_runnable.push_back({subcommand, path, command.declare(options)});
-            } else {
-                subcommand->require_subcommand(1);
-            }
-            addCommands(*subcommand, path + ' ', command.subcommands, hooks);
-        }
-    }
-
-    void addCommonOptions(CLI::App& target, const CliHooks& hooks) {
-        CliOptions options(target);
-        options.addFlag("--json", m_json, "Write one JSON document");
-        options.addText("--library", m_library, format("PATH [{}]", kDefaultLibrary),
-                        "The library file, or a name for the loader to look for");
-        addCaptureOptions(options, m_capture);
-        if (hooks.addOptions) {
-            hooks.addOptions(options);
-        }
-    }
-
-    std::string m_library = kDefaultLibrary;
-    bool m_json = false;
-    CaptureOptions m_capture;
-    CLI::App m_app;
-    std::vector<Runnable> m_runnable;
-};
-
-// A command line that cannot be read may still ask for a document.
-bool asksForJson(int argc, const char* const* argv) {
-    return std::any_of(argv + std::min(argc, 1), argv + argc,
-                       [](const char* argument) { return std::strcmp(argument, "--json") == 0; });
-}
-
-CliOutcome outcomeOf(const std::string& command, const Report& report, bool json, bool colour) {
+CliOutcome outcomeOf(const std::string& command, const Report& report,
+                     const CommandContext& context) {
+    Output output = renderOutput(command, report, context);
     CliOutcome outcome;
     outcome.exitCode = static_cast<int>(exitCodeOf(report.problems));
-    outcome.standardOutput =
-        json ? renderJson(command, report) : report.table.render(colour) + report.text;
-    outcome.standardError = renderProblems(report.problems);
-    if (!json) {
-        outcome.standardError += renderNotes(report.notes);
+    if (report.problems.empty() && report.exitCode) {
+        outcome.exitCode = *report.exitCode;
+    } else if (command == kCheckName) {
+        outcome.exitCode = checkExitCode(Level::Unknown);  // the usual one would read as critical
     }
+    outcome.standardOutput = std::move(output.standardOutput);
+    outcome.standardError = std::move(output.standardError);
+    outcome.afterWriting = report.afterWriting;
     return outcome;
 }
 
-// CLI11 complains of a missing command where there is an unknown one, or an unknown option only.
-std::string usageMessage(const CLI::App& app, const CLI::ParseError& error) {
-    const int code = error.get_exit_code();
-    const bool aboutWords = code == static_cast<int>(CLI::ExitCodes::RequiredError) ||
-                            code == static_cast<int>(CLI::ExitCodes::ExtrasError);
-    const CLI::App* level = &app;
-    std::string behind;
-    while (!level->get_subcommands().empty()) {
-        level = level->get_subcommands().front();
-        behind += (behind.empty() ? "" : " ") + level->get_name();
-    }
-    if (!aboutWords || level->get_require_subcommand_min() == 0) {
-        return error.what();
-    }
-    if (!behind.empty()) {
-        behind = format(" behind '{}'", behind);
-    }
-    const std::vector<std::string> unknown = app.remaining(true);
-    if (unknown.empty()) {
-        return format("no command was given{}", behind);
-    }
-    const bool isOption = unknown.front().rfind('-', 0) == 0;
-    return format("unknown {} '{}'{}", isOption ? "option" : "command", unknown.front(), behind);
+std::string hintLine(const ProgramDescription& program, const std::string& words) {
+    return format("veskctl: {}\n", helpHint(program, words));
 }
 
-CliOutcome usageFailure(const CliHooks& hooks, const std::string& message, bool json) {
+CliOutcome usageFailure(const CliHooks& hooks, const ProgramDescription& program,
+                        const std::string& words, const std::string& message, bool json) {
     Report report;
     report.problems.push_back({ProblemKind::Usage, message});
-    CliOutcome outcome = outcomeOf("", report, json, false);
-    outcome.standardError +=
-        format("veskctl: try '{} --help' for more information\n", hooks.programName);
+    CommandContext context;
+    context.format = json ? OutputFormat::JsonDocument : OutputFormat::Table;
+    context.simulated = hooks.simulated;
+    CliOutcome outcome = outcomeOf(words, report, context);
+    outcome.standardError += hintLine(program, words);
+    return outcome;
+}
+
+CliOutcome aboutProgram(const Request& request, const ProgramDescription& program,
+                        const Screen& screen) {
+    CliOutcome outcome;
+    outcome.standardOutput = request.kind == Request::Kind::Version
+                                 ? format("{} {}\n", program.name, kProgramVersion)
+                                 : helpText(program, *program.find(request.words), screen.width);
     return outcome;
 }
 
@@ -219,18 +83,21 @@ void reported(Report& report, Work work) {
     }
 }
 
-void runCommand(const Runnable& command, const CommandContext& context, const CliHooks& hooks,
+void runCommand(const Request& request, CommandContext& context, const CliHooks& hooks,
                 const CaptureOptions& capture, Report& report) {
     reported(report, [&] {
-        startCapture(capture, context.libraryName, command.path);
-        if (hooks.prepare) {
-            hooks.prepare();
+        if (request.aboutProgram && !capture.file.empty()) {
+            throw UsageError("--capture is for commands that ask the controller");
         }
-        command.run(context, report);
+        startCapture(capture, context.libraryName);
+        if (hooks.prepare && !request.aboutProgram) {
+            hooks.prepare(context);
+        }
+        request.run(context, report);
     });
     reported(report, [&] {
-        if (hooks.finish) {
-            hooks.finish(command.path, report);
+        if (hooks.finish && !request.aboutProgram) {
+            hooks.finish(request.words, report);
         }
         finishCapture(report);
     });
@@ -238,41 +105,106 @@ void runCommand(const Runnable& command, const CommandContext& context, const Cl
 
 }  // namespace
 
-CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks, bool colour) {
-    CommandLine line(hooks);
+CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
+                       const Screen& screen) {
+    const ProgramDescription program = describeProgram(hooks);
+    CommandLine line(hooks, program);
+    Request request;
+    CommandContext context;
+    std::optional<unsigned> watchSeconds;
     try {
-        line.app().parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        return {static_cast<int>(ExitCode::Ok), line.app().help(), ""};
-    } catch (const CLI::CallForVersion& version) {
-        return {static_cast<int>(ExitCode::Ok), format("{}\n", version.what()), ""};
-    } catch (const CLI::ParseError& error) {
-        return usageFailure(hooks, usageMessage(line.app(), error), asksForJson(argc, argv));
+        request = line.read(argc, argv);
+        if (request.kind != Request::Kind::Run) {
+            return aboutProgram(request, program, screen);
+        }
+        watchSeconds = line.common().watchSeconds();
+        context = line.common().contextFor(screen);
+        if (watchSeconds && !request.watchable) {
+            throw UsageError(format("--watch does not go with '{}'", request.words));
+        }
+    } catch (const LineError& error) {
+        return usageFailure(hooks, program, error.words(), error.what(), asksForJson(argc, argv));
+    } catch (const UsageError& error) {
+        return usageFailure(hooks, program, request.words, error.what(), asksForJson(argc, argv));
     }
-
-    const Runnable& command = line.chosen();
-    const CommandContext context = {line.library(), line.json(), colour};
     Report report;
-    runCommand(command, context, hooks, line.capture(), report);
-    return outcomeOf(command.path, report, context.json, colour);
+    context.program = &program;
+    context.simulated = hooks.simulated && !request.aboutProgram;
+    runCommand(request, context, hooks, line.common().capture(), report);
+    CliOutcome outcome = outcomeOf(request.words, report, context);
+    if (exitCodeOf(report.problems) == ExitCode::Usage) {
+        outcome.standardError += hintLine(program, request.words);
+    }
+    outcome.watchSeconds = watchSeconds;
+    return outcome;
 }
 
-int runCli(int argc, const char* const* argv, const CliHooks& hooks) {
-    prepareStandardStreams();
-    const bool colour =
-        colourWanted(isatty(STDOUT_FILENO) == 1, std::getenv("NO_COLOR"), std::getenv("TERM"));
-    CliOutcome outcome = evaluateCli(argc, argv, hooks, colour);
+namespace {
 
+// The exit code. False is put into `goOn` once nobody reads any more.
+int writeOutcome(CliOutcome outcome, bool& goOn) {
+    const std::string simulated = kSimulatedHost;  // said before anything of that host is shown
+    if (outcome.standardError.rfind(simulated, 0) == 0) {
+        outcome.standardError.erase(0, simulated.size());
+        static_cast<void>(writeAndFlush(stderr, simulated));
+    }
     // A reader that has gone has read enough: nothing to tell, and nobody to tell it to.
     const int failure = writeAndFlush(stdout, outcome.standardOutput);
+    goOn = failure == 0;
     if (failure != 0 && failure != EPIPE) {
         outcome.standardError +=
             format("veskctl: standard output cannot be written: {}\n", std::strerror(failure));
         outcome.exitCode = static_cast<int>(ExitCode::Failed);
     }
+    if (failure == 0 && outcome.afterWriting) {
+        const std::optional<Problem> problem = outcome.afterWriting();
+        if (problem) {
+            outcome.standardError += renderProblems({*problem});
+            outcome.exitCode = static_cast<int>(exitCodeOf({*problem}));
+        }
+    }
     // Where standard error fails as well, the exit code has to do.
     static_cast<void>(writeAndFlush(stderr, outcome.standardError));
     return outcome.exitCode;
+}
+
+// On a terminal, what the look says stands over what the last one said, errors too.
+CliOutcome framed(const CliOutcome& look, const std::string& title, const Screen& screen) {
+    CliOutcome outcome = look;
+    if (screen.terminal) {
+        outcome.standardOutput =
+            frameOf(title + look.standardOutput + look.standardError, screen.height);
+        outcome.standardError.clear();
+    }
+    return outcome;
+}
+
+}  // namespace
+
+int runCli(int argc, const char* const* argv, const CliHooks& hooks) {
+    prepareStandardStreams();
+    std::string words;
+    for (int index = 0; index < argc; ++index) {
+        words += (index == 0 ? std::string(hooks.programName) : std::string(" ") + argv[index]);
+    }
+    bool goOn = true;
+    int exitCode = 0;
+    CliOutcome look = evaluateCli(argc, argv, hooks, standardScreen());
+    if (!look.watchSeconds) {
+        return writeOutcome(std::move(look), goOn);
+    }
+    const std::chrono::seconds interval(*look.watchSeconds);
+    const StopSignals signals;
+    do {
+        const Screen screen = standardScreen();
+        const std::string title = watchTitle(*look.watchSeconds, words);
+        exitCode = writeOutcome(framed(look, title, screen), goOn);
+        if (!goOn || !signals.pause(interval, STDOUT_FILENO)) {
+            break;
+        }
+        look = evaluateCli(argc, argv, hooks, standardScreen());
+    } while (look.watchSeconds);
+    return signals.arrived() ? static_cast<int>(ExitCode::Ok) : exitCode;
 }
 
 }  // namespace veskctl

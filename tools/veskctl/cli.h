@@ -3,8 +3,10 @@
 #pragma once
 
 #include "veskctl/command.h"
+#include "veskctl/screen.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,11 +15,13 @@ namespace veskctl {
 // What a main function adds.
 struct CliHooks {
     std::string programName = "veskctl";  // in the help text
+    bool simulated = false;               // all that is shown is the simulated host
     // Called for the program and for each command, so that options may stand on either side of the
     // command's name. They must write to the same variables each time.
     std::function<void(Options&)> addOptions = {};
-    // After the command line was read, before the command. May throw UsageError.
-    std::function<void()> prepare = {};
+    // After the command line was read, before the command. Fills in what it knows of the host. May
+    // throw UsageError.
+    std::function<void(CommandContext&)> prepare = {};
     // After the command, also one that failed, with its name. May change the report, may throw.
     std::function<void(const std::string&, Report&)> finish = {};
     std::vector<Command> commands = {};  // behind those of the program itself
@@ -27,10 +31,13 @@ struct CliOutcome {
     int exitCode = 0;
     std::string standardOutput;
     std::string standardError;
+    std::function<std::optional<Problem>()> afterWriting = {};  // see Report
+    std::optional<unsigned> watchSeconds = std::nullopt;        // until the next look is wanted
 };
 
 // Everything but the writing.
-CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks, bool colour);
+CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
+                       const Screen& screen);
 
 // Writes and flushes everything; the exit code is for leaveProcess.
 int runCli(int argc, const char* const* argv, const CliHooks& hooks);

@@ -4,6 +4,7 @@
 #include "veskctl/format.h"
 #include "veskctl/record.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
 
 #include "VeskNvme.h"
 
@@ -81,6 +82,24 @@ std::optional<std::string> PciIdentity::address() const {
     }
     return format("{:02x}:{:02x}.{:x}", (addressRaw >> 16U) & 0xFFU, (addressRaw >> 8U) & 0xFFU,
                   addressRaw & 0xFFU);
+}
+
+namespace {
+
+std::string speedAndWidth(const std::optional<double>& speed,
+                          const std::optional<unsigned>& width) {
+    return format("{} GT/s x{}", speed ? format("{}", *speed) : "?",
+                  width ? format("{}", *width) : "?");
+}
+
+}  // namespace
+
+std::string linkText(const PcieLink& link) {
+    return speedAndWidth(link.currentSpeedGts(), link.currentWidth());
+}
+
+std::string maxLinkText(const PcieLink& link) {
+    return speedAndWidth(link.maxSpeedGts(), link.maxWidth());
 }
 
 std::string Controller::firmwareVersionText() const {
@@ -163,6 +182,8 @@ Json pciToJson(const PciIdentity& pci) {
     return json;
 }
 
+}  // namespace
+
 Json pcieLinkToJson(const PcieLink& link) {
     Json json;
     json["current_speed_gts"] = valueOrNull(link.currentSpeedGts());
@@ -177,53 +198,59 @@ Json pcieLinkToJson(const PcieLink& link) {
     return json;
 }
 
+namespace {
+
 void addSpeed(const std::string& name, const std::optional<double>& speed, unsigned code,
-              Table& table) {
+              Blocks& blocks) {
     if (speed) {
-        table.addLine(name, format("{} GT/s", *speed));
+        blocks.addLine(name, format("{} GT/s", *speed));
     } else if (code == 0) {
-        table.addLine(name, "not reported", Tone::Faint);
+        blocks.addLine(name, "not reported", Tone::Faint);
     } else {
-        table.addLine(name, format("unknown (code {})", code), Tone::Faint);
+        blocks.addLine(name, format("unknown (code {})", code), Tone::Faint);
     }
 }
 
-void addWidth(const std::string& name, const std::optional<unsigned>& width, Table& table) {
+void addWidth(const std::string& name, const std::optional<unsigned>& width, Blocks& blocks) {
     if (!width) {
-        table.addLine(name, "not reported (16 lanes read so too)", Tone::Faint);
+        blocks.addLine(name, "not reported (16 lanes read so too)", Tone::Faint);
     } else {
-        table.addLine(name, format("{} {}", *width, *width == 1 ? "lane" : "lanes"));
+        blocks.addLine(name, format("{} {}", *width, *width == 1 ? "lane" : "lanes"));
     }
 }
 
-void addDowngraded(const std::optional<bool>& downgraded, Table& table) {
+void addDowngraded(const std::optional<bool>& downgraded, Blocks& blocks) {
     const std::string name = "Below maximum";
     if (!downgraded) {
-        table.addLine(name, "unknown", Tone::Faint);
+        blocks.addLine(name, "unknown", Tone::Faint);
     } else if (*downgraded) {
-        // No alarm: a link may be limited by its slot, or idle.
-        table.addLine(name, "yes (the slot may limit it, or it is idle)");
+        blocks.addLine(name, "yes (the slot may limit it, or it is idle)", Tone::Warning);
     } else {
-        table.addLine(name, "no");
+        blocks.addLine(name, "no");
     }
 }
 
-void addPcieLinkLines(const PcieLink& link, Table& table) {
-    addSpeed("Current speed", link.currentSpeedGts(), link.currentSpeedCode, table);
-    addSpeed("Maximum speed", link.maxSpeedGts(), link.maxSpeedCode, table);
-    addWidth("Current width", link.currentWidth(), table);
-    addWidth("Maximum width", link.maxWidth(), table);
-    addDowngraded(link.downgraded(), table);
+}  // namespace
+
+void addPcieLinkSection(const PcieLink& link, Blocks& blocks) {
+    blocks.addSection("PCIe link");
+    addSpeed("Current speed", link.currentSpeedGts(), link.currentSpeedCode, blocks);
+    addSpeed("Maximum speed", link.maxSpeedGts(), link.maxSpeedCode, blocks);
+    addWidth("Current width", link.currentWidth(), blocks);
+    addWidth("Maximum width", link.maxWidth(), blocks);
+    addDowngraded(link.downgraded(), blocks);
 }
 
-void addId(const char* name, unsigned id, Table& table) {
-    table.addLine(name, format("0x{:04x}", id));
+namespace {
+
+void addId(const char* name, unsigned id, Blocks& blocks) {
+    blocks.addLine(name, format("0x{:04x}", id));
 }
 
-void addAddress(const PciIdentity& pci, Table& table) {
+void addAddress(const PciIdentity& pci, Blocks& blocks) {
     const std::optional<std::string> address = pci.address();
-    table.addLine("PCI address", address.value_or("not reported"),
-                  address ? Tone::Plain : Tone::Faint);
+    blocks.addLine("PCI address", address.value_or("not reported"),
+                   address ? Tone::Plain : Tone::Faint);
 }
 
 }  // namespace
@@ -241,26 +268,25 @@ Json controllerToJson(const Controller& controller) {
     return json;
 }
 
-void addControllerSections(const Controller& controller, Table& table) {
-    table.addSection("Controller");
+void addControllerSections(const Controller& controller, Blocks& blocks) {
+    blocks.addSection("Controller");
     if (!controller.responding()) {
-        table.addLine("State", "not responding", Tone::Warning);
+        blocks.addLine("State", "not responding", Tone::Warning);
     }
-    addAddress(controller.pci, table);
-    addId("Vendor ID", controller.pci.vendorId, table);
-    addId("Device ID", controller.pci.deviceId, table);
-    addId("Subsystem vendor ID", controller.pci.subsystemVendorId, table);
-    addId("Subsystem device ID", controller.pci.subsystemDeviceId, table);
-    table.addLine("Firmware version", controller.firmwareVersionText());
+    addAddress(controller.pci, blocks);
+    addId("Vendor ID", controller.pci.vendorId, blocks);
+    addId("Device ID", controller.pci.deviceId, blocks);
+    addId("Subsystem vendor ID", controller.pci.subsystemVendorId, blocks);
+    addId("Subsystem device ID", controller.pci.subsystemDeviceId, blocks);
+    blocks.addLine("Firmware version", controller.firmwareVersionText());
 
-    table.addSection("PCIe link");
-    addPcieLinkLines(controller.link, table);
+    addPcieLinkSection(controller.link, blocks);
 
-    table.addSection("Contents");
-    table.addLine("Physical disks", format("{}", controller.physicalDiskCount));
-    table.addLine("Virtual disks", format("{}", controller.virtualDiskCount));
-    table.addLine("Ports", format("{}", controller.portCount));
-    table.addLine("Max buffer size", format("{} (unit not stated)", controller.maxBufferSizeRaw));
+    blocks.addSection("Contents");
+    blocks.addLine("Physical disks", format("{}", controller.physicalDiskCount));
+    blocks.addLine("Virtual disks", format("{}", controller.virtualDiskCount));
+    blocks.addLine("Ports", format("{}", controller.portCount));
+    blocks.addLine("Max buffer size", format("{} (unit not stated)", controller.maxBufferSizeRaw));
 }
 
 // The command.
@@ -268,20 +294,24 @@ void addControllerSections(const Controller& controller, Table& table) {
 namespace {
 
 void runController(const CommandContext& context, Report& report) {
+    report.items = "controllers";
     report.fields["controllers"] = Json::array();
-    const Session session(context.libraryName, report.problems);
+    const Session session(context, report);
     const Controller controller = readController(session.functions(), report.problems);
     report.fields["controllers"].push_back(controllerToJson(controller));
-    addControllerSections(controller, report.table);
+    addControllerSections(controller, report.blocks);
 }
 
 }  // namespace
 
 Command controllerCommand() {
-    return {"controller", "Show the controller: identity, firmware, PCIe link, counts",
-            [](Options&) {
-                return CommandRunner(runController);
-            }};
+    return {"controller",
+            "Show the controller: identity, firmware, PCIe link, counts",
+            [](Options&) { return CommandRunner(runController); },
+            {},
+            true,
+            {{"controller", "what the controller says of itself"},
+             {"controller --json | jq -r .controllers[0].firmware_version", "its firmware"}}};
 }
 
 }  // namespace veskctl

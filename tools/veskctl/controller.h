@@ -12,7 +12,7 @@
 
 namespace veskctl {
 
-class Table;
+class Blocks;
 struct Command;
 
 // The codes are those of PCI Express.
@@ -59,12 +59,19 @@ struct Controller {
     bool responding() const;
 };
 
+// "8 GT/s x4"; "?" for what is not reported.
+std::string linkText(const PcieLink& link);
+std::string maxLinkText(const PcieLink& link);
+
 // Zeros where nothing came. What goes wrong is noted among the problems. May throw what the library
 // throws.
 Controller readController(const LibraryFunctions& functions, std::vector<Problem>& problems);
 
+Json pcieLinkToJson(const PcieLink& link);
+void addPcieLinkSection(const PcieLink& link, Blocks& blocks);
+
 Json controllerToJson(const Controller& controller);
-void addControllerSections(const Controller& controller, Table& table);
+void addControllerSections(const Controller& controller, Blocks& blocks);
 
 Command controllerCommand();
 

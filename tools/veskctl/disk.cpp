@@ -3,6 +3,8 @@
 #include "veskctl/command.h"
 #include "veskctl/format.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
+#include "veskctl/sizes.h"
 
 #include <cstdint>
 #include <memory>
@@ -39,6 +41,41 @@ std::optional<bool> Disk::online() const {
 std::optional<unsigned> Disk::hdId() const {
     return config ? valueOf<unsigned>(config, &PD_Config::hdId)
                   : valueOf<unsigned>(raidStatus, &PD_RaidStatus::hdId);
+}
+
+std::optional<unsigned> Disk::raidStatusCode() const {
+    return valueOf<unsigned>(raidStatus, &PD_RaidStatus::raidStatus);
+}
+
+std::optional<bool> Disk::healthAlert() const {
+    constexpr unsigned kHealthBit = 1U << 5U;
+    const std::optional<unsigned> code = raidStatusCode();
+    return code ? std::optional<bool>((*code & kHealthBit) != 0) : std::nullopt;
+}
+
+const char* Disk::state() const {
+    if (presence != Presence::Present) {
+        return presence == Presence::Absent ? "absent" : "not_responding";
+    }
+    const std::optional<bool> isOnline = online();
+    return !isOnline ? "unknown" : *isOnline ? "online" : "not_online";
+}
+
+std::string Disk::stateText() const {
+    if (presence != Presence::Present) {
+        return presence == Presence::Absent ? "absent" : "did not answer";
+    }
+    const std::optional<bool> isOnline = online();
+    std::string text = !isOnline ? "unknown" : *isOnline ? "online" : "not online";
+    if (healthAlert().value_or(false)) {
+        text += ", health alert";
+    }
+    const std::optional<unsigned> code = raidStatusCode();
+    return code ? format("{} (0x{:02x})", text, *code) : text;
+}
+
+bool Disk::wantsAttention() const {
+    return presence != Presence::Present || healthAlert().value_or(false);
 }
 
 // Asking the library. A device command that failed reads as a record of zeros.
@@ -158,6 +195,61 @@ Disk readDisk(const LibraryFunctions& functions, unsigned slot, std::vector<Prob
     return disk;
 }
 
+namespace {
+
+// The library cuts the last character of a full field.
+bool isSerialOf(const Disk& disk, const std::string& wanted) {
+    constexpr std::size_t kMostCharacters = sizeof(PD_Info::serialNumber) - 1;
+    const std::optional<std::string> serial = disk.serialNumber(Padding::Trim);
+    if (!serial) {
+        return false;
+    }
+    return *serial == wanted ||
+           (serial->size() == kMostCharacters && wanted.size() == kMostCharacters + 1 &&
+            wanted.compare(0, kMostCharacters, *serial) == 0);
+}
+
+}  // namespace
+
+unsigned findSlot(const LibraryFunctions& functions, const std::string& idOrSerial,
+                  std::vector<Problem>& problems) {
+    if (idOrSerial == "0" || idOrSerial == "1") {
+        return idOrSerial == "0" ? 0 : 1;
+    }
+    std::string known;
+    bool allAnswered = true;
+    for (unsigned slot = 0; slot < kIdCount; ++slot) {
+        const Disk disk = readDiskInfo(functions, slot, problems);
+        if (isSerialOf(disk, idOrSerial)) {
+            return slot;
+        }
+        allAnswered = allAnswered && disk.presence != Presence::Unknown;
+        if (disk.presence == Presence::Present) {
+            known += format("{}disk {} has {}", known.empty() ? "" : ", ", slot,
+                            disk.serialNumber(Padding::Trim).value_or("none"));
+        }
+    }
+    const std::string message =
+        format("no disk {}has the serial number '{}' ({})", allAnswered ? "" : "that answers ",
+               idOrSerial, known.empty() ? "there is no disk" : known);
+    if (allAnswered) {
+        throw UsageError(message);
+    }
+    throw ProblemError({ProblemKind::DiskNotResponding, message});
+}
+
+std::vector<unsigned> wantedSlots(const LibraryFunctions& functions, const std::string& idOrSerial,
+                                  std::vector<Problem>& problems) {
+    if (!idOrSerial.empty()) {
+        return {findSlot(functions, idOrSerial, problems)};
+    }
+    std::vector<unsigned> slots;
+    for (unsigned slot = 0; slot < kIdCount; ++slot) {
+        slots.push_back(slot);
+    }
+    return slots;
+}
+
 // Showing.
 
 namespace {
@@ -178,27 +270,40 @@ Json constantsToJson(const Disk& disk) {
     return json;
 }
 
-void addText(const char* name, const std::optional<std::string>& text, Table& table) {
-    table.addLine(name, text ? printable(*text) : "not reported", text ? Tone::Plain : Tone::Faint);
+void addText(const char* name, const std::optional<std::string>& text, Blocks& blocks) {
+    blocks.addLine(name, text.value_or("not reported"), text ? Tone::Plain : Tone::Faint);
 }
 
 void addNumber(const char* name, const std::optional<Number>& number, const char* remark,
-               Table& table) {
+               Blocks& blocks) {
     if (number) {
-        table.addLine(name, format("{}{}", *number, remark));
+        blocks.addLine(name, format("{}{}", *number, remark));
     } else {
-        table.addLine(name, "unknown", Tone::Faint);
+        blocks.addLine(name, "unknown", Tone::Faint);
     }
 }
 
-void addOnline(const Disk& disk, Table& table) {
-    const std::optional<bool> online = disk.online();
-    if (online) {
-        // No alarm: a disk that belongs to no volume is not online either.
-        table.addLine("State", *online ? "online" : "not online");
+std::optional<Number> blockSizeOf(const Disk& disk) {
+    return valueOf<Number>(disk.info, &PD_Info::blockSize);
+}
+
+// In a unit that the controller does not state.
+void addSize(const char* name, const std::optional<Number>& raw, const Disk& disk, Blocks& blocks) {
+    const Number blockSize = blockSizeOf(disk).value_or(0);
+    const std::optional<Number> bytes = bytesOf(raw.value_or(0), blockSize);
+    if (!raw) {
+        blocks.addLine(name, "unknown", Tone::Faint);
+    } else if (bytes && *bytes != 0) {
+        blocks.addLine(name, format("{} if blocks of {} bytes (raw value {})", sizeText(*bytes),
+                                    blockSize, *raw));
     } else {
-        table.addLine("State", "unknown", Tone::Faint);
+        blocks.addLine(name, format("{} (unit not stated)", *raw));
     }
+}
+
+void addState(const Disk& disk, Blocks& blocks) {
+    const Tone known = disk.online() ? Tone::Plain : Tone::Faint;
+    blocks.addLine("State", disk.stateText(), disk.wantsAttention() ? Tone::Warning : known);
 }
 
 }  // namespace
@@ -210,15 +315,40 @@ void putDiskIdentity(Json& json, const Disk& disk, Padding padding) {
     json["serial_number"] = valueOrNull(disk.serialNumber(padding));
 }
 
-bool addDiskIdentity(const Disk& disk, Padding padding, Table& table) {
-    table.addSection(format("Disk {}", disk.slot));
+std::vector<Column> diskIdentityColumns() {
+    return {{"DISK"}, {"MODEL", Alignment::Left, 8}, {"SERIAL", Alignment::Left, 8}};
+}
+
+std::vector<std::string> diskIdentityCells(const Disk& disk, Padding padding) {
+    return {format("{}", disk.slot), disk.modelName(padding).value_or("-"),
+            disk.serialNumber(padding).value_or("-")};
+}
+
+std::string sizeCell(const std::optional<Number>& raw, const Disk& disk) {
+    if (!raw) {
+        return "-";
+    }
+    if (*raw == 0) {
+        return "0";
+    }
+    const std::optional<Number> bytes = bytesOf(*raw, blockSizeOf(disk).value_or(0));
+    return bytes ? sizeText(*bytes) : format("raw {}", *raw);
+}
+
+std::string sizeRemark(const CommandContext& context) {
+    return context.header ? "* if counted in blocks of the disk: the controller does not state the "
+                            "unit\n"
+                          : "";
+}
+
+bool addDiskIdentity(const Disk& disk, Padding padding, Blocks& blocks) {
+    blocks.addSection(format("Disk {}", disk.slot));
     if (disk.presence != Presence::Present) {
-        table.addLine("State", disk.presence == Presence::Absent ? "absent" : "did not answer",
-                      Tone::Warning);
+        addState(disk, blocks);
         return false;
     }
-    addText("Model", disk.modelName(padding), table);
-    addText("Serial number", disk.serialNumber(padding), table);
+    addText("Model", disk.modelName(padding), blocks);
+    addText("Serial number", disk.serialNumber(padding), blocks);
     return true;
 }
 
@@ -229,8 +359,9 @@ Json diskToJson(const Disk& disk, Padding padding) {
     json["device_id"] = valueOrNull(valueOf<unsigned>(disk.info, &PD_Info::deviceId));
     json["hd_id"] = valueOrNull(disk.hdId());
     json["online"] = valueOrNull(disk.online());
-    json["raid_status_code"] =
-        valueOrNull(valueOf<unsigned>(disk.raidStatus, &PD_RaidStatus::raidStatus));
+    json["state"] = disk.state();
+    json["health_alert"] = valueOrNull(disk.healthAlert());
+    json["raid_status_code"] = valueOrNull(disk.raidStatusCode());
     putBigNumber(json, "capacity_raw", valueOf<Number>(disk.info, &PD_Info::size));
     // The record does not say what its unit is, so there is nothing to count bytes from.
     json["capacity_bytes"] = nullptr;
@@ -240,22 +371,17 @@ Json diskToJson(const Disk& disk, Padding padding) {
     return json;
 }
 
-void addDiskSection(const Disk& disk, Padding padding, Table& table) {
-    if (!addDiskIdentity(disk, padding, table)) {
+void addDiskSection(const Disk& disk, Padding padding, Blocks& blocks) {
+    if (!addDiskIdentity(disk, padding, blocks)) {
         return;
     }
-    addText("Firmware version", disk.firmwareVersion(padding), table);
-    addOnline(disk, table);
-    const std::optional<unsigned> raidStatus =
-        valueOf<unsigned>(disk.raidStatus, &PD_RaidStatus::raidStatus);
-    table.addLine("RAID status", raidStatus ? format("0x{:02x}", *raidStatus) : "unknown",
-                  raidStatus ? Tone::Plain : Tone::Faint);
-    addNumber("Capacity", valueOf<Number>(disk.info, &PD_Info::size), " (unit not stated)", table);
-    addNumber("Free space", valueOf<Number>(disk.freeSpace, &PD_FreeSpaceInfo::size),
-              " (in the same unit)", table);
-    addNumber("Block size", valueOf<Number>(disk.info, &PD_Info::blockSize), " bytes", table);
-    addNumber("Device ID", valueOf<Number>(disk.info, &PD_Info::deviceId), "", table);
-    addNumber("HD ID", disk.hdId(), "", table);
+    addText("Firmware version", disk.firmwareVersion(padding), blocks);
+    addState(disk, blocks);
+    addSize("Capacity", valueOf<Number>(disk.info, &PD_Info::size), disk, blocks);
+    addSize("Free space", valueOf<Number>(disk.freeSpace, &PD_FreeSpaceInfo::size), disk, blocks);
+    addNumber("Block size", valueOf<Number>(disk.info, &PD_Info::blockSize), " bytes", blocks);
+    addNumber("Device ID", valueOf<Number>(disk.info, &PD_Info::deviceId), "", blocks);
+    addNumber("HD ID", disk.hdId(), "", blocks);
 }
 
 // The commands.
@@ -263,19 +389,40 @@ void addDiskSection(const Disk& disk, Padding padding, Table& table) {
 namespace {
 
 struct DiskOptions {
-    std::optional<unsigned> slot;  // empty: all
+    std::string disk;  // empty: all
     bool raw = false;
 };
 
+std::vector<Column> diskColumns() {
+    std::vector<Column> columns = diskIdentityColumns();
+    columns.push_back({"FIRMWARE"});
+    columns.push_back({"STATE", Alignment::Left, 8});
+    columns.push_back({"SIZE*", Alignment::Right});
+    return columns;
+}
+
+void addDiskRow(const Disk& disk, Padding padding, Grid& grid) {
+    std::vector<std::string> cells = diskIdentityCells(disk, padding);
+    cells.push_back(disk.firmwareVersion(padding).value_or("-"));
+    cells.push_back(disk.stateText());
+    cells.push_back(sizeCell(valueOf<Number>(disk.info, &PD_Info::size), disk));
+    grid.addRow(cells, disk.wantsAttention() ? Tone::Warning : Tone::Plain);
+}
+
 void runDisks(const CommandContext& context, const DiskOptions& wanted, Report& report) {
     const Padding padding = wanted.raw ? Padding::Keep : Padding::Trim;
+    report.items = "disks";
     report.fields["disks"] = Json::array();
-    const Session session(context.libraryName, report.problems);
-    for (unsigned slot = 0; slot < kIdCount; ++slot) {
-        if (wanted.slot.value_or(slot) == slot) {
-            const Disk disk = readDisk(session.functions(), slot, report.problems);
-            report.fields["disks"].push_back(diskToJson(disk, padding));
-            addDiskSection(disk, padding, report.table);
+    report.grid.setColumns(diskColumns());
+    const Session session(context, report);
+    for (const unsigned slot : wantedSlots(session.functions(), wanted.disk, report.problems)) {
+        const Disk disk = readDisk(session.functions(), slot, report.problems);
+        report.fields["disks"].push_back(diskToJson(disk, padding));
+        if (wanted.disk.empty()) {
+            addDiskRow(disk, padding, report.grid);
+            report.text = sizeRemark(context);
+        } else {
+            addDiskSection(disk, padding, report.blocks);
         }
     }
 }
@@ -283,7 +430,7 @@ void runDisks(const CommandContext& context, const DiskOptions& wanted, Report& 
 CommandRunner declare(Options& options, bool one) {
     const auto wanted = std::make_shared<DiskOptions>();
     if (one) {
-        options.addId(wanted->slot, "disk", true);
+        options.addDisk(wanted->disk, true);
     }
     options.addFlag("--raw", wanted->raw, "Keep the blanks around texts");
     return [wanted](const CommandContext& context, Report& report) {
@@ -294,13 +441,21 @@ CommandRunner declare(Options& options, bool one) {
 }  // namespace
 
 Command disksCommand() {
-    const Command show = {"show", "Show one of them", [](Options& options) {
-                              return declare(options, true);
-                          }};
+    const Command show = {"show",
+                          "Show all that is known of one of them",
+                          [](Options& options) { return declare(options, true); },
+                          {},
+                          true,
+                          {{"disks show 1", "all of disk 1"},
+                           {"disks show VD00480A000171", "the same by its serial number"}}};
     return {"disks",
             "Show the physical disks: identity, state, capacity",
             [](Options& options) { return declare(options, false); },
-            {show}};
+            {show},
+            true,
+            {{"disks", "one line for each disk"},
+             {"disks -o csv --no-header", "rows for a spreadsheet"},
+             {"disks --raw --json", "texts as the device fills them"}}};
 }
 
 }  // namespace veskctl

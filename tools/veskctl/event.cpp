@@ -1,9 +1,8 @@
 #include "veskctl/event.h"
 
-#include "veskctl/command.h"
-#include "veskctl/event_loops.h"
 #include "veskctl/format.h"
-#include "veskctl/process.h"
+#include "veskctl/library_message.h"
+#include "veskctl/printable.h"
 #include "veskctl/record.h"
 #include "veskctl/report.h"
 
@@ -11,14 +10,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstddef>
-#include <cstdio>
-#include <cstring>
-#include <ctime>
-#include <memory>
-
-#include <unistd.h>
 
 namespace veskctl {
 
@@ -36,13 +28,7 @@ std::optional<std::string> nameOf(const std::array<const char*, Count>& names, u
 }  // namespace
 
 std::optional<std::string> Event::time() const {
-    const auto seconds = static_cast<std::time_t>(timeRaw);
-    std::tm utc = {};
-    if (timeRaw == 0 || gmtime_r(&seconds, &utc) == nullptr) {
-        return std::nullopt;
-    }
-    return format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", utc.tm_year + 1900, utc.tm_mon + 1,
-                  utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+    return timeRaw == 0 ? std::nullopt : timeText(static_cast<std::time_t>(timeRaw));
 }
 
 std::optional<std::string> Event::className() const {
@@ -79,7 +65,6 @@ Event decodeEvent(const std::uint8_t* bytes) {
 }  // namespace
 
 EventDelivery takeEvents(const LibraryFunctions& functions) {
-    constexpr std::size_t kMostEvents = 64;  // of one delivery
     alignas(CEvent) std::array<std::uint8_t, kMostEvents* kEventRecordSize> room = {};
     UCHAR_ count = 0;
     const UCHAR_ result = functions.getEvents(0, 0, &count, reinterpret_cast<CEvent*>(room.data()));
@@ -93,8 +78,7 @@ EventDelivery takeEvents(const LibraryFunctions& functions) {
     if (result != ERR_NONE) {
         delivery.problem = libraryCallFailed("ZT_EVT_GetEvent", result);
         delivery.problem->message +=
-            "; the mark of what was delivered could not be stored, so the same events will come "
-            "again; check that libVeskNVMeAlertMapping.ini can be written";
+            "; run 'veskctl doctor', which checks the alert mapping that each delivery reads";
     }
     return delivery;
 }
@@ -138,160 +122,6 @@ std::string eventToTextLine(const Event& event, bool colour) {
                   event.time().value_or("time not reported"),
                   toned(severity, toneOf(event), colour), className, event.deviceId, event.code,
                   printable(message), event.sequence);
-}
-
-// The command.
-
-namespace {
-
-constexpr const char* kHelp =
-    R"(Taking events moves the mark that libVeskNVMeAlertMapping.ini keeps: no later
-run, and no other program, gets them again. The library looks at the controller's
-log when it is set up, and then at each polling interval of 50 seconds or more.
-One look gives at most 64 events; if there were more, the rest comes with the
-next one: run the command again, or use --follow.)";
-
-constexpr const char* kTaken =
-    "these events are marked as delivered: neither a later run nor another program gets them again";
-constexpr const char* kMore =
-    "the library delivered as many events as it can at once; more may come "
-    "with its next look at the controller's log, 50 seconds or more later";
-constexpr const char* kLeaving =
-    "the library's own stop could take as long as its polling interval, 50 seconds or more, so the "
-    "program leaves without waiting for it; no event is lost: those above are printed, and the "
-    "mark "
-    "was stored with each delivery";
-
-struct EventOptions {
-    bool ndjson = false;
-    bool follow = false;
-    unsigned waitSeconds = 2;
-    unsigned intervalSeconds = 1;
-};
-
-void checkOptions(const CommandContext& context, const EventOptions& options) {
-    if (context.json && options.ndjson) {
-        throw UsageError("--json and --ndjson exclude each other");
-    }
-    if (context.json && options.follow) {
-        throw UsageError(
-            "--json writes one document, which --follow would never end; use --ndjson");
-    }
-}
-
-void demandOutput() {
-    if (!standardOutputIsOpen()) {
-        throw ProblemError(
-            {ProblemKind::Internal, "standard output is closed, so no event was taken"});
-    }
-}
-
-std::string lineOf(const Event& event, const CommandContext& context, const EventOptions& options) {
-    return options.ndjson ? renderJsonLine(eventToJson(event))
-                          : eventToTextLine(event, context.colour);
-}
-
-EventLoopCalls callsOf(const Session& session, const StopSignals& signals) {
-    EventLoopCalls calls;
-    calls.take = [&session] {
-        return takeEvents(session.functions());
-    };
-    calls.pause = [&signals](std::chrono::milliseconds time) {
-        return signals.pause(time, STDOUT_FILENO);
-    };
-    return calls;
-}
-
-// A signal ends this one too, with what was taken until then.
-void runOnce(const CommandContext& context, const EventOptions& options, Report& report) {
-    report.fields["events"] = Json::array();
-    report.fields["more_may_follow"] = false;
-    demandOutput();
-    const StopSignals signals;
-    const Session session(context.libraryName, report.problems);
-
-    EventLoopCalls calls = callsOf(session, signals);
-    calls.show = [&](const Event& event) {
-        report.fields["events"].push_back(eventToJson(event));
-        report.text += lineOf(event, context, options);
-        return true;
-    };
-    calls.complain = [&report](const Problem& problem) {
-        report.problems.push_back(problem);
-    };
-    calls.warnOfMore = [&report] {
-        report.fields["more_may_follow"] = true;
-        report.notes.emplace_back(kMore);
-    };
-    drainEvents(calls, std::chrono::seconds(options.waitSeconds));
-
-    if (options.ndjson) {
-        return;
-    }
-    if (report.text.empty()) {
-        report.text = "There are no new events.\n";
-    } else if (report.problems.empty()) {
-        report.notes.emplace_back(kTaken);
-    }
-}
-
-void runFollow(const CommandContext& context, const EventOptions& options, Report& report) {
-    demandOutput();
-    const StopSignals signals;
-    const Session session(context.libraryName, report.problems);
-
-    const auto say = [](const std::string& text) {
-        // Where standard error fails there is no other place to say it.
-        static_cast<void>(writeAndFlush(stderr, text));
-    };
-    EventLoopCalls calls = callsOf(session, signals);
-    calls.show = [&](const Event& event) {
-        const int failure = writeAndFlush(stdout, lineOf(event, context, options));
-        if (failure != 0 && failure != EPIPE) {
-            report.problems.push_back(
-                {ProblemKind::Internal,
-                 std::string("standard output cannot be written: ") + std::strerror(failure)});
-        }
-        return failure == 0;
-    };
-    calls.complain = [&say](const Problem& problem) {
-        say(renderProblems({problem}));
-    };
-    calls.warnOfMore = [&say] {
-        say(renderNotes({kMore}));
-    };
-    followEvents(calls, std::chrono::seconds(options.intervalSeconds));
-    if (signals.arrived()) {
-        report.notes.emplace_back(kLeaving);
-    }
-}
-
-CommandRunner declare(Options& options) {
-    const auto wanted = std::make_shared<EventOptions>();
-    options.addRemark(kHelp);
-    options.addFlag("--ndjson", wanted->ndjson,
-                    "Write each event as one line of JSON, nothing else");
-    options.addFlag("--follow", wanted->follow, "Go on until SIGINT or SIGTERM");
-    options.addNumber("--wait", wanted->waitSeconds, 0, 600, "SECONDS [2]",
-                      "How long to wait for the library's first look at the log");
-    options.addNumber("--interval", wanted->intervalSeconds, 1, 3600, "SECONDS [1]",
-                      "How often --follow asks the library");
-    options.onlyWith("--interval", "--follow");
-    options.notWith("--wait", "--follow");
-    return [wanted](const CommandContext& context, Report& report) {
-        checkOptions(context, *wanted);
-        if (wanted->follow) {
-            runFollow(context, *wanted, report);
-        } else {
-            runOnce(context, *wanted, report);
-        }
-    };
-}
-
-}  // namespace
-
-Command eventsCommand() {
-    return {"events", "Take the new events from the controller, oldest first", declare};
 }
 
 }  // namespace veskctl

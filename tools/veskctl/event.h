@@ -1,4 +1,4 @@
-// Events: decoded, taken from the library, shown.
+// Events: decoded, asked of the library, shown.
 #pragma once
 
 #include "veskctl/library.h"
@@ -10,8 +10,6 @@
 #include <vector>
 
 namespace veskctl {
-
-struct Command;
 
 struct Event {
     std::uint32_t sequence = 0;
@@ -31,10 +29,10 @@ struct Event {
 // One delivery by the library.
 struct EventDelivery {
     std::vector<Event> events;  // oldest first
-    // There was no room for more: the library has dropped what was left, and finds it again when it
-    // looks at the controller's log the next time.
+    // There was no room for more: the library has dropped what was left, and finds it again at its
+    // next start.
     bool full = false;
-    std::optional<Problem> problem;  // the library will deliver the same events again
+    std::optional<Problem> problem;  // the library did not get through
 };
 
 EventDelivery takeEvents(const LibraryFunctions& functions);
@@ -42,7 +40,5 @@ EventDelivery takeEvents(const LibraryFunctions& functions);
 Json eventToJson(const Event& event);
 // With its line end.
 std::string eventToTextLine(const Event& event, bool colour);
-
-Command eventsCommand();
 
 }  // namespace veskctl

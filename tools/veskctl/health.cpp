@@ -3,6 +3,8 @@
 #include "veskctl/command.h"
 #include "veskctl/format.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
+#include "veskctl/sizes.h"
 
 #include <memory>
 #include <string>
@@ -42,6 +44,16 @@ const char* Health::status() const {
     return code == kStatusAlert ? "alert" : "unknown";
 }
 
+std::string Health::statusText() const {
+    return record ? format("{} (0x{:02x})", status(), record->smartStatus) : status();
+}
+
+bool Health::wantsAttention() const {
+    const std::optional<Wear> known = wear();
+    return !record || !known || record->smartStatus != kStatusOk || known->spent() ||
+           known->spareLow();
+}
+
 // Asking the library.
 
 namespace {
@@ -70,19 +82,26 @@ void readRecord(const LibraryFunctions& functions, const std::string& name, Heal
 
 }  // namespace
 
-Health readHealth(const LibraryFunctions& functions, unsigned slot,
-                  std::vector<Problem>& problems) {
-    Health health;
-    health.disk.slot = slot;
-    const std::string name = format("disk {}", slot);
+Health readHealthOf(const LibraryFunctions& functions, const Disk& disk,
+                    std::vector<Problem>& problems) {
+    Health health = {disk};
+    const std::string name = format("disk {}", disk.slot);
     guarded(name, problems, [&] {
-        // Asked for first, since a disk that does not answer would read as healthy.
-        health.disk = readDiskInfo(functions, slot, problems);
-        if (health.disk.presence == Presence::Present) {
+        if (disk.presence == Presence::Present) {
             readRecord(functions, name, health, problems);
         }
     });
     return health;
+}
+
+Health readHealth(const LibraryFunctions& functions, unsigned slot,
+                  std::vector<Problem>& problems) {
+    Disk disk;
+    disk.slot = slot;
+    // Asked for first, since a disk that does not answer would read as healthy.
+    guarded(format("disk {}", slot), problems,
+            [&] { disk = readDiskInfo(functions, slot, problems); });
+    return readHealthOf(functions, disk, problems);
 }
 
 // Showing.
@@ -105,27 +124,18 @@ Json attributesToJson(const SMART_INFO_ARRAY& record) {
 }
 
 void addPercent(const char* name, const std::optional<unsigned>& percent, bool alarming,
-                const char* remark, Table& table) {
+                const char* remark, Blocks& blocks) {
     if (percent) {
-        table.addLine(name, format("{} %{}", *percent, remark),
-                      alarming ? Tone::Warning : Tone::Plain);
+        blocks.addLine(name, format("{} %{}", *percent, remark),
+                       alarming ? Tone::Warning : Tone::Plain);
     } else {
-        table.addLine(name, "unknown", Tone::Faint);
+        blocks.addLine(name, "unknown", Tone::Faint);
     }
 }
 
-void addStatus(const Health& health, Table& table) {
-    const std::string status = health.status();
-    if (status == "alert") {
-        table.addLine("Health status", "alert", Tone::Warning);
-    } else if (status == "ok") {
-        table.addLine("Health status", "ok");
-    } else if (health.record) {
-        table.addLine("Health status", format("unknown (code {})", health.record->smartStatus),
-                      Tone::Faint);
-    } else {
-        table.addLine("Health status", "unknown", Tone::Faint);
-    }
+void addStatus(const Health& health, Blocks& blocks) {
+    const bool ok = health.record && health.record->smartStatus == kStatusOk;
+    blocks.addLine("Health status", health.statusText(), ok ? Tone::Plain : Tone::Warning);
 }
 
 }  // namespace
@@ -148,48 +158,84 @@ Json healthToJson(const Health& health) {
     return json;
 }
 
-void addHealthSection(const Health& health, Table& table) {
-    if (!addDiskIdentity(health.disk, Padding::Trim, table)) {
+void addHealthSection(const Health& health, Blocks& blocks) {
+    if (!addDiskIdentity(health.disk, Padding::Trim, blocks)) {
         return;
     }
     const std::optional<Wear> wear = health.wear();
-    addStatus(health, table);
+    addStatus(health, blocks);
     addPercent("Percentage used", valueOf<unsigned>(wear, &Wear::percentageUsed),
-               wear && wear->spent(), " (100 is the rated life)", table);
+               wear && wear->spent(), " (100 is the rated life)", blocks);
     addPercent("Available spare", valueOf<unsigned>(wear, &Wear::availableSpare),
-               wear && wear->spareLow(), "", table);
+               wear && wear->spareLow(), "", blocks);
     addPercent("Spare threshold", valueOf<unsigned>(wear, &Wear::availableSpareThreshold), false,
-               "", table);
+               "", blocks);
 }
 
 // The command.
 
 namespace {
 
-void runHealth(const CommandContext& context, std::optional<unsigned> wanted, Report& report) {
+std::vector<Column> healthColumns() {
+    std::vector<Column> columns = diskIdentityColumns();
+    columns.push_back({"STATUS", Alignment::Left, 8});
+    columns.push_back({"USED", Alignment::Right});
+    columns.push_back({"SPARE", Alignment::Right});
+    columns.push_back({"THRESHOLD", Alignment::Right});
+    return columns;
+}
+
+void addHealthRow(const Health& health, Grid& grid) {
+    const std::optional<Wear> wear = health.wear();
+    std::vector<std::string> cells = diskIdentityCells(health.disk, Padding::Trim);
+    cells.push_back(health.disk.presence == Presence::Present ? health.statusText()
+                                                              : health.disk.stateText());
+    cells.push_back(percentText(valueOf<unsigned>(wear, &Wear::percentageUsed)));
+    cells.push_back(percentText(valueOf<unsigned>(wear, &Wear::availableSpare)));
+    cells.push_back(percentText(valueOf<unsigned>(wear, &Wear::availableSpareThreshold)));
+    grid.addRow(cells, health.wantsAttention() ? Tone::Warning : Tone::Plain);
+}
+
+void runHealth(const CommandContext& context, const std::string& wanted, Report& report) {
+    report.items = "health";
     report.fields["health"] = Json::array();
-    const Session session(context.libraryName, report.problems);
-    for (unsigned slot = 0; slot < kIdCount; ++slot) {
-        if (wanted.value_or(slot) == slot) {
-            const Health health = readHealth(session.functions(), slot, report.problems);
-            report.fields["health"].push_back(healthToJson(health));
-            addHealthSection(health, report.table);
+    report.grid.setColumns(healthColumns());
+    const Session session(context, report);
+    for (const unsigned slot : wantedSlots(session.functions(), wanted, report.problems)) {
+        const Health health = readHealth(session.functions(), slot, report.problems);
+        report.fields["health"].push_back(healthToJson(health));
+        if (wanted.empty()) {
+            addHealthRow(health, report.grid);
+        } else {
+            addHealthSection(health, report.blocks);
         }
     }
 }
 
-CommandRunner declare(Options& options) {
-    const auto slot = std::make_shared<std::optional<unsigned>>();
-    options.addId(*slot, "disk", false);
-    return [slot](const CommandContext& context, Report& report) {
-        runHealth(context, *slot, report);
+CommandRunner declare(Options& options, bool one) {
+    const auto disk = std::make_shared<std::string>();
+    options.addDisk(*disk, one);
+    return [disk](const CommandContext& context, Report& report) {
+        runHealth(context, *disk, report);
     };
 }
 
 }  // namespace
 
 Command healthCommand() {
-    return {"health", "Show the health of the physical disks: wear, spare, alert", declare};
+    const Command show = {"show",
+                          "Show all that is known of the health of one of them",
+                          [](Options& options) { return declare(options, true); },
+                          {},
+                          true,
+                          {{"health show 0", "status, wear and attributes of disk 0"}}};
+    return {
+        "health",
+        "Show the health of the physical disks: wear, spare, alert",
+        [](Options& options) { return declare(options, false); },
+        {show},
+        true,
+        {{"health", "one line for each disk"}, {"health --ndjson", "one document for each disk"}}};
 }
 
 }  // namespace veskctl

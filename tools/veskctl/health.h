@@ -28,13 +28,20 @@ struct Health {
     std::optional<Wear> wear() const;
     // "ok", "alert" or "unknown".
     const char* status() const;
+    // The same for people, with the code beside it: "ok (0x4f)".
+    std::string statusText() const;
+    bool wantsAttention() const;
 };
 
 // Never throws: what goes wrong is noted among the problems, so that the other disk is still asked.
+// Of a disk that was read before:
+Health readHealthOf(const LibraryFunctions& functions, const Disk& disk,
+                    std::vector<Problem>& problems);
+// Asks for the disk as well:
 Health readHealth(const LibraryFunctions& functions, unsigned slot, std::vector<Problem>& problems);
 
 Json healthToJson(const Health& health);
-void addHealthSection(const Health& health, Table& table);
+void addHealthSection(const Health& health, Blocks& blocks);
 
 Command healthCommand();
 

@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 #include <link.h>
+#include <sys/stat.h>
 
 namespace veskctl {
 
@@ -11,6 +12,9 @@ namespace {
 
 // The host's management library, which libVeskNvme.so needs.
 constexpr const char* kHostLibrary = "libvmkmgmt.so";
+// What only the simulated one of them exports.
+constexpr const char* kPlatformFunction = "vmk_MgmtUserInit";
+constexpr const char* kSimulatedMark = "vesksim_is_simulated";
 
 bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
@@ -44,7 +48,20 @@ Problem dependencyMissing(const std::string& requested, const std::string& depen
             format("{} needs {}, which was not found; {}", requested, dependency, advice)};
 }
 
+// A FIFO would be waited for, and nothing good comes of mapping a device. Names without a slash are
+// the loader's business.
+void refuseWhatIsNoFile(const std::string& requested) {
+    struct stat status = {};
+    if (requested.find('/') != std::string::npos && stat(requested.c_str(), &status) == 0 &&
+        !S_ISREG(status.st_mode)) {
+        throw ProblemError(
+            {ProblemKind::LibraryUnusable,
+             format("{} is no file: name a libVeskNvme.so with --library", requested)});
+    }
+}
+
 void* openLibrary(const std::string& requested) {
+    refuseWhatIsNoFile(requested);
     void* handle = dlopen(requested.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
         const char* text = dlerror();
@@ -60,6 +77,13 @@ std::string loadedPath(void* handle, const std::string& requested) {
         return requested;
     }
     return map->l_name;
+}
+
+// Empty if it is in none.
+std::string fileWith(void* address) {
+    Dl_info info = {};
+    const bool found = address != nullptr && dladdr(address, &info) != 0;
+    return found && info.dli_fname != nullptr ? info.dli_fname : "";
 }
 
 template <class Function>
@@ -118,6 +142,8 @@ Problem describeMissingSymbol(const std::string& file, const std::string& symbol
 Library::Library(const std::string& requested) {
     void* handle = openLibrary(requested);
     m_path = loadedPath(handle, requested);
+    m_platformPath = fileWith(dlsym(handle, kPlatformFunction));
+    m_simulated = dlsym(handle, kSimulatedMark) != nullptr;
     resolve(handle, m_path, "ZT_API_Initialize", m_functions.initialize);
     resolve(handle, m_path, "ZT_Adapter_GetCount", m_functions.adapterGetCount);
     resolve(handle, m_path, "ZT_Adapter_GetInfo", m_functions.adapterGetInfo);
@@ -130,24 +156,6 @@ Library::Library(const std::string& requested) {
     resolve(handle, m_path, "ZT_LD_GetInfo", m_functions.volumeInfo);
     resolve(handle, m_path, "ZT_LD_GetConfig", m_functions.volumeConfig);
     resolve(handle, m_path, "ZT_EVT_GetEvent", m_functions.getEvents);
-}
-
-Session::Session(const std::string& libraryName, std::vector<Problem>& problems)
-    : m_library(libraryName) {
-    const UCHAR_ result = functions().initialize();
-    const bool found = functions().adapterGetCount() != 0;
-    if (result != ERR_NONE) {
-        const Problem problem = libraryCallFailed("ZT_API_Initialize", result);
-        if (!found) {
-            throw ProblemError(problem);
-        }
-        problems.push_back(problem);
-    }
-    if (!found) {
-        throw ProblemError({ProblemKind::NoController,
-                            "no controller was found on this host; check that it is installed and "
-                            "that the host's NVMe driver has claimed it"});
-    }
 }
 
 }  // namespace veskctl

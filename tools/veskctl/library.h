@@ -1,4 +1,4 @@
-// libVeskNvme.so, loaded at run time: the file, the table of its functions, and one use of it.
+// libVeskNvme.so, loaded at run time: the file and the table of its functions.
 // Loading touches no device.
 #pragma once
 
@@ -37,10 +37,16 @@ public:
     explicit Library(const std::string& requested);
 
     const std::string& path() const { return m_path; }
+    // The file of the host's management library that it found.
+    const std::string& platformPath() const { return m_platformPath; }
+    // Whether the host's management library that it found is the simulated one.
+    bool simulated() const { return m_simulated; }
     const LibraryFunctions& functions() const { return m_functions; }
 
 private:
     std::string m_path;
+    std::string m_platformPath;
+    bool m_simulated = false;
     LibraryFunctions m_functions;
 };
 
@@ -50,20 +56,6 @@ Problem describeLoadFailure(const std::string& requested, const std::string& loa
 
 // The file was loaded, and lacks a function. file: the path that was loaded.
 Problem describeMissingSymbol(const std::string& file, const std::string& symbol);
-
-// One use of the library: its set-up, and a controller that was found. At most one per process: the
-// library can be set up only once. Nothing tears it down, see leaveProcess.
-class Session {
-public:
-    // Loads the library, sets it up and counts. Throws ProblemError if that fails or if there is no
-    // controller. A set-up that complains and yet finds a controller is noted in `problems` only.
-    Session(const std::string& libraryName, std::vector<Problem>& problems);
-
-    const LibraryFunctions& functions() const { return m_library.functions(); }
-
-private:
-    Library m_library;
-};
 
 constexpr unsigned kIdCount = 2;  // ids of disks and of volumes are 0 and 1
 

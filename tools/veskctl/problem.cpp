@@ -35,6 +35,13 @@ const char* resultName(int resultCode) {
     }
 }
 
+bool contains(const std::vector<Problem>& problems, ProblemKind kind) {
+    return std::any_of(problems.begin(), problems.end(),
+                       [kind](const Problem& problem) { return problem.kind == kind; });
+}
+
+}  // namespace
+
 const char* problemName(ProblemKind kind) {
     switch (kind) {
     case ProblemKind::Usage:
@@ -49,6 +56,10 @@ const char* problemName(ProblemKind kind) {
         return "library_symbol_missing";
     case ProblemKind::LibraryCallFailed:
         return "library_call_failed";
+    case ProblemKind::LibraryCrashed:
+        return "library_crashed";
+    case ProblemKind::LibraryNotAnswering:
+        return "library_not_answering";
     case ProblemKind::NoController:
         return "no_controller";
     case ProblemKind::ControllerNotResponding:
@@ -57,24 +68,25 @@ const char* problemName(ProblemKind kind) {
         return "disk_not_responding";
     case ProblemKind::VolumeNotResponding:
         return "volume_not_responding";
+    case ProblemKind::HostFileUnusable:
+        return "host_file_unusable";
     case ProblemKind::CaptureFailed:
         return "capture_failed";
     case ProblemKind::CaptureDamaged:
         return "capture_damaged";
     case ProblemKind::NotInCapture:
         return "not_in_capture";
+    case ProblemKind::MarkNotStored:
+        return "mark_not_stored";
+    case ProblemKind::MarkInUse:
+        return "mark_in_use";
+    case ProblemKind::EventNumbersBeganAnew:
+        return "event_numbers_began_anew";
     case ProblemKind::Internal:
         break;
     }
     return "internal_error";
 }
-
-bool contains(const std::vector<Problem>& problems, ProblemKind kind) {
-    return std::any_of(problems.begin(), problems.end(),
-                       [kind](const Problem& problem) { return problem.kind == kind; });
-}
-
-}  // namespace
 
 Problem libraryCallFailed(const std::string& function, int resultCode, const std::string& about) {
     Problem problem;
@@ -89,6 +101,15 @@ Problem libraryCallFailed(const std::string& function, int resultCode, const std
 
 Problem didNotAnswer(ProblemKind kind, const std::string& name, const std::string& about) {
     return {kind, name + " did not answer" + (about.empty() ? "" : " the request for " + about)};
+}
+
+void addOnce(std::vector<Problem>& problems, const Problem& problem) {
+    const bool known = std::any_of(problems.begin(), problems.end(), [&](const Problem& other) {
+        return other.kind == problem.kind && other.message == problem.message;
+    });
+    if (!known) {
+        problems.push_back(problem);
+    }
 }
 
 Json problemToJson(const Problem& problem) {

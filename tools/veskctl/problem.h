@@ -23,13 +23,19 @@ enum class ProblemKind {
     LibraryUnusable,
     LibrarySymbolMissing,
     LibraryCallFailed,
+    LibraryCrashed,
+    LibraryNotAnswering,
     NoController,
     ControllerNotResponding,
     DiskNotResponding,
     VolumeNotResponding,
+    HostFileUnusable,
     CaptureFailed,
     CaptureDamaged,
     NotInCapture,
+    MarkNotStored,
+    MarkInUse,
+    EventNumbersBeganAnew,
     Internal
 };
 
@@ -47,6 +53,9 @@ Problem libraryCallFailed(const std::string& function, int resultCode,
 
 // name: the part that is silent. about: what of it was asked for, if it is not silent altogether.
 Problem didNotAnswer(ProblemKind kind, const std::string& name, const std::string& about = "");
+
+// Its name in documents, as "no_controller".
+const char* problemName(ProblemKind kind);
 
 Json problemToJson(const Problem& problem);
 
@@ -71,12 +80,17 @@ public:
     explicit UsageError(const std::string& message) : ProblemError({ProblemKind::Usage, message}) {}
 };
 
+// Unless the same is there: a library that has ended is noticed at each call.
+void addOnce(std::vector<Problem>& problems, const Problem& problem);
+
 // Runs the work; what it throws becomes a problem of the part with this name, so that it does not
 // end the rest. The library may throw.
 template <class Work>
 void guarded(const std::string& name, std::vector<Problem>& problems, Work work) {
     try {
         work();
+    } catch (const ProblemError& error) {
+        addOnce(problems, error.problem());
     } catch (const std::exception& error) {
         problems.push_back({ProblemKind::Internal, name + " cannot be read: " + error.what()});
     }

@@ -18,7 +18,7 @@ namespace {
 extern "C" void ignoreSignal(int) {}
 
 constexpr int kEndedBySignal = 130;
-constexpr std::array<int, 2> kSignals = {SIGINT, SIGTERM};
+constexpr std::array<int, 3> kSignals = {SIGINT, SIGTERM, SIGHUP};
 
 std::atomic<int> arrivals(0);
 std::atomic<int> wakeUpWriter(-1);

@@ -18,9 +18,9 @@ bool standardOutputIsOpen();
 // Writes and flushes. 0, or the errno of the failure.
 int writeAndFlush(std::FILE* stream, const std::string& text);
 
-// SIGINT and SIGTERM as an end that can be had between two pieces of work. The second signal ends
-// the process at once, with exit code 130. At most one object at a time, in one thread; the signals
-// may arrive on any.
+// SIGINT, SIGTERM and SIGHUP as an end that can be had between two pieces of work. The second
+// signal ends the process at once, with exit code 130. At most one object at a time, in one thread;
+// the signals may arrive on any.
 class StopSignals {
 public:
     // A signal that was ignored stays so. Throws std::system_error.

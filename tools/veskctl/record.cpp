@@ -1,5 +1,7 @@
 #include "veskctl/record.h"
 
+#include "veskctl/format.h"
+
 #include <cstring>
 
 namespace veskctl {
@@ -26,6 +28,15 @@ std::uint32_t read32(const std::uint8_t* bytes) {
 
 std::string fieldText(const char* field, std::size_t room) {
     return std::string(field, strnlen(field, room));
+}
+
+std::optional<std::string> timeText(std::time_t time) {
+    std::tm utc = {};
+    if (gmtime_r(&time, &utc) == nullptr || utc.tm_year + 1900 > 9999) {
+        return std::nullopt;
+    }
+    return format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", utc.tm_year + 1900, utc.tm_mon + 1,
+                  utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
 }
 
 std::optional<std::string> deviceText(const std::string& text, Padding padding) {

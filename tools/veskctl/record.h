@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <optional>
 #include <string>
 
@@ -20,6 +21,9 @@ template <std::size_t Room>
 std::string fieldText(const char (&field)[Room]) {
     return fieldText(field, Room);
 }
+
+// RFC 3339 in UTC, "2026-09-21T14:13:20Z"; empty if the year has more than four digits.
+std::optional<std::string> timeText(std::time_t time);
 
 enum class Padding { Trim, Keep };
 

@@ -1,12 +1,14 @@
-// What a command has to say, in both forms: sections of aligned lines for people, and a document.
-// How both become text.
+// What a command has to say, to people and to programs.
 #pragma once
 
+#include "veskctl/blocks.h"
+#include "veskctl/grid.h"
 #include "veskctl/problem.h"
 
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,60 +18,30 @@ namespace veskctl {
 // Raised when a field changes its meaning or goes away; new fields do not raise it.
 constexpr int kSchemaVersion = 1;
 
-enum class Tone { Plain, Faint, Warning };
-
-// Sections of "Name  value" lines.
-class Table {
-public:
-    void addSection(const std::string& title);
-    // Belongs to the section that was added last.
-    void addLine(const std::string& name, const std::string& value, Tone tone = Tone::Plain);
-
-    // Values stand in one column over all sections.
-    std::string render(bool colour) const;
-
-private:
-    struct Line {
-        std::string name;
-        std::string value;
-        Tone tone;
-    };
-    struct Section {
-        std::string title;
-        std::vector<Line> lines;
-    };
-
-    std::vector<Section> m_sections;
-};
-
 struct Report {
     Json fields = Json::object();  // of the document
-    Table table;
-    std::string text;                // for people or as lines of JSON, behind the table
+    // The array of `fields` that is written line by line as NDJSON, and row by row as CSV. Empty:
+    // the document is the one item.
+    std::string items;
+
+    // For people, in this order. Lines of texts may be broken at blanks to fit the screen.
+    std::string lead;
+    Blocks blocks;
+    Grid grid;
+    std::string text;
+
     std::vector<std::string> notes;  // lines for standard error that are no problems
     std::vector<Problem> problems;
+    // Of a command whose exit code is an answer. Problems outweigh it.
+    std::optional<int> exitCode = std::nullopt;
+
+    // Called once all of it was written, and only then; a problem counts for the exit code.
+    std::function<std::optional<Problem>()> afterWriting;
+
+    bool simulated = false;    // what was shown is the simulated host
+    bool forPrograms = false;  // `text` is read by programs: nothing is put before it or changed
+    bool streamed = false;     // the command has written all but problems and notes itself
 };
-
-// The whole document, with a line end. An empty command name stands for none and reads null.
-std::string renderJson(const std::string& command, const Report& report);
-
-// One line, with its end.
-std::string renderJsonLine(const Json& json);
-
-// The lines for standard error.
-std::string renderProblems(const std::vector<Problem>& problems);
-std::string renderNotes(const std::vector<std::string>& notes);
-
-// Whether output may be coloured. noColor and term are the values of NO_COLOR and TERM, null where
-// not set. An empty NO_COLOR counts as not set, as its convention has it.
-bool colourWanted(bool isTerminal, const char* noColor, const char* term);
-
-// The text in the colour of the tone, if there are colours.
-std::string toned(const std::string& text, Tone tone, bool colour);
-
-// For a terminal: bytes that are no UTF-8 become replacement characters, control characters become
-// question marks, so that a device cannot steer the terminal.
-std::string printable(const std::string& text);
 
 // Null where there is nothing.
 template <class Value>

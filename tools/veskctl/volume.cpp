@@ -3,14 +3,39 @@
 #include "veskctl/command.h"
 #include "veskctl/format.h"
 #include "veskctl/report.h"
+#include "veskctl/session.h"
+#include "veskctl/sizes.h"
 
-#include <limits>
 #include <memory>
 
 namespace veskctl {
 
 std::optional<std::string> Volume::name() const {
     return info ? deviceText(fieldText(info->name), Padding::Trim) : std::nullopt;
+}
+
+std::optional<unsigned> Volume::statusCode() const {
+    return valueOf<unsigned>(info, &VD_Info::status);
+}
+
+const char* Volume::state() const {
+    const std::optional<unsigned> code = statusCode();
+    if (!code) {
+        return presence == Presence::Absent ? "absent" : "not_responding";
+    }
+    return *code == 0 ? "normal" : "not_normal";
+}
+
+std::string Volume::stateText() const {
+    const std::optional<unsigned> code = statusCode();
+    if (!code) {
+        return presence == Presence::Absent ? "absent" : "did not answer";
+    }
+    return format("{} (0x{:02x})", *code == 0 ? "normal" : "not normal", *code);
+}
+
+bool Volume::wantsAttention() const {
+    return statusCode() != std::optional<unsigned>(0);
 }
 
 std::optional<std::string> Volume::raidLevel() const {
@@ -21,11 +46,7 @@ std::optional<std::string> Volume::raidLevel() const {
 }
 
 std::optional<std::uint64_t> Volume::capacityBytes() const {
-    const std::uint64_t blockSize = info ? info->blockSize : 0;
-    if (blockSize == 0 || info->size > std::numeric_limits<std::uint64_t>::max() / blockSize) {
-        return std::nullopt;
-    }
-    return info->size * blockSize;
+    return info ? bytesOf(info->size, info->blockSize) : std::nullopt;
 }
 
 // Asking the library. A device command that failed reads as a record of zeros.
@@ -134,7 +155,8 @@ Json volumeToJson(const Volume& volume) {
     json["present"] = valueOrNull(presentOrUnknown(volume.presence));
     json["vd_id"] = valueOrNull(valueOf<unsigned>(info, &VD_Info::id));
     json["name"] = valueOrNull(volume.name());
-    json["status_code"] = valueOrNull(valueOf<unsigned>(info, &VD_Info::status));
+    json["state"] = volume.state();
+    json["status_code"] = valueOrNull(volume.statusCode());
     json["raid_level"] = valueOrNull(volume.raidLevel());
     json["raid_mode_code"] = valueOrNull(valueOf<unsigned>(info, &VD_Info::raidMode));
     json["member_count"] = valueOrNull(valueOf<unsigned>(info, &VD_Info::hdCount));
@@ -146,44 +168,61 @@ Json volumeToJson(const Volume& volume) {
     return json;
 }
 
-void addVolumeSection(const Volume& volume, Table& table) {
-    table.addSection(format("Volume {}", volume.id));
+void addVolumeSection(const Volume& volume, Blocks& blocks) {
+    blocks.addSection(format("Volume {}", volume.id));
+    const Tone tone = volume.wantsAttention() ? Tone::Warning : Tone::Plain;
     if (!volume.info) {
-        table.addLine("State", volume.presence == Presence::Absent ? "absent" : "did not answer",
-                      Tone::Warning);
+        blocks.addLine("State", volume.stateText(), tone);
         return;
     }
     const VD_Info& info = *volume.info;
     const std::optional<std::string> name = volume.name();
     const std::optional<std::uint64_t> capacity = volume.capacityBytes();
-    table.addLine("Name", name ? printable(*name) : "none", name ? Tone::Plain : Tone::Faint);
-    table.addLine("RAID level", raidText(info));
-    table.addLine("Members", format("{}", info.hdCount));
-    table.addLine("Status", format("0x{:02x}", info.status));
-    table.addLine("Capacity", capacity ? format("{} bytes", *capacity) : "unknown");
-    table.addLine("Size", format("{} blocks", info.size));
-    table.addLine("Block size", format("{} bytes", info.blockSize));
-    table.addLine("Stripe block size", format("{}", info.stripeBlockSize));
-    table.addLine("Controller's ID", format("{}", info.id));
+    blocks.addLine("Name", name.value_or("none"), name ? Tone::Plain : Tone::Faint);
+    blocks.addLine("RAID level", raidText(info));
+    blocks.addLine("Members", format("{}", info.hdCount));
+    blocks.addLine("State", volume.stateText(), tone);
+    blocks.addLine("Capacity",
+                   capacity ? format("{} ({} bytes)", sizeText(*capacity), *capacity) : "unknown");
+    blocks.addLine("Size", format("{} blocks of {} bytes", info.size, info.blockSize));
+    blocks.addLine("Stripe block size", format("{}", info.stripeBlockSize));
+    blocks.addLine("Controller's ID", format("{}", info.id));
 }
 
 // The commands.
 
 namespace {
 
-void addVolume(const Volume& volume, Report& report) {
-    report.fields["volumes"].push_back(volumeToJson(volume));
-    addVolumeSection(volume, report.table);
+void addVolumeRow(const Volume& volume, Grid& grid) {
+    std::vector<std::string> cells = {format("{}", volume.id), volume.name().value_or("-")};
+    if (volume.info) {
+        const std::optional<std::uint64_t> capacity = volume.capacityBytes();
+        cells.push_back(raidText(*volume.info));
+        cells.push_back(format("{}", volume.info->hdCount));
+        cells.push_back(volume.stateText());
+        cells.push_back(capacity ? sizeText(*capacity) : "unknown");
+    } else {
+        cells.insert(cells.end(), {"-", "-", volume.stateText(), "-"});
+    }
+    grid.addRow(cells, volume.wantsAttention() ? Tone::Warning : Tone::Plain);
 }
 
 // A volume that does not exist is nothing that broke: the list leaves it out.
 void runVolumes(const CommandContext& context, Report& report) {
+    report.items = "volumes";
     report.fields["volumes"] = Json::array();
-    const Session session(context.libraryName, report.problems);
+    report.grid.setColumns({{"VOLUME"},
+                            {"NAME", Alignment::Left, 8},
+                            {"RAID", Alignment::Left, 6},
+                            {"MEMBERS", Alignment::Right},
+                            {"STATE", Alignment::Left, 8},
+                            {"SIZE", Alignment::Right}});
+    const Session session(context, report);
     for (unsigned id = 0; id < kIdCount; ++id) {
         const Volume volume = readVolume(session.functions(), id, report.problems);
         if (volume.presence != Presence::Absent) {
-            addVolume(volume, report);
+            report.fields["volumes"].push_back(volumeToJson(volume));
+            addVolumeRow(volume, report.grid);
         }
     }
     if (report.fields["volumes"].empty()) {
@@ -193,21 +232,28 @@ void runVolumes(const CommandContext& context, Report& report) {
 
 CommandRunner declareShow(Options& options) {
     const auto id = std::make_shared<std::optional<unsigned>>();
-    options.addId(*id, "volume", true);
+    options.addVolumeId(*id);
     return [id](const CommandContext& context, Report& report) {
+        report.items = "volumes";
         report.fields["volumes"] = Json::array();
-        const Session session(context.libraryName, report.problems);
-        addVolume(readVolume(session.functions(), id->value(), report.problems), report);
+        const Session session(context, report);
+        const Volume volume = readVolume(session.functions(), id->value(), report.problems);
+        report.fields["volumes"].push_back(volumeToJson(volume));
+        addVolumeSection(volume, report.blocks);
     };
 }
 
 }  // namespace
 
 Command volumesCommand() {
+    const Command show = {"show", "Show all that is known of one of them", declareShow, {},
+                          true,   {{"volumes show 0", "all of volume 0"}}};
     return {"volumes",
-            "Show the virtual disks: RAID level, members, capacity",
+            "Show the virtual disks: RAID level, members, state, capacity",
             [](Options&) { return CommandRunner(runVolumes); },
-            {{"show", "Show one of them", declareShow}}};
+            {show},
+            true,
+            {{"volumes", "one line for each volume"}}};
 }
 
 }  // namespace veskctl

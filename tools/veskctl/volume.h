@@ -14,7 +14,7 @@
 
 namespace veskctl {
 
-class Table;
+class Blocks;
 struct Command;
 
 struct Volume {
@@ -25,6 +25,13 @@ struct Volume {
     std::optional<VD_Config> config = std::nullopt;
 
     std::optional<std::string> name() const;
+    std::optional<unsigned> statusCode() const;
+    // "normal" for status 0, "not_normal" for any other: no value has a name. "absent" or
+    // "not_responding" without a status.
+    const char* state() const;
+    // The same for people, with the code beside it: "normal (0x00)".
+    std::string stateText() const;
+    bool wantsAttention() const;
     // "raid0" or "raid1". Other modes have no name.
     std::optional<std::string> raidLevel() const;
     // Empty if the block size is 0 or the product has no room in 64 bits.
@@ -35,7 +42,7 @@ struct Volume {
 Volume readVolume(const LibraryFunctions& functions, unsigned id, std::vector<Problem>& problems);
 
 Json volumeToJson(const Volume& volume);
-void addVolumeSection(const Volume& volume, Table& table);
+void addVolumeSection(const Volume& volume, Blocks& blocks);
 
 Command volumesCommand();
 

@@ -1,0 +1,176 @@
+#include "veskctl/mark_file.h"
+
+#include "veskctl/format.h"
+#include "veskctl/problem.h"
+#include "veskctl/sequence_mark.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace veskctl {
+
+namespace {
+
+constexpr std::chrono::milliseconds kLockPause(20);
+constexpr int kLockAttempts = 500;  // ten seconds
+
+[[noreturn]] void failed(const std::string& path, int error) {
+    throw ProblemError({ProblemKind::MarkNotStored,
+                        format("the mark of delivered events cannot be stored in {}: {}; the same "
+                               "events will come again",
+                               path, std::strerror(error))});
+}
+
+// Without the characters that end it.
+std::string bare(const std::string& line) {
+    return line.substr(0, std::min(line.find_last_not_of("\r\n") + 1, line.size()));
+}
+
+// Each with its line end.
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find('\n', at), text.size() - 1) + 1;
+        lines.push_back(text.substr(at, end - at));
+        at = end;
+    }
+    return lines;
+}
+
+bool isMark(const std::string& line) {
+    const std::size_t begin = line.find_first_not_of(" \t");
+    return begin != std::string::npos && line.compare(begin, std::strlen(kMarkKey), kMarkKey) == 0;
+}
+
+std::string markHeader() {
+    return format("[{}]", kMarkSection);
+}
+
+// False if not everything went in.
+bool writeAll(int descriptor, const std::string& text, std::size_t from) {
+    std::size_t at = from;
+    while (at < text.size()) {
+        const ssize_t now =
+            pwrite(descriptor, text.data() + at, text.size() - at, static_cast<off_t>(at));
+        if (now == -1 && errno != EINTR) {
+            return false;
+        }
+        at += now > 0 ? static_cast<std::size_t>(now) : 0;
+    }
+    return ftruncate(descriptor, static_cast<off_t>(text.size())) == 0;
+}
+
+}  // namespace
+
+MarkLock::MarkLock(const std::string& path)
+    : m_descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+    if (m_descriptor == -1) {
+        return;
+    }
+    for (int attempt = 0; flock(m_descriptor, LOCK_EX | LOCK_NB) != 0; ++attempt) {
+        if (errno != EWOULDBLOCK && errno != EINTR) {
+            return;
+        }
+        if (attempt == kLockAttempts) {
+            close(m_descriptor);
+            throw ProblemError({ProblemKind::MarkInUse,
+                                format("another veskctl has held {} for 10 seconds; wait until it "
+                                       "has taken its events, or end it",
+                                       path)});
+        }
+        std::this_thread::sleep_for(kLockPause);
+    }
+}
+
+MarkLock::~MarkLock() {
+    if (m_descriptor != -1) {
+        close(m_descriptor);
+    }
+}
+
+std::string withMark(const std::string& text, const std::string& path, std::uint32_t number) {
+    const bool crlf = text.find("\r\n") != std::string::npos;
+    std::string head;
+    std::string header = markHeader() + (crlf ? "\r\n" : "\n");
+    // All but the mark and its header, which go to the end: the library writes behind the last "=".
+    for (const std::string& line : linesOf(text)) {
+        if (bare(line) == markHeader()) {
+            header = line;
+        } else if (!isMark(line)) {
+            head += line;
+        }
+    }
+    if (!head.empty() && head.back() != '\n') {
+        head += crlf ? "\r\n" : "\n";
+    }
+    // Two characters behind the number are one too many for the library, so CRLF cannot stand here.
+    const std::string result =
+        head + header + format("{}={}", kMarkKey, number) + (crlf ? "" : "\n");
+    std::vector<Finding> findings;
+    const SequenceMark mark = readSequenceMark(result, path, findings);
+    if (!mark.sound || mark.value != static_cast<std::int32_t>(number)) {
+        throw ProblemError({ProblemKind::MarkNotStored,
+                            format("{}: the library would misread the mark {}{}", path, number,
+                                   findings.empty() ? "" : ": " + findings.front().text)});
+    }
+    return result;
+}
+
+std::string copyWithMark(const std::string& text, std::uint32_t number) {
+    std::string copy;
+    for (const std::string& line : linesOf(text)) {
+        // Rows behind the header stay out of the section before it.
+        copy += bare(line) == markHeader() ? "[-]\n" : isMark(line) ? "\n" : line;
+    }
+    return copy + format("\n{}\n{}={}\n", markHeader(), kMarkKey, number);
+}
+
+void replaceText(const std::string& path, const std::string& before, const std::string& after) {
+    const auto [first, ignored] = std::mismatch(
+        before.begin(),
+        before.begin() + static_cast<std::ptrdiff_t>(std::min(before.size(), after.size())),
+        after.begin());
+    const auto from = static_cast<std::size_t>(first - before.begin());
+    const int descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor == -1) {
+        failed(path, errno);
+    }
+    if (!writeAll(descriptor, after, from)) {
+        const int error = errno;
+        writeAll(descriptor, before, from);
+        close(descriptor);
+        failed(path, error);
+    }
+    if (close(descriptor) != 0) {
+        failed(path, errno);
+    }
+}
+
+std::string backUp(const std::string& path, const std::string& text) {
+    const std::string backup = path + ".bak";
+    struct stat status = {};
+    const mode_t mode = stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0600;
+    const int descriptor = open(backup.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, mode);
+    const bool written = descriptor != -1 && writeAll(descriptor, text, 0);
+    const int error = errno;
+    if (descriptor != -1) {
+        close(descriptor);
+    }
+    if (!written) {
+        throw ProblemError({ProblemKind::MarkNotStored,
+                            format("{} cannot be backed up as {}: {}; nothing was changed", path,
+                                   backup, std::strerror(error))});
+    }
+    return backup;
+}
+
+}  // namespace veskctl
