@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
 #include <stdexcept>
 #include <system_error>
@@ -163,6 +164,7 @@ void LibraryProcess::start(const LibrarySetup& setup) {
         throw std::system_error(error, std::generic_category(), "pipe");
     }
     std::signal(SIGCHLD, SIG_DFL);  // where it was ignored nothing would be known of the end
+    std::fflush(stdout);            // else the other process may write what waits there as well
     m_process = fork();
     const int error = errno;
     if (m_process == 0) {
