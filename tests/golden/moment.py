@@ -71,6 +71,8 @@ def check_page(scenario, folder):
     demand(f"Verdict: {document['verdict']['level']}" in page.text, f"no verdict: {scenario}")
     for reason in document["verdict"]["reasons"]:
         demand(f"{reason['subject']}: {reason['text']}" in page.text, f"{scenario} lacks {reason}")
+    demand("✓ ok absent" not in page.text and "✓ ok did not" not in page.text,
+           f"the page of {scenario} calls a missing disk ok")
     for disk in document["disks"]:
         for name in ("model_name", "serial_number", "firmware_version"):
             demand(disk[name] is None or disk[name] in page.text, f"{scenario} lacks {disk[name]}")

@@ -118,6 +118,14 @@ private:
         return levelName(worst);
     }
 
+    // With a state that wants attention even where the verdict has nothing against it: an empty
+    // slot is no "ok".
+    std::string stateOf(const std::string& subject, bool wantsAttention,
+                        const std::string& text) const {
+        const std::string level = levelOf(subject);
+        return levelMark(level == "ok" && wantsAttention ? "warning" : level) + ' ' + inHtml(text);
+    }
+
     void openSection(const char* id, const char* title) {
         m_html += format("<section aria-labelledby=\"{0}\">\n<h2 id=\"{0}\">{1}</h2>\n", id, title);
     }
@@ -194,8 +202,8 @@ private:
                     inHtml(volume.raidLevel().value_or("–")),
                     volume.info ? format("{}", volume.info->hdCount) : "–",
                     bytes ? sizeText(*bytes) : "–",
-                    levelMark(levelOf(format("volume {}", volume.id))) + ' ' +
-                        inHtml(volume.stateText())},
+                    stateOf(format("volume {}", volume.id), volume.wantsAttention(),
+                            volume.stateText())},
                    numbers);
         }
         if (any) {
@@ -215,13 +223,12 @@ private:
         const std::vector<bool> numbers = {false, false, false, false, true, false};
         openTable({"Disk", "Model", "Serial number", "Firmware", "Size*", "State"}, numbers);
         for (const Disk& disk : snapshot().disks) {
-            addRow(
-                {format("{}", disk.slot), inHtml(disk.modelName(Padding::Trim).value_or("–")),
-                 inHtml(disk.serialNumber(Padding::Trim).value_or("–")),
-                 inHtml(disk.firmwareVersion(Padding::Trim).value_or("–")),
-                 sizeCell(valueOf<std::uint64_t>(disk.info, &PD_Info::size), disk),
-                 levelMark(levelOf(format("disk {}", disk.slot))) + ' ' + inHtml(disk.stateText())},
-                numbers);
+            addRow({format("{}", disk.slot), inHtml(disk.modelName(Padding::Trim).value_or("–")),
+                    inHtml(disk.serialNumber(Padding::Trim).value_or("–")),
+                    inHtml(disk.firmwareVersion(Padding::Trim).value_or("–")),
+                    sizeCell(valueOf<std::uint64_t>(disk.info, &PD_Info::size), disk),
+                    stateOf(format("disk {}", disk.slot), disk.wantsAttention(), disk.stateText())},
+                   numbers);
         }
         closeTable();
         m_html += "<p class=\"soft\">* if counted in blocks of the disk: the controller does not "
