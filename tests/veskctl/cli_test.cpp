@@ -31,7 +31,7 @@ TEST(Cli, HelpNamesCommandsExitCodesAndTheMarkThatMoves) {
     const CliOutcome outcome = evaluate({"--help"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.standardError, "");
-    for (const char* text : {"controller", "version", "Exit codes:", "3  there is no controller"}) {
+    for (const char* text : {"controller", "version", "Exit codes:", "there is no controller"}) {
         EXPECT_TRUE(contains(outcome.standardOutput, text)) << text;
     }
     const CliOutcome ofEvents = evaluate({"events", "--help"});
@@ -51,7 +51,9 @@ TEST(Cli, UsageErrorsSayWhatIsWrongAndWhatToAsk) {
         {{"dsiks"}, "unknown command 'dsiks'; did you mean 'disks'?", ""},
         {{"stat"}, "unknown command 'stat'; did you mean 'status'?", ""},
         {{"--frob"}, "unknown option '--frob'", ""},
-        {{"--jsno", "disks"}, "unknown option '--jsno'; did you mean '--json'?", ""},
+        {{"--jsno", "disks"},
+         "unknown option '--jsno' behind 'disks'; did you mean '--json'?",
+         "disks"},
         {{"--follow"}, "--follow stands behind its command: 'events'", ""},
         {{"controller", "--frob"}, "unknown option '--frob' behind 'controller'", "controller"},
         {{"disks", "--follow"}, "--follow does not go with 'disks', but with 'events'", "disks"},
@@ -67,7 +69,7 @@ TEST(Cli, UsageErrorsSayWhatIsWrongAndWhatToAsk) {
          "unknown command 'shwo' behind 'disks'; did you mean 'show'?",
          "disks"},
         {{"disks", "show", "7"}, "ID: there is no disk '7', the ids are 0 and 1", "disks show"},
-        {{"disks", "show", "-1"}, "unknown option '-1' behind 'disks show'", "disks show"},
+        {{"disks", "show", "-1"}, "ID: there is no disk '-1', the ids are 0 and 1", "disks show"},
         {{"disks", "show", "00"}, "ID: there is no disk '00', the ids are 0 and 1", "disks show"},
         {{"disks", "show", "0", "1"}, "'disks show' takes no further word '1'", "disks show"},
         {{"health", "show", "2"}, "ID: there is no disk '2', the ids are 0 and 1", "health show"},
@@ -91,9 +93,9 @@ TEST(Cli, UsageErrorsSayWhatIsWrongAndWhatToAsk) {
         {{"events", "--follow", "--interval", "0"},
          "--interval: '0' is no number from 1 to 3600",
          "events"},
-        {{"events", "--follow", "--wait", "1"}, "--wait does not go with --follow", "events"},
+        {{"events", "--follow", "--wait", "1"}, "--follow does not go with --wait", "events"},
         {{"disks", "-o", "xml"}, "--output: 'xml' is none of table, json, ndjson, csv", "disks"},
-        {{"disks", "-o", "csv", "-o", "json"}, "--output is given more than once", "disks"},
+        {{"disks", "-o", "csv", "-o", "csv"}, "--output is given more than once", "disks"},
         {{"disks", "-o", "csv", "--ndjson"},
          "csv and ndjson are two formats: ask for one of them",
          "disks"},
@@ -101,7 +103,7 @@ TEST(Cli, UsageErrorsSayWhatIsWrongAndWhatToAsk) {
          "--color: 'sometimes' is none of auto, always, never",
          "disks"},
         {{"disks", "--timeout", "0"}, "--timeout: '0' is no number from 1 to 86400", "disks"},
-        {{"--watch=0", "disks"}, "--watch: '0' is no number from 1 to 86400", ""},
+        {{"--watch=0", "disks"}, "--watch: '0' is no number from 1 to 86400", "disks"},
         {{"disks", "--watch=fast"}, "--watch: 'fast' is no number from 1 to 86400", "disks"},
         {{"locate", "on", "0", "--watch"}, "--watch does not go with 'locate on'", "locate on"},
         {{"sim", "leds"}, "unknown command 'sim'", ""},

@@ -55,7 +55,7 @@ TEST(Description, ExamplesAreUnderstood) {
             EXPECT_EQ(line.rfind(command->words, 0), 0U) << line;
             std::vector<std::string> words = {"veskctl"};
             for (const std::string& word : splitAt(line, ' ')) {
-                if (word == "|" || word == ">" || word == "<" || word == "||" || word == "&&") {
+                if (word == "|" || word == ">" || word == ">>" || word == "||" || word == "&&") {
                     break;
                 }
                 words.push_back(word);
