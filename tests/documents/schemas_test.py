@@ -27,7 +27,7 @@ COMMANDS = [
     "version", "sim leds", "dump FOLDER/SCENARIO.dump", "report FOLDER/SCENARIO.html",
     "diff FOLDER/first.dump",
 ]
-HOSTLESS = ["help disks", "completion bash", "man", "disks show 7", "frob", "disks --frob"]
+HOSTLESS = ["capture show FOLDER/first.cap", "capture show FOLDER/first.cap --hex", "help disks", "completion bash", "man", "disks show 7", "frob", "disks --frob"]
 NO_LIBRARY = [command + " --library /nonexistent/lib.so" for command in COMMANDS]
 
 TEXTS = {path.name: json.loads(path.read_text()) for path in sorted(SCHEMAS.glob("*.schema.json"))}
@@ -155,12 +155,13 @@ def check_all():
     jobs = [(words, scenario) for scenario in scenarios for words in COMMANDS]
     jobs += [(words, healthy) for words in HOSTLESS + NO_LIBRARY]
     run("dump FOLDER/first.dump", healthy)
+    run("--capture FOLDER/first.cap controller", healthy)
     with ThreadPoolExecutor(4) as pool:
         results = list(pool.map(try_out, jobs))
     faults = [fault for found, _ in results for fault in found]
     used = set()
     for (words, scenario), (_, document) in zip(jobs, results):
-        if document is not None and document["command"] is not None and words not in HOSTLESS[3:]:
+        if document is not None and document["command"] is not None and words not in HOSTLESS[5:]:
             used.add(schema_of(document["command"]))
             if scenario == healthy and words in COMMANDS:
                 faults += slips_through(document)

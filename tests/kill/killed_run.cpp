@@ -100,23 +100,27 @@ bool killedAt(std::size_t call, const std::function<void()>& work, Calls counted
     if (waitForAny(status) != child || !WIFSTOPPED(status)) {
         throw std::runtime_error("the child process cannot be traced");
     }
-    constexpr long kOptions = PTRACE_O_TRACESYSGOOD | PTRACE_O_TRACECLONE | PTRACE_O_EXITKILL;
+    constexpr long kOptions = PTRACE_O_TRACESYSGOOD | PTRACE_O_TRACECLONE | PTRACE_O_TRACEFORK |
+                              PTRACE_O_TRACEVFORK | PTRACE_O_EXITKILL;
     ptrace(PTRACE_SETOPTIONS, child, nullptr, kOptions);
     ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
 
     std::size_t calls = 0;
-    std::set<pid_t> inCall;  // threads that stop at a call's end next
+    std::set<pid_t> inCall;           // threads that stop at a call's end next
+    std::set<pid_t> alive = {child};  // threads, also of processes that it starts
     bool killed = false;
-    for (;;) {
+    int end = 0;
+    while (!alive.empty()) {
         const pid_t thread = waitForAny(status);
         if (!WIFSTOPPED(status)) {
-            if (thread != child) {
-                continue;
-            }
-            if (!killed) {
-                expectDone(status);
-            }
-            return killed;
+            alive.erase(thread);
+            end = thread == child ? status : end;
+            continue;
+        }
+        alive.insert(thread);
+        if (killed) {
+            kill(thread, SIGKILL);
+            continue;
         }
         const int signal = WSTOPSIG(status);
         if (signal == kSystemCallStop && inCall.erase(thread) == 0) {
@@ -124,7 +128,9 @@ bool killedAt(std::size_t call, const std::function<void()>& work, Calls counted
             calls += counted == Calls::kAll || changesFiles(thread) ? 1 : 0;
             if (calls == call) {
                 killed = true;
-                kill(child, SIGKILL);
+                for (const pid_t victim : alive) {
+                    kill(victim, SIGKILL);
+                }
                 continue;
             }
         }
@@ -132,6 +138,10 @@ bool killedAt(std::size_t call, const std::function<void()>& work, Calls counted
         const bool ours = signal == kSystemCallStop || signal == SIGSTOP || signal == SIGTRAP;
         ptrace(PTRACE_SYSCALL, thread, nullptr, static_cast<long>(ours ? 0 : signal));
     }
+    if (!killed) {
+        expectDone(end);
+    }
+    return killed;
 }
 
 std::size_t killAtEachCall(const std::function<void()>& prepare, const std::function<void()>& work,

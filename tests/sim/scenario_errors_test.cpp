@@ -111,12 +111,12 @@ TEST(ScenarioErrors, NameTheFile) {
         EXPECT_EQ(messageOf(file), file + ": the file cannot be read. Look whether it is a file, "
                                           "exists and may be read.");
     }
-    EXPECT_EQ(
-        messageOf("no-such-scenario"),
-        "scenario \"no-such-scenario\": there is none of that name. Take one of busy-log, "
-        "commands-fail, cut-lines, degraded, event-storm, foreign-disk, garbage-log, healthy, "
-        "identify-fails, mixed-volumes, no-controller, no-volumes, sequence-reset, "
-        "two-adapters, worn, or name a file with its path or with .json at its end.");
+    EXPECT_EQ(messageOf("no-such-scenario"),
+              "scenario \"no-such-scenario\": there is none of that name. Take one of busy-log, "
+              "commands-fail, crlf-mark, cut-lines, degraded, disks-missing, empty-mapping, "
+              "event-storm, falls-silent, foreign-disk, garbage-log, healthy, identify-fails, "
+              "mixed-volumes, no-controller, no-volumes, sequence-reset, two-adapters, worn, or "
+              "name a file with its path or with .json at its end.");
 }
 
 using LoadedHost = simtest::RawHost;

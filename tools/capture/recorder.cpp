@@ -407,8 +407,12 @@ void Recorder::askAdaptersOf(const Invocation& invocation) {
 
 // ---- The three calls.
 
-void Recorder::beforeInit(Exchange& exchange, unsigned long cookie) noexcept {
+void Recorder::lookAtHost() noexcept {
     guarded([&] { readHostFiles(); });
+}
+
+void Recorder::beforeInit(Exchange& exchange, unsigned long cookie) noexcept {
+    lookAtHost();
     exchange.body.call = kInit;
     exchange.body.cookie = cookie;
     begin(exchange);

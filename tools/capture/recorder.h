@@ -58,6 +58,9 @@ public:
     // Says it on standard error, if nobody has yet.
     static void sayProblem() noexcept;
 
+    // Takes in the host's files as they are now; once.
+    void lookAtHost() noexcept;
+
     void beforeInit(Exchange& exchange, unsigned long cookie) noexcept;
     void afterInit(Exchange& exchange, const void* signature, const unsigned long* handle,
                    int result) noexcept;

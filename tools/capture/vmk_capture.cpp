@@ -46,9 +46,14 @@ Recorder* recorderAside() {
 
 extern "C" {
 
-// Opens the file now instead of at the first call. Null, or why nothing is recorded.
+// Opens the file and looks at the host's files now instead of at the first call. Null, or why
+// nothing is recorded.
 VESK_EXPORTED const char* vesk_capture_start(void) {
-    aside([] { Recorder::active(); });
+    aside([] {
+        if (Recorder* const recorder = Recorder::active()) {
+            recorder->lookAtHost();
+        }
+    });
     return Recorder::problem();
 }
 

@@ -383,8 +383,9 @@ CommandRunner declareShow(Options& options) {
         std::error_code error;
         std::ifstream stream(choice->file, std::ios::binary);
         if (!stream || fs::is_directory(choice->file, error)) {
-            throw UsageError(format("the capture {} cannot be opened: {}", choice->file,
-                                    stream ? "it is a folder" : std::strerror(errno)));
+            throw ProblemError({ProblemKind::CaptureDamaged,
+                                format("the capture {} cannot be opened: {}", choice->file,
+                                       stream ? "it is a folder" : std::strerror(errno))});
         }
         showCapture(stream, choice->file, context.format != OutputFormat::Table, choice->hex,
                     report);
@@ -409,18 +410,23 @@ void startCapture(const CaptureOptions& options, const std::string& libraryName)
     if (options.mask && (key == nullptr || *key == '\0')) {
         setenv(kKeyVariable, randomKey().c_str(), 1);
     }
-    const ProblemFunction start = captureFunction("vesk_capture_start");
-    if (start == nullptr) {
-        const std::string library = findCaptureLibrary(libraryName);
-        const char* const started = std::getenv(kStartedVariable);
-        if (started != nullptr && started == std::to_string(getpid())) {
-            throw ProblemError(
-                {ProblemKind::CaptureFailed,
-                 format("the loader did not take {} in front; its reason stands above", library)});
-        }
-        runAnew(library);
+    if (captureFunction("vesk_capture_start") != nullptr) {
+        return;
     }
-    if (const char* const problem = start()) {
+    const std::string library = findCaptureLibrary(libraryName);
+    const char* const started = std::getenv(kStartedVariable);
+    if (started != nullptr && started == std::to_string(getpid())) {
+        throw ProblemError(
+            {ProblemKind::CaptureFailed,
+             format("the loader did not take {} in front; its reason stands above", library)});
+    }
+    runAnew(library);
+}
+
+void beginCapture(const CaptureOptions& options) {
+    const ProblemFunction start = captureFunction("vesk_capture_start");
+    const char* const problem = start != nullptr ? start() : nullptr;
+    if (problem != nullptr && !options.file.empty()) {
         throw UsageError(problem);
     }
 }

@@ -22,6 +22,11 @@ void addCaptureOptions(Options& target, CaptureOptions& options);
 // which the capture library may stand beside. Throws ProblemError.
 void startCapture(const CaptureOptions& options, const std::string& libraryName);
 
+// In that second run, once the host's files are where the program finds them, and before the
+// library is given copies in the place of some: opens the capture, which takes them in. Throws
+// UsageError.
+void beginCapture(const CaptureOptions& options);
+
 // Notes a capture that ended early among the problems.
 void finishCapture(Report& report);
 

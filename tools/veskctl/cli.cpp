@@ -93,6 +93,7 @@ void runCommand(const Request& request, CommandContext& context, const CliHooks&
         if (hooks.prepare && !request.aboutProgram) {
             hooks.prepare(context);
         }
+        beginCapture(capture);
         request.run(context, report);
     });
     reported(report, [&] {

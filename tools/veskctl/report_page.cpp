@@ -372,7 +372,9 @@ std::string reportPage(const Moment& moment, bool simulated, const std::string& 
 }
 
 Command reportCommand() {
-    return {"report", "Write an HTML page for a support case", [](Options& options) {
+    return {"report",
+            "Write an HTML page for a support case",
+            [](Options& options) {
                 const auto path = std::make_shared<std::string>();
                 options.addPath(*path, "FILE", "The page to write; one that is there is replaced",
                                 true);
@@ -381,7 +383,10 @@ Command reportCommand() {
                 return CommandRunner([path](const CommandContext& context, Report& report) {
                     runReport(context, *path, report);
                 });
-            }};
+            },
+            {},
+            false,
+            {{"report controller.html", "a page for any browser"}}};
 }
 
 }  // namespace veskctl
