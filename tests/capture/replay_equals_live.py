@@ -17,7 +17,7 @@ import tempfile
 from pathlib import Path
 
 COMMANDS = ['controller', 'disks', 'disks show 0', 'disks show 1', 'health', 'health 0', 'volumes',
-            'volumes show 0', 'locate on 1', 'locate off 0', 'version']
+            'volumes show 0', 'link', 'space', 'check', 'locate on 1', 'locate off 0', 'version']
 MASKED = ['controller', 'disks', 'health', 'events']
 
 
@@ -87,10 +87,8 @@ def main():
     tool = Tool(*sys.argv[1:])
     with tempfile.TemporaryDirectory() as name:
         file = Path(name) / 'capture'
-        # Waiting is of use only where something comes.
+        # Without waiting, the library's look at the log may be cut short, in the capture as well.
         events = 'events --wait 1'
-        if not json.loads(tool.live([*events.split(), '--json']).stdout).get('events'):
-            events = 'events --wait 0'
         for command in [*COMMANDS, events]:
             # What a command shows of one thing is in its list as well.
             single = 'show' in command or command == 'health 0'

@@ -37,8 +37,8 @@ constexpr Row kPollRows[] = {
 constexpr Row kStartRows[] = {
     {"ZT_API_Initialize", false, {63}},
     {"ZNV_Library_Initialize", false, {40}},
-    {"ZT_API_Initialize", true, {15, 61}},
-    {"ZNV_Library_Initialize", true, {15, 61}},
+    {"ZT_API_Initialize", true, {10, 61}},
+    {"ZNV_Library_Initialize", true, {10, 61}},
 };
 
 constexpr Row kStopRows[] = {
@@ -48,7 +48,7 @@ constexpr Row kStopRows[] = {
     {"ZNV_Library_Finalize", true, {7, 61}},
 };
 
-constexpr Extent kRotation = {211};
+constexpr Extent kRotation = {190};
 constexpr Extent kMark = {42};
 constexpr Extent kFolder = {21};
 

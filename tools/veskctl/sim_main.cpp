@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <exception>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,9 @@ void startHost(const SimOptions& options, std::optional<vesksim::SimFolder>& fol
     context.child.redirectFile = vesksim::redirectFile;
 }
 
+const std::set<std::string> kCommandsOfEvents = {"events", "status",  "check", "doctor",
+                                                 "dump",   "metrics", "diff",  "report"};
+
 // An answer that the capture does not hold would look like a device that fails: nothing is shown
 // then. The library looks at the log in the background, which no other command waits for.
 void finishReplay(const std::string& file, const std::string& command, veskctl::Report& report) {
@@ -68,7 +72,10 @@ void finishReplay(const std::string& file, const std::string& command, veskctl::
     if (!replay->damage().empty()) {
         report.notes.push_back(format("the capture {} ends early: {}", file, replay->damage()));
     }
-    const std::vector<std::string> refusals = replay->refusals(command == "events");
+    // Only a command that says something of the events waits for that look; one that failed does
+    // not.
+    const bool ofEvents = kCommandsOfEvents.count(command) != 0 && report.problems.empty();
+    const std::vector<std::string> refusals = replay->refusals(ofEvents);
     if (refusals.empty()) {
         return;
     }
