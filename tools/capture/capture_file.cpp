@@ -24,7 +24,7 @@ namespace {
 constexpr int kHighDescriptor = 200;
 
 // More than that at the end of a file is damage, not a record that was cut short.
-constexpr off_t kLongestCutRecord = 64 * 1024;
+constexpr off_t kLongestCutRecord = 65536;
 
 FileHeader makeHeader(std::uint32_t flags, std::uint32_t keyCheck) {
     FileHeader header = {};

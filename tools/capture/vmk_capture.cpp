@@ -44,6 +44,8 @@ Recorder* recorderAside() {
 
 }  // namespace
 
+// Names as C programs have them.
+// NOLINTBEGIN(readability-identifier-naming)
 extern "C" {
 
 // Opens the file and looks at the host's files now instead of at the first call. Null, or why
@@ -135,3 +137,4 @@ VESK_EXPORTED int vmk_MgmtUserDestroy(unsigned long handle) {
 }
 
 }  // extern "C"
+// NOLINTEND(readability-identifier-naming)

@@ -94,6 +94,7 @@ std::string randomKey() {
         words.push_back(word);
     }
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }

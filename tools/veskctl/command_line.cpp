@@ -274,7 +274,7 @@ private:
         if (required && level().get_require_subcommand_min() > 0) {
             return format("no command was given behind '{}'", words());
         }
-        const std::string text = error.what();
+        std::string text = error.what();
         const std::string about = text.substr(0, text.find(": "));
         if (required) {
             return format("'{}' needs {}", words(), text.substr(0, text.find(' ')));

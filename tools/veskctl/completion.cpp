@@ -127,6 +127,7 @@ bool hasFileWord(const CommandDescription& command) {
 
 std::string wordsOf(const std::vector<Choice>& choices) {
     std::vector<std::string> words;
+    words.reserve(choices.size());
     for (const Choice& choice : choices) {
         words.push_back(choice.word);
     }

@@ -86,7 +86,7 @@ void runDump(const CommandContext& context, const std::string& path, Report& rep
 }  // namespace
 
 Json readDump(const std::string& path) {
-    const Json document = Json::parse(textOf(path), nullptr, false);
+    Json document = Json::parse(textOf(path), nullptr, false);
     if (!document.is_object() || document.value("command", Json()) != Json(kName)) {
         refuse(path, "is no dump");
     }

@@ -45,12 +45,12 @@ LibraryMessage messageFor(LibraryFunction function, UCHAR_ adapterId = 0, UCHAR_
 }
 
 // The caller has room for one record behind the header.
-template <LibraryFunction kFunction, class Record>
+template <LibraryFunction Function, class Record>
 UCHAR_ requestStub(UCHAR_ adapterId, PInfo_Request request) {
     if (request->requestType != REQUEST_SINGLE) {
         throw std::logic_error("only single records are asked for");
     }
-    LibraryMessage message = messageFor(kFunction, adapterId);
+    LibraryMessage message = messageFor(Function, adapterId);
     return callWithRecord(message, request, sizeof(Info_Request) + sizeof(Record));
 }
 
