@@ -19,6 +19,7 @@
 #include <stdexcept>
 
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace vesksim {
@@ -292,7 +293,8 @@ void Replay::refuse(const std::string& what) {
         return;
     }
     Shared::Refusal& refusal = m_shared->refusals[m_shared->refusalCount];
-    refusal.byFirstThread = gettid() == getpid();
+    // Not gettid(), which C libraries before 2.30 lack.
+    refusal.byFirstThread = syscall(SYS_gettid) == getpid();
     refusal.text[what.copy(refusal.text, sizeof(refusal.text) - 1)] = '\0';
     ++m_shared->refusalCount;
 }
