@@ -6,16 +6,20 @@ set -euo pipefail
 root=$(cd "$1" && pwd -P)
 release=$(cd "$2" && pwd)
 
-work=$(mktemp -d)
-# The root's own path leads back to it from inside: so a file in its /tmp has one name on both sides.
+golden=$(cd "$(dirname "$0")/../golden" && pwd -P)
+work=$(mktemp -d -p "$root/tmp")
+# The root's own path leads back to it from inside: so a file in its /tmp has one name on both sides,
+# and so has a file beside the tests.
 back=$root$root
-mkdir -p "$(dirname "$back")"
+mkdir -p "$(dirname "$back")" "$root$golden"
 ln -sfn / "$back"
-trap 'rm -rf "$work"; rm -f "$back"' EXIT
+trap 'rm -rf "$work" "$root$golden"; rm -f "$back"' EXIT
+cp "$golden"/* "$root$golden"
 mkdir -p "$work/tests/golden"
 cat >"$work/veskctl-sim" <<EOF
 #!/bin/sh
-exec chroot '$root' /usr/bin/env LD_LIBRARY_PATH=/vesk /vesk/veskctl-sim "\$@"
+case \$PWD in "$root"/*) here=\$PWD ;; *) here=/ ;; esac
+exec chroot '$root' /usr/bin/env -C "\$here" LD_LIBRARY_PATH=/vesk /vesk/veskctl-sim "\$@"
 EOF
 chmod +x "$work/veskctl-sim"
 sed "s|$release/bin/veskctl-sim|$work/veskctl-sim|g" "$release/tests/golden/CTestTestfile.cmake" \

@@ -23,6 +23,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace vesksim {
@@ -159,6 +160,15 @@ bool SimFolder::everythingKept() const {
     return !*m_notKept;
 }
 
+namespace {
+
+// By number: older C libraries have no close_range(), and /proc may be missing.
+void closeFrom(int first, unsigned last) {
+    syscall(SYS_close_range, static_cast<unsigned>(first), last, 0U);
+}
+
+}  // namespace
+
 // A process that nothing but the end of the others ends: it reads from a pipe whose other end they
 // have, and which the system closes with the last of them.
 void SimFolder::removeAfterEnd() {
@@ -171,8 +181,8 @@ void SimFolder::removeAfterEnd() {
         // Of no terminal and no process group of the program's, and with none of its streams: who
         // reads them must not wait for this process.
         setsid();
-        close_range(0, static_cast<unsigned>(ends[0]) - 1, 0);
-        close_range(static_cast<unsigned>(ends[0]) + 1, ~0U, 0);
+        closeFrom(0, static_cast<unsigned>(ends[0]) - 1);
+        closeFrom(ends[0] + 1, ~0U);
         for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
             std::signal(signal, SIG_IGN);
         }
