@@ -20,6 +20,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+extern "C" void vesk_capture_end(void);
 extern "C" const char* vesk_capture_problem(void);
 
 namespace {
@@ -249,6 +250,20 @@ TEST_F(CaptureLibrary, EndsRecordingOnAFullDiskSaysSoOnceAndGoesOn) {
     EXPECT_NE(vesk_capture_problem(), nullptr);
     const ReadCapture read = capture();
     EXPECT_GT(read.exchanges().size(), 5U);
+}
+
+TEST_F(CaptureLibrary, RecordsNothingBehindItsEnd) {
+    const unsigned long handle = open();
+    char buffer[16] = {};
+    nvme_uio uio = command(buffer, sizeof(buffer), 4);
+    EXPECT_EQ(send(handle, uio), 0);
+    const std::size_t before = capture().exchanges().size();
+    vesk_capture_end();
+    buffer[15] = 0;
+    EXPECT_EQ(send(handle, uio), 0);
+    EXPECT_EQ(buffer[15], 4);
+    EXPECT_EQ(capture().exchanges().size(), before);
+    EXPECT_EQ(vesk_capture_problem(), nullptr);
 }
 
 TEST_F(CaptureLibrary, WithoutAFileLeadsOn) {

@@ -150,6 +150,13 @@ void Recorder::sayProblem() noexcept {
     }
 }
 
+void Recorder::endRecording() noexcept {
+    if (theRecorder != nullptr) {
+        const std::lock_guard<std::mutex> lock(theRecorder->m_mutex);
+        theRecorder->m_recording = false;
+    }
+}
+
 bool Recorder::start() {
     const char* const path = std::getenv("VESK_CAPTURE");
     if (path == nullptr || *path == '\0') {

@@ -58,6 +58,9 @@ public:
     // Says it on standard error, if nobody has yet.
     static void sayProblem() noexcept;
 
+    // Waits for a record that is being written, and lets none follow it in this process.
+    static void endRecording() noexcept;
+
     // Takes in the host's files as they are now; once.
     void lookAtHost() noexcept;
 

@@ -64,6 +64,12 @@ VESK_EXPORTED const char* vesk_capture_problem(void) {
     return Recorder::problem();
 }
 
+// Records nothing more in this process. No record is under way when it returns: a process that then
+// ends, in whatever way, leaves no half of one.
+VESK_EXPORTED void vesk_capture_end(void) {
+    aside([] { Recorder::endRecording(); });
+}
+
 VESK_EXPORTED int vmk_MgmtUserInit(const void* signature, unsigned long cookie,
                                    unsigned long* handle) {
     const Platform* const real = platformAside();

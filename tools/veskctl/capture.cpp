@@ -432,6 +432,12 @@ void beginCapture(const CaptureOptions& options) {
     }
 }
 
+void endCapture() {
+    if (void* const end = dlsym(RTLD_DEFAULT, "vesk_capture_end")) {
+        reinterpret_cast<void (*)()>(end)();
+    }
+}
+
 void finishCapture(Report& report) {
     const ProblemFunction problem = captureFunction("vesk_capture_problem");
     const char* const text = problem != nullptr ? problem() : nullptr;

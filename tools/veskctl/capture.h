@@ -27,6 +27,9 @@ void startCapture(const CaptureOptions& options, const std::string& libraryName)
 // UsageError.
 void beginCapture(const CaptureOptions& options);
 
+// In the process that the library is in, before it ends.
+void endCapture();
+
 // Notes a capture that ended early among the problems.
 void finishCapture(Report& report);
 

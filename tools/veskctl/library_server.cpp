@@ -1,5 +1,6 @@
 #include "veskctl/library_server.h"
 
+#include "veskctl/capture.h"
 #include "veskctl/library.h"
 #include "veskctl/library_message.h"
 #include "veskctl/library_process.h"
@@ -138,6 +139,7 @@ void serveLibrary(int connection, int output, const LibrarySetup& setup) {
             }
         });
     }
+    endCapture();
     if (setup.hooks.leave) {
         try {
             setup.hooks.leave();
