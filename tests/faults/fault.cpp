@@ -12,7 +12,7 @@ thread_local Injection* t_announced = nullptr;
 thread_local Injection* t_inForce = nullptr;
 
 constexpr const char* kKindNames[] = {"malloc", "new", "system", "platform"};
-constexpr const char* kRepeatNames[] = {"once", "later"};
+constexpr const char* kRepeatNames[] = {"once", "twice", "later"};
 
 }  // namespace
 
@@ -24,7 +24,7 @@ std::string nameOf(const Fault& fault) {
 std::optional<Fault> faultOf(const std::string& name) {
     for (const FaultKind kind :
          {FaultKind::kMalloc, FaultKind::kNew, FaultKind::kSystem, FaultKind::kPlatform}) {
-        for (const Repeat repeat : {Repeat::kOnce, Repeat::kEachLater}) {
+        for (const Repeat repeat : {Repeat::kOnce, Repeat::kTwice, Repeat::kEachLater}) {
             const std::string begin =
                 nameOf(Fault{kind, repeat, 0}).substr(0, nameOf(Fault{kind, repeat, 0}).size() - 1);
             if (name.compare(0, begin.size(), begin) == 0) {
@@ -98,8 +98,7 @@ bool Injection::isToFail(FaultKind kind, const char* call) {
     if (m_calls == m_fault.nth) {
         m_failedCall = call;
     }
-    return m_calls == m_fault.nth ||
-           (m_calls > m_fault.nth && m_fault.repeat == Repeat::kEachLater);
+    return m_calls >= m_fault.nth && m_calls - m_fault.nth <= othersThatFail(m_fault.repeat);
 }
 
 Injection* Injection::current() {

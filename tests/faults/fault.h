@@ -1,5 +1,5 @@
-// One fault: the n-th call of a kind that the library makes on this thread fails, alone or with all
-// that follow.
+// One fault: the n-th call of a kind that the library makes on this thread fails, alone, with the
+// next one or with all that follow.
 #pragma once
 
 #include "memory_faults.h"
@@ -22,7 +22,7 @@ struct Fault {
     unsigned nth;  // from 1 on
 };
 
-// "malloc once 17", "system later 3": as a replay takes it.
+// "malloc once 17", "new twice 2", "system later 3": as a replay takes it.
 std::string nameOf(const Fault& fault);
 std::optional<Fault> faultOf(const std::string& name);
 

@@ -14,42 +14,42 @@ struct Row {
 };
 
 constexpr Row kCallRows[] = {
-    {"ZT_Adapter_GetCount", false, {0}},     {"ZT_Adapter_GetInfo", false, {103}},
+    {"ZT_Adapter_GetCount", false, {0}},     {"ZT_Adapter_GetInfo", false, {72}},
     {"ZT_Adapter_GetConfig", false, {0}},    {"ZT_Adapter_Get_OEM_Data", false, {0}},
-    {"ZT_PD_GetHDInfo_Ext", false, {21}},    {"ZT_PD_GetConfig", false, {21}},
-    {"ZT_PD_GetHDRaidStatus", false, {13}},  {"ZT_PD_GetFreeSpaceInfo", false, {13}},
-    {"ZT_PD_GET_SMART_INFO", false, {24}},   {"ZT_PD_OEMData", false, {7}},
-    {"ZT_LD_GetInfo", false, {21}},          {"ZT_LD_GetConfig", false, {21}},
-    {"ZT_EVT_GetEvent", false, {501}},       {"ZT_Adapter_GetCount", true, {92}},
-    {"ZT_Adapter_GetInfo", true, {1570}},    {"ZT_Adapter_GetConfig", true, {26}},
-    {"ZT_Adapter_Get_OEM_Data", true, {92}}, {"ZT_PD_GetHDInfo_Ext", true, {1050}},
-    {"ZT_PD_GetConfig", true, {1034}},       {"ZT_PD_GetHDRaidStatus", true, {685}},
-    {"ZT_PD_GetFreeSpaceInfo", true, {668}}, {"ZT_PD_GET_SMART_INFO", true, {1017}},
-    {"ZT_PD_OEMData", true, {376}},          {"ZT_LD_GetInfo", true, {1036}},
-    {"ZT_LD_GetConfig", true, {1040}},       {"ZT_EVT_GetEvent", true, {20, 61}},
+    {"ZT_PD_GetHDInfo_Ext", false, {29}},    {"ZT_PD_GetConfig", false, {29}},
+    {"ZT_PD_GetHDRaidStatus", false, {19}},  {"ZT_PD_GetFreeSpaceInfo", false, {19}},
+    {"ZT_PD_GET_SMART_INFO", false, {35}},   {"ZT_PD_OEMData", false, {10}},
+    {"ZT_LD_GetInfo", false, {29}},          {"ZT_LD_GetConfig", false, {29}},
+    {"ZT_EVT_GetEvent", false, {591}},       {"ZT_Adapter_GetCount", true, {91}},
+    {"ZT_Adapter_GetInfo", true, {1628}},    {"ZT_Adapter_GetConfig", true, {27}},
+    {"ZT_Adapter_Get_OEM_Data", true, {91}}, {"ZT_PD_GetHDInfo_Ext", true, {1088}},
+    {"ZT_PD_GetConfig", true, {1071}},       {"ZT_PD_GetHDRaidStatus", true, {704}},
+    {"ZT_PD_GetFreeSpaceInfo", true, {688}}, {"ZT_PD_GET_SMART_INFO", true, {1050}},
+    {"ZT_PD_OEMData", true, {383}},          {"ZT_LD_GetInfo", true, {1071}},
+    {"ZT_LD_GetConfig", true, {1077}},       {"ZT_EVT_GetEvent", true, {25, 61}},
 };
 
 constexpr Row kPollRows[] = {
-    {"poll", false, {312}},
-    {"poll", true, {25, 301}},
+    {"poll", false, {440}},
+    {"poll", true, {29, 301}},
 };
 
 constexpr Row kStartRows[] = {
-    {"ZT_API_Initialize", false, {63}},
-    {"ZNV_Library_Initialize", false, {40}},
-    {"ZT_API_Initialize", true, {10, 61}},
-    {"ZNV_Library_Initialize", true, {10, 61}},
+    {"ZT_API_Initialize", false, {86}},
+    {"ZNV_Library_Initialize", false, {56}},
+    {"ZT_API_Initialize", true, {19, 61}},
+    {"ZNV_Library_Initialize", true, {16, 61}},
 };
 
 constexpr Row kStopRows[] = {
     {"ZT_API_Finalize", false, {1}},
     {"ZNV_Library_Finalize", false, {1}},
-    {"ZT_API_Finalize", true, {7, 61}},
-    {"ZNV_Library_Finalize", true, {7, 61}},
+    {"ZT_API_Finalize", true, {10, 61}},
+    {"ZNV_Library_Finalize", true, {10, 61}},
 };
 
-constexpr Extent kRotation = {190};
-constexpr Extent kMark = {42};
-constexpr Extent kFolder = {21};
+constexpr Extent kRotation = {259};
+constexpr Extent kMark = {59};
+constexpr Extent kFolder = {29};
 
 }  // namespace vesktest

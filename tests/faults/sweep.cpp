@@ -65,7 +65,7 @@ void sweep(const Steps& steps, const Extent& extent) {
         if (kind == FaultKind::kNew && !kCanFailNew) {
             continue;
         }
-        for (const Repeat repeat : {Repeat::kOnce, Repeat::kEachLater}) {
+        for (const Repeat repeat : {Repeat::kOnce, Repeat::kTwice, Repeat::kEachLater}) {
             triggered = true;
             for (unsigned nth = 1; triggered; nth += step) {
                 runOne(steps, Fault{kind, repeat, nth}, triggered);

@@ -20,9 +20,9 @@ struct Extent {
     unsigned step = 1;  // one in this many is run, for what takes long
 };
 
-// Each n of each kind of fault, alone and with all that follow, in a build with the address
-// sanitizer or where VESK_SWEEP_ALL is set; some of them in others, which have no time for all. A
-// failure says how to replay it alone, through VESK_FAULT.
+// Each n of each kind of fault, alone, with the next and with all that follow, in a build with the
+// address sanitizer or where VESK_SWEEP_ALL is set; some of them in others, which have no time for
+// all. A failure says how to replay it alone, through VESK_FAULT.
 void sweep(const Steps& steps, const Extent& extent);
 
 }  // namespace vesktest

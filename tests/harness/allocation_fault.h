@@ -10,7 +10,7 @@ struct AllocationFault {
     std::size_t least;
     std::size_t most;
     unsigned nth;
-    bool eachLater;
+    unsigned others;  // behind the n-th, which fail as well
     unsigned seen;
     bool triggered;
     std::size_t failedSize;  // of the first that failed

@@ -7,6 +7,7 @@
 
 #include "allocation_fault.h"
 
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
@@ -25,8 +26,14 @@ struct AllocationSize {
 
 enum class Repeat {
     kOnce,      // that allocation only
+    kTwice,     // that one and the next of the size: often one that the handling of the first needs
     kEachLater  // that one and all later ones of the size
 };
+
+// How many fail behind the first one.
+constexpr unsigned othersThatFail(Repeat repeat) {
+    return repeat == Repeat::kOnce ? 0 : repeat == Repeat::kTwice ? 1 : UINT_MAX;
+}
 
 // False in a clang build with the thread sanitizer, whose run-time library does not let a program
 // replace operator new. Tests that need FailNew skip themselves then; to make one throws
@@ -53,7 +60,7 @@ protected:
 
     FailAllocation(Exchange* exchange, AllocationSize size, unsigned nth, Repeat repeat)
         : m_exchange(exchange),
-          m_fault{size.least, size.most, nth, repeat == Repeat::kEachLater, 0, false, 0},
+          m_fault{size.least, size.most, nth, othersThatFail(repeat), 0, false, 0},
           m_outer(exchange(&m_fault)) {}
     ~FailAllocation() { m_exchange(m_outer); }
 

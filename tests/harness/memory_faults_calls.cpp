@@ -79,8 +79,7 @@ bool isToFail(AllocationFault* fault, std::size_t size) {
         return false;
     }
     ++fault->seen;
-    if (fault->nth == 0 || fault->seen < fault->nth ||
-        (fault->seen > fault->nth && !fault->eachLater)) {
+    if (fault->nth == 0 || fault->seen < fault->nth || fault->seen - fault->nth > fault->others) {
         return false;
     }
     if (!fault->triggered) {

@@ -44,6 +44,14 @@ TEST_P(MemoryFaults, MallocFailsOnce) {
     EXPECT_EQ(fail.seen(), 3U);
 }
 
+TEST_P(MemoryFaults, TwoInARowMayFail) {
+    const FailMalloc fail(AllocationSize::exactly(kSize), 2, Repeat::kTwice);
+    EXPECT_TRUE(calls().canMalloc(kSize));
+    EXPECT_FALSE(calls().canMalloc(kSize));
+    EXPECT_FALSE(calls().canMalloc(kSize));
+    EXPECT_TRUE(calls().canMalloc(kSize));
+}
+
 TEST_P(MemoryFaults, CallocCountsTheProduct) {
     const FailMalloc fail(AllocationSize::atLeast(54000), 1, Repeat::kEachLater);
     EXPECT_TRUE(calls().canCalloc(54, 999));
