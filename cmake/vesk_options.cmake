@@ -1,5 +1,10 @@
 # Compiler and linker options that all of our targets share.
 
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND VESK_SANITIZE)
+  execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-runtime-dir
+    OUTPUT_VARIABLE VESK_CLANG_RUNTIME OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+endif()
+
 set(VESK_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 
 # vesk_target_options(<target>): warnings, sanitizers, coverage, hardening.
@@ -11,6 +16,10 @@ function(vesk_target_options target)
   if(VESK_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${VESK_SANITIZE} -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${VESK_SANITIZE})
+    # As gcc has it: else each program would bring the sanitizer's functions in the place of its own.
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND NOT VESK_FUZZ)
+      target_link_options(${target} PRIVATE -shared-libsan LINKER:-rpath,${VESK_CLANG_RUNTIME})
+    endif()
     # gcc warns of library headers falsely where sanitizers and optimisation meet.
     target_compile_options(${target} PRIVATE
       $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
