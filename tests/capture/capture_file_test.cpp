@@ -21,8 +21,8 @@ bool append(CaptureFile& file, const std::string& text = "x") {
     StartBody body = {0, static_cast<std::uint32_t>(text.size()), 0};
     RecordHeader header = {};
     header.type = kStartRecord;
-    iovec parts[3] = {{}, {&body, sizeof(body)}, {const_cast<char*>(text.data()), text.size()}};
-    return file.append(header, parts, 3);
+    std::string record = bytesOf(header) + bytesOf(body) + text;
+    return file.append(record.data(), record.size());
 }
 
 std::string refusal(const ScratchFile& scratch, std::uint32_t flags = 0, std::uint32_t key = 0) {

@@ -114,8 +114,13 @@ private:
     void readHostFiles();
     void writeHostFiles();
     void write(Exchange& exchange, Pieces& pieces, const nvme_uio* command);
-    void maskPieces(Pieces& pieces, const nvme_uio* command, std::vector<char>& room);
-    void append(RecordType type, iovec* parts, int count);
+    void maskPiece(PieceKind kind, char* data, std::size_t size, const nvme_uio* command);
+
+    // A record is put together, then appended; all with the mutex held. Where the data begin that
+    // were put.
+    void beginRecord(RecordType type);
+    char* put(const void* data, std::size_t size);
+    void append();
 
     // Sends commands of its own, before anything is written that could hold a serial number.
     void askOnce(const Invocation& invocation);
@@ -136,6 +141,7 @@ private:
     std::map<unsigned long, Connection> m_connections;
     std::vector<HostFile> m_hostFiles;  // not written yet
     bool m_hostFilesRead = false;
+    std::vector<char> m_record;  // kept, so that most records need no memory
     End* m_end;
 };
 
