@@ -48,6 +48,40 @@ class CommandLine(unittest.TestCase):
         starts = [record for record in self.shown()[1]['records'] if record['type'] == 'start']
         self.assertEqual([start['program'] for start in starts], ['veskctl-sim'] * 3)
 
+    def test_a_dump_has_the_capture_inside_and_gives_it_back(self):
+        dump, again = self.folder / 'dump.json', self.folder / 'again'
+        self.capture('dump', dump)
+        result = run('capture', 'extract', dump, again)
+        self.assertEqual((result.returncode, result.stderr), (0, ''))
+        self.assertEqual(again.read_bytes(), self.file.read_bytes())
+        self.assertEqual([path.stat().st_mode & 0o777 for path in (dump, again)], [0o600, 0o600])
+        self.assertIn('information on disk 0', run('capture', 'show', again).stdout)
+        replayed = self.folder / 'replayed.json'
+        self.assertEqual(run('--replay', again, 'dump', replayed).returncode, 0)
+        documents = [json.loads(path.read_text()) for path in (dump, replayed)]
+        self.assertEqual(documents[1]['capture'], None)
+        for key in ('disks', 'health', 'volumes', 'controllers', 'events'):
+            self.assertEqual(documents[0][key], documents[1][key])
+
+    def test_extract_refuses_what_holds_no_capture_or_half_of_one(self):
+        dump, again = self.folder / 'dump.json', self.folder / 'again'
+        run('dump', dump)
+        self.capture('controller')
+        for document, code, reason in (
+                (dump.read_text(), 2, 'there is no capture in'),
+                (self.file.read_bytes().decode('latin-1'), 2, 'is no dump'),
+                (dump.read_text().replace('"capture": null',
+                                          '"capture": {"base64": "Zm9v", "size_bytes": 4}'),
+                 1, 'is damaged'),
+                (dump.read_text().replace('"capture": null',
+                                          '"capture": {"base64": 7, "size_bytes": 4}'),
+                 1, 'is damaged')):
+            dump.write_text(document)
+            result = run('capture', 'extract', dump, again)
+            self.assertEqual(result.returncode, code, result.stderr)
+            self.assertIn(reason, result.stderr)
+            self.assertFalse(again.exists())
+
     def test_what_was_never_recorded_is_an_error_and_no_answer(self):
         self.capture('controller')
         result = run('--replay', self.file, 'disks', '--json')
