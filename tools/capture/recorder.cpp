@@ -126,7 +126,7 @@ Recorder* Recorder::active() noexcept {
         // Never destroyed: threads of the host may call until the process is gone.
         alignas(Recorder) static unsigned char place[sizeof(Recorder)];
         theRecorder = new (place) Recorder;
-        theRecorder->guarded([] { theRecorder->m_recording = theRecorder->start(); });
+        theRecorder->start();
         return theRecorder;
     }();
     return recorder->m_recording.load(std::memory_order_relaxed) ? recorder : nullptr;
@@ -158,20 +158,24 @@ void Recorder::endRecording() noexcept {
     }
 }
 
-bool Recorder::start() {
+void Recorder::start() noexcept {
     const char* const path = std::getenv("VESK_CAPTURE");
     if (path == nullptr || *path == '\0') {
-        return false;
+        return;
     }
+    m_recording = true;
+    guarded([&] { beginFile(path); });
+}
+
+void Recorder::beginFile(const char* path) {
     const char* const key = std::getenv("VESK_CAPTURE_MASK");
     m_masking = key != nullptr && *key != '\0';
     if (m_masking) {
         m_mask = SerialMask(key);
     }
     if (!m_file.open(path, m_masking ? kMasked : 0, m_masking ? m_mask.keyCheck() : 0)) {
-        std::snprintf(m_end->reason, sizeof(m_end->reason), "nothing is recorded in %s: %s", path,
-                      m_file.problem());
-        return false;
+        stop(m_file.problem());
+        return;
     }
     m_pid = static_cast<std::uint32_t>(getpid());
     pthread_atfork(holdForFork, releaseAfterFork, releaseInChild);
@@ -179,16 +183,21 @@ bool Recorder::start() {
     StartBody start = {};
     start.time = now(CLOCK_REALTIME);
     start.nameLength = static_cast<std::uint32_t>(std::strlen(program_invocation_short_name));
-    m_recording = true;
     beginRecord(kStartRecord);
     put(&start, sizeof(start));
     put(program_invocation_short_name, start.nameLength);
     append();
-    return m_recording;
+    m_begun = m_recording.load();
 }
 
 void Recorder::stop(const char* reason) noexcept {
     if (!m_recording.exchange(false)) {
+        return;
+    }
+    if (!m_begun) {
+        // Said at the host's first call; whoever asks before may say it better.
+        std::snprintf(m_end->reason, sizeof(m_end->reason), "nothing is recorded in %s: %s",
+                      std::getenv("VESK_CAPTURE"), reason);
         return;
     }
     std::snprintf(m_end->reason, sizeof(m_end->reason),

@@ -103,7 +103,8 @@ private:
 
     Recorder();
 
-    bool start();
+    void start() noexcept;
+    void beginFile(const char* path);
     void stop(const char* reason) noexcept;
     template <class Work>
     void guarded(Work work) noexcept;
@@ -133,6 +134,7 @@ private:
 
     std::atomic<bool> m_recording{false};
     std::atomic<std::uint32_t> m_pid{0};
+    bool m_begun = false;  // the file has its start record
     bool m_masking = false;
 
     std::mutex m_mutex;  // guards what follows; not held while the platform is called

@@ -174,10 +174,10 @@ std::string SerialMask::learn(const std::string& serial) {
     // Digits and blanks are everywhere.
     const auto letter = std::find_if(serial.begin(), serial.end(), isUpper);
     const auto rare = letter == serial.end() ? 0 : letter - serial.begin();
-    m_known.push_back({serial, mask, static_cast<std::size_t>(rare)});
-    std::stable_sort(m_known.begin(), m_known.end(), [](const Known& a, const Known& b) {
-        return a.serial.size() > b.serial.size();
+    const auto shorter = std::find_if(m_known.begin(), m_known.end(), [&](const Known& known) {
+        return known.serial.size() < serial.size();
     });
+    m_known.insert(shorter, {serial, mask, static_cast<std::size_t>(rare)});
     return mask;
 }
 
