@@ -153,6 +153,10 @@ TEST(CaptureFile, FailsAtALimitOfSizeAndTheSignalDoesNotEndTheProcess) {
     const ReadCapture capture = readCapture(scratch.content());
     EXPECT_EQ(capture.records.size(), 4U);
     EXPECT_NE(capture.damage, "") << "half a record is left";
+    CaptureFile next;
+    ASSERT_TRUE(next.open(scratch.name(), 0, 0)) << next.problem();
+    EXPECT_TRUE(append(next, "later"));
+    EXPECT_EQ(readCapture(scratch.content()).damage, "");
     sigset_t pending;
     sigpending(&pending);
     EXPECT_EQ(sigismember(&pending, SIGXFSZ), 0);

@@ -195,7 +195,11 @@ bool CaptureFile::append(char* record, std::size_t size) {
     }
     const ssize_t written = write(m_descriptor, record, size);
     if (written != static_cast<ssize_t>(size)) {
-        return fail("writing to it", written < 0 ? errno : ENOSPC);
+        fail("writing to it", written < 0 ? errno : ENOSPC);
+        // Gives up the lock, so that whoever comes next cuts off what may be half a record.
+        close(m_descriptor);
+        m_descriptor = -1;
+        return false;
     }
     return true;
 }

@@ -24,7 +24,8 @@ public:
     bool open(const char* path, std::uint32_t flags, std::uint32_t keyCheck);
 
     // Writes the record: a RecordHeader, of which type and pid are set, and its body; the length
-    // and the checksum are put in here. False if it could not be written; problem() says why.
+    // and the checksum are put in here. False if it could not be written: problem() says why,
+    // and nothing can be written any more.
     bool append(char* record, std::size_t size);
 
     const char* problem() const { return m_problem; }
