@@ -6,6 +6,7 @@
 
 import json
 import os
+import random
 import shutil
 import struct
 import subprocess
@@ -21,6 +22,32 @@ def run(*arguments, program=PROGRAM, **environment):
     environment = {**os.environ, 'ASAN_OPTIONS': 'verify_asan_link_order=0', **environment}
     return subprocess.run([program, *map(str, arguments)], capture_output=True, text=True,
                           check=False, env=environment)
+
+
+def crc32c(data):
+    crc = 0xFFFFFFFF
+    for byte in data:
+        crc ^= byte
+        for _ in range(8):
+            crc = crc >> 1 ^ (0x82F63B78 if crc & 1 else 0)
+    return crc ^ 0xFFFFFFFF
+
+
+def mutant(content, chance):
+    """The same records with some bytes changed, and the checksums set right."""
+    result, at = bytearray(content[:32]), 32
+    while at < len(content):
+        length = struct.unpack_from('<I', content, at + 4)[0]
+        record = bytearray(content[at + 8:at + 16 + length])
+        for _ in range(chance.choice((0, 0, 0, 1, 3))):
+            # What stands at the front says what the rest is.
+            place = chance.randrange(chance.choice((min(130, len(record)), len(record))))
+            record[place] = chance.choice((0, 1, 0x7F, 0x80, 0xFF, chance.randrange(256)))
+        del record[chance.choice((len(record),) * 20 + (len(record) // 2 + 8,)):]
+        summed = struct.pack('<I', len(record) - 8) + record
+        result += struct.pack('<I', crc32c(summed)) + summed
+        at += 16 + length
+    return bytes(result)
 
 
 class CommandLine(unittest.TestCase):
@@ -135,6 +162,18 @@ class CommandLine(unittest.TestCase):
                 result = run(*arguments)
                 self.assertEqual(result.returncode, code, result.stderr)
                 self.assertIn(reason, result.stderr)
+
+    def test_hostile_captures_give_an_answer_or_a_reason(self):
+        self.capture('controller')
+        content = self.file.read_bytes()
+        for seed in range(12):
+            self.file.write_bytes(mutant(content, random.Random(seed)))
+            for arguments in (['capture', 'show', self.file, '--hex'],
+                              ['capture', 'show', self.file, '--hex', '--json'],
+                              ['--replay', self.file, 'controller']):
+                result = run(*arguments)
+                self.assertIn(result.returncode, (0, 1, 2), f'{seed}: {arguments}: {result.stderr}')
+                self.assertTrue(result.returncode == 0 or 'veskctl' in result.stderr, seed)
 
     def test_files_that_are_not_there(self):
         for arguments, code in ((['capture', 'show', self.file], 1),
