@@ -1,6 +1,7 @@
-// What the capture library adds to an exchange: a pass-through of 4 KiB and one of 512 bytes,
-// straight to a library in the platform's place, recorded, and recorded with masks. The file is in
-// /dev/shm, so that the disk is not measured. Of the sides that record, take the first away.
+// What the capture library adds to an exchange: straight to a driver, recorded, and (with
+// VESK_CAPTURE_MASK in the environment) recorded with masks. The file is in /dev/shm, so that the
+// disk is not measured, or where VESK_CAPTURE_BENCH_FILE says. Of what recording takes, take
+// "direct" away.
 #include "transport/management_tables.h"
 #include "transport/nvme_uio.h"
 #include "transport/vmk_mgmt.h"
@@ -13,36 +14,53 @@
 #include <string>
 
 #include <dlfcn.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-constexpr const char* kFile = "/dev/shm/vesk-capture-bench";
-constexpr std::size_t kRestartAt = 64U << 20U;
+constexpr off_t kRestartAt = 64 << 20U;
+constexpr off_t kHeader = 32;
+constexpr std::size_t kLookEach = 4096;
+
+std::string file = "/dev/shm/vesk-capture-bench";
 
 using Invoke = decltype(&vmk_MgmtUserCallbackInvokeInt);
 using Init = decltype(&vmk_MgmtUserInit);
 
-struct Library {
-    Init init;
-    Invoke invoke;
+// One kind of command, and how much it fetches: all of the bytes count, none is zero.
+struct Reply {
+    const char* name;
+    UNSIGNED_INTEGER cdw12;
+    UNSIGNED_INTEGER size;
+};
+constexpr Reply kReplies[] = {
+    {"512 bytes", 0xE0, 512}, {"4096 bytes", 0xE0, 4096}, {"a page of events", 0x4FE, 4096}};
+
+struct Side {
+    const char* name;
+    void* library;
 };
 
-Library load(const char* path) {
-    void* const library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) {
-        std::fprintf(stderr, "capture_bench: %s\n", dlerror());
-        std::exit(1);
-    }
-    return {reinterpret_cast<Init>(dlsym(library, "vmk_MgmtUserInit")),
-            reinterpret_cast<Invoke>(dlsym(library, "vmk_MgmtUserCallbackInvokeInt"))};
+[[noreturn]] void fail(const std::string& text) {
+    std::fprintf(stderr, "capture_bench: %s\n", text.c_str());
+    std::exit(1);
 }
 
-// What a driver leaves: bytes without zeros at their end, which would not be stored.
-char page[4096];
+void* load(const char* path) {
+    void* const library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    return library != nullptr ? library : (fail(dlerror()), nullptr);
+}
 
-void exchange(benchmark::State& state, const char* path) {
-    const Library library = load(path);
+off_t sizeOfFile() {
+    struct stat status = {};
+    return stat(file.c_str(), &status) == 0 ? status.st_size : 0;
+}
+
+void exchange(benchmark::State& state, const Side& side, const Reply& reply) {
+    const auto init = reinterpret_cast<Init>(dlsym(side.library, "vmk_MgmtUserInit"));
+    const auto invoke =
+        reinterpret_cast<Invoke>(dlsym(side.library, "vmk_MgmtUserCallbackInvokeInt"));
     const ManagementCallback table[2] = {
         {1, 0, nullptr, 1, 2, 0, {4, 208, 0, 0}, {0, 1, 0, 0}, 0, 16},
         {1, 0, nullptr, 1, 2, 0, {4, sizeof(nvme_uio), 0, 0}, {0, 2, 0, 0}, 0, 17}};
@@ -53,24 +71,32 @@ void exchange(benchmark::State& state, const char* path) {
     signature.numCallbacks = 2;
     signature.callbacks = table;
     unsigned long handle = 0;
-    library.init(&signature, 0, &handle);
+    init(&signature, 0, &handle);
+    static char buffer[4096];
     nvme_uio uio = {};
     uio.opcode = 0xE2;
     uio.cdw10 = 0x400;
-    uio.cdw12 = 0xE1;
+    uio.cdw12 = reply.cdw12;
+    uio.cdw13 = 4096;  // of the log: not its first page, at which serial numbers are asked for
     uio.direction = 1;
-    uio.dataAddress = page;
-    uio.dataLength = static_cast<UNSIGNED_INTEGER>(state.range(0));
-    std::size_t written = 0;
+    uio.dataAddress = buffer;
+    uio.dataLength = reply.size;
+    const bool records = std::strcmp(side.name, "direct") != 0;
+    UNSIGNED_INTEGER code = 1;
+    const off_t before = sizeOfFile();
+    if (invoke(handle, 0, 17, 2, &code, &uio) != 0 ||
+        (sizeOfFile() > before + static_cast<off_t>(reply.size) / 2) != records) {
+        fail(std::string(side.name) + ": an exchange fails, or is not recorded as it should be");
+    }
+    std::size_t count = 0;
     for (auto pass : state) {
         static_cast<void>(pass);
-        UNSIGNED_INTEGER code = 1;
-        benchmark::DoNotOptimize(library.invoke(handle, 0, 17, 2, &code, &uio));
-        written += 600 + static_cast<std::size_t>(state.range(0));
-        if (written > kRestartAt) {
-            written = 0;
+        benchmark::DoNotOptimize(invoke(handle, 0, 17, 2, &code, &uio));
+        if (records && ++count % kLookEach == 0) {
             state.PauseTiming();
-            static_cast<void>(!truncate(kFile, 32));
+            if (sizeOfFile() > kRestartAt && truncate(file.c_str(), kHeader) != 0) {
+                fail("the file cannot be cut");
+            }
             state.ResumeTiming();
         }
     }
@@ -78,20 +104,28 @@ void exchange(benchmark::State& state, const char* path) {
 
 }  // namespace
 
-// The sides that record are processes of their own, as a host has it: VESK_CAPTURE_MASK chooses.
+// The key is looked at once, so recording with masks is a process of its own.
 int main(int argc, char** argv) {
-    for (std::size_t i = 0; i < sizeof(page); ++i) {
-        page[i] = static_cast<char>(1 + i % 251);
+    if (const char* const named = std::getenv("VESK_CAPTURE_BENCH_FILE")) {
+        file = named;
     }
-    const bool masked = std::getenv("VESK_CAPTURE_MASK") != nullptr;
-    std::remove(kFile);
-    setenv("VESK_CAPTURE", kFile, 1);
-    benchmark::RegisterBenchmark("exchange/direct", exchange, VESK_PLATFORM)->Arg(4096)->Arg(512);
-    benchmark::RegisterBenchmark(masked ? "exchange/masked" : "exchange/recorded", exchange,
-                                 VESK_CAPTURE_LIBRARY)
-        ->Arg(4096)
-        ->Arg(512);
+    std::remove(file.c_str());
+    setenv("VESK_CAPTURE", file.c_str(), 1);
+    const Side sides[] = {{"direct", load(VESK_PLATFORM)},
+                          {std::getenv("VESK_CAPTURE_MASK") != nullptr ? "masked" : "recorded",
+                           load(VESK_CAPTURE_LIBRARY)}};
+    for (const Reply& reply : kReplies) {
+        for (const Side& side : sides) {
+            benchmark::RegisterBenchmark((std::string(reply.name) + "/" + side.name).c_str(),
+                                         exchange, side, reply);
+        }
+    }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
-    std::remove(kFile);
+    std::remove(file.c_str());
+    const auto problem =
+        reinterpret_cast<const char* (*)()>(dlsym(sides[1].library, "vesk_capture_problem"));
+    if (problem() != nullptr) {
+        fail(problem());
+    }
 }

@@ -21,8 +21,8 @@ bool append(CaptureFile& file, const std::string& text = "x") {
     StartBody body = {0, static_cast<std::uint32_t>(text.size()), 0};
     RecordHeader header = {};
     header.type = kStartRecord;
-    iovec parts[3] = {{}, {&body, sizeof(body)}, {const_cast<char*>(text.data()), text.size()}};
-    return file.append(header, parts, 3);
+    std::string record = bytesOf(header) + bytesOf(body) + text;
+    return file.append(record.data(), record.size());
 }
 
 std::string refusal(const ScratchFile& scratch, std::uint32_t flags = 0, std::uint32_t key = 0) {
@@ -153,6 +153,10 @@ TEST(CaptureFile, FailsAtALimitOfSizeAndTheSignalDoesNotEndTheProcess) {
     const ReadCapture capture = readCapture(scratch.content());
     EXPECT_EQ(capture.records.size(), 4U);
     EXPECT_NE(capture.damage, "") << "half a record is left";
+    CaptureFile next;
+    ASSERT_TRUE(next.open(scratch.name(), 0, 0)) << next.problem();
+    EXPECT_TRUE(append(next, "later"));
+    EXPECT_EQ(readCapture(scratch.content()).damage, "");
     sigset_t pending;
     sigpending(&pending);
     EXPECT_EQ(sigismember(&pending, SIGXFSZ), 0);

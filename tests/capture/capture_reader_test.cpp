@@ -12,17 +12,12 @@ namespace {
 
 using namespace veskcap;
 
-void append(CaptureFile& file, std::uint16_t type, std::string body) {
+void append(CaptureFile& file, std::uint16_t type, const std::string& body) {
     RecordHeader header = {};
     header.type = type;
     header.pid = 42;
-    iovec parts[2] = {{}, {body.data(), body.size()}};
-    ASSERT_TRUE(file.append(header, parts, 2)) << file.problem();
-}
-
-template <class Value>
-std::string bytesOf(const Value& value) {
-    return std::string(reinterpret_cast<const char*>(&value), sizeof(value));
+    std::string record = bytesOf(header) + body;
+    ASSERT_TRUE(file.append(record.data(), record.size())) << file.problem();
 }
 
 std::string exchangeBody(std::uint32_t pieces) {

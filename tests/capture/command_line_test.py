@@ -6,6 +6,7 @@
 
 import json
 import os
+import random
 import shutil
 import struct
 import subprocess
@@ -21,6 +22,32 @@ def run(*arguments, program=PROGRAM, **environment):
     environment = {**os.environ, 'ASAN_OPTIONS': 'verify_asan_link_order=0', **environment}
     return subprocess.run([program, *map(str, arguments)], capture_output=True, text=True,
                           check=False, env=environment)
+
+
+def crc32c(data):
+    crc = 0xFFFFFFFF
+    for byte in data:
+        crc ^= byte
+        for _ in range(8):
+            crc = crc >> 1 ^ (0x82F63B78 if crc & 1 else 0)
+    return crc ^ 0xFFFFFFFF
+
+
+def mutant(content, chance):
+    """The same records with some bytes changed, and the checksums set right."""
+    result, at = bytearray(content[:32]), 32
+    while at < len(content):
+        length = struct.unpack_from('<I', content, at + 4)[0]
+        record = bytearray(content[at + 8:at + 16 + length])
+        for _ in range(chance.choice((0, 0, 0, 1, 3))):
+            # What stands at the front says what the rest is.
+            place = chance.randrange(chance.choice((min(130, len(record)), len(record))))
+            record[place] = chance.choice((0, 1, 0x7F, 0x80, 0xFF, chance.randrange(256)))
+        del record[chance.choice((len(record),) * 20 + (len(record) // 2 + 8,)):]
+        summed = struct.pack('<I', len(record) - 8) + record
+        result += struct.pack('<I', crc32c(summed)) + summed
+        at += 16 + length
+    return bytes(result)
 
 
 class CommandLine(unittest.TestCase):
@@ -47,6 +74,40 @@ class CommandLine(unittest.TestCase):
             self.assertEqual(run('--replay', self.file, command).stdout, output)
         starts = [record for record in self.shown()[1]['records'] if record['type'] == 'start']
         self.assertEqual([start['program'] for start in starts], ['veskctl-sim'] * 3)
+
+    def test_a_dump_has_the_capture_inside_and_gives_it_back(self):
+        dump, again = self.folder / 'dump.json', self.folder / 'again'
+        self.capture('dump', dump)
+        result = run('capture', 'extract', dump, again)
+        self.assertEqual((result.returncode, result.stderr), (0, ''))
+        self.assertEqual(again.read_bytes(), self.file.read_bytes())
+        self.assertEqual([path.stat().st_mode & 0o777 for path in (dump, again)], [0o600, 0o600])
+        self.assertIn('information on disk 0', run('capture', 'show', again).stdout)
+        replayed = self.folder / 'replayed.json'
+        self.assertEqual(run('--replay', again, 'dump', replayed).returncode, 0)
+        documents = [json.loads(path.read_text()) for path in (dump, replayed)]
+        self.assertEqual(documents[1]['capture'], None)
+        for key in ('disks', 'health', 'volumes', 'controllers', 'events'):
+            self.assertEqual(documents[0][key], documents[1][key])
+
+    def test_extract_refuses_what_holds_no_capture_or_half_of_one(self):
+        dump, again = self.folder / 'dump.json', self.folder / 'again'
+        run('dump', dump)
+        self.capture('controller')
+        for document, code, reason in (
+                (dump.read_text(), 2, 'there is no capture in'),
+                (self.file.read_bytes().decode('latin-1'), 2, 'is no dump'),
+                (dump.read_text().replace('"capture": null',
+                                          '"capture": {"base64": "Zm9v", "size_bytes": 4}'),
+                 1, 'is damaged'),
+                (dump.read_text().replace('"capture": null',
+                                          '"capture": {"base64": 7, "size_bytes": 4}'),
+                 1, 'is damaged')):
+            dump.write_text(document)
+            result = run('capture', 'extract', dump, again)
+            self.assertEqual(result.returncode, code, result.stderr)
+            self.assertIn(reason, result.stderr)
+            self.assertFalse(again.exists())
 
     def test_what_was_never_recorded_is_an_error_and_no_answer(self):
         self.capture('controller')
@@ -101,6 +162,18 @@ class CommandLine(unittest.TestCase):
                 result = run(*arguments)
                 self.assertEqual(result.returncode, code, result.stderr)
                 self.assertIn(reason, result.stderr)
+
+    def test_hostile_captures_give_an_answer_or_a_reason(self):
+        self.capture('controller')
+        content = self.file.read_bytes()
+        for seed in range(12):
+            self.file.write_bytes(mutant(content, random.Random(seed)))
+            for arguments in (['capture', 'show', self.file, '--hex'],
+                              ['capture', 'show', self.file, '--hex', '--json'],
+                              ['--replay', self.file, 'controller']):
+                result = run(*arguments)
+                self.assertIn(result.returncode, (0, 1, 2), f'{seed}: {arguments}: {result.stderr}')
+                self.assertTrue(result.returncode == 0 or 'veskctl' in result.stderr, seed)
 
     def test_files_that_are_not_there(self):
         for arguments, code in ((['capture', 'show', self.file], 1),

@@ -32,4 +32,16 @@ TEST(Crc32c, GoesOnFromPartToPartWhereverItIsSplit) {
     }
 }
 
+// By the instruction a long text is summed in lanes, the rest behind them in words, then bytes.
+TEST(Crc32c, IsTheSameByInstructionAndByTableForEachLengthAndPlace) {
+    std::string noise;
+    for (std::uint32_t number = 1; noise.size() < 5000; number = number * 1664525 + 1013904223) {
+        noise += static_cast<char>(number >> 24U);
+    }
+    for (std::size_t size = 0; size < 4900; size += 1 + size / 100) {
+        const char* const data = noise.data() + size % 9;
+        EXPECT_EQ(veskcap::crc32c(7, data, size), veskcap::crc32cByTable(7, data, size)) << size;
+    }
+}
+
 }  // namespace

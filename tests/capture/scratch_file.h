@@ -39,6 +39,11 @@ private:
     std::string m_path;
 };
 
+template <class Value>
+std::string bytesOf(const Value& value) {
+    return std::string(reinterpret_cast<const char*>(&value), sizeof(value));
+}
+
 struct ReadCapture {
     veskcap::FileHeader header = {};
     std::vector<veskcap::Record> records;

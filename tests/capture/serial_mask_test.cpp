@@ -87,6 +87,24 @@ TEST(SerialMask, IsFoundWhereverASerialStands) {
     EXPECT_EQ(data, "xx" + is + is);
 }
 
+TEST(SerialMask, IsFoundAtEachPlaceAmongWhatLooksAlike) {
+    for (const std::string serial :
+         {"VD00480A000170", "00480A000170", "004800001700", "a480000017VV"}) {
+        SerialMask mask("key");
+        const std::string is = masked(mask, serial).substr(0, serial.size());
+        masked(mask, "VD00480A000171");
+        for (const char filling : {serial[0], '0', 'V', 'A', '\0'}) {
+            for (std::size_t at = 0; at <= 40; ++at) {
+                const std::string before(at, filling);
+                const std::string behind(40 - at, filling);
+                std::string data = before + serial + behind;
+                mask.maskKnown(data.data(), data.size());
+                EXPECT_EQ(data, before + is + behind) << serial << ' ' << at;
+            }
+        }
+    }
+}
+
 TEST(SerialMask, ShortSerialsCountAsWordsAndVeryShortOnesNotAtAll) {
     SerialMask mask("key");
     const std::string four = masked(mask, "A123").substr(0, 4);

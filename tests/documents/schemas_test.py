@@ -27,7 +27,7 @@ COMMANDS = [
     "version", "sim leds", "dump FOLDER/SCENARIO.dump", "report FOLDER/SCENARIO.html",
     "diff FOLDER/first.dump",
 ]
-HOSTLESS = ["capture show FOLDER/first.cap", "capture show FOLDER/first.cap --hex", "help disks", "completion bash", "man", "disks show 7", "frob", "disks --frob"]
+HOSTLESS = ["capture show FOLDER/first.cap", "capture show FOLDER/first.cap --hex", "capture extract FOLDER/captured.dump FOLDER/extracted.cap", "help disks", "completion bash", "man", "disks show 7", "frob", "disks --frob"]
 NO_LIBRARY = [command + " --library /nonexistent/lib.so" for command in COMMANDS]
 
 TEXTS = {path.name: json.loads(path.read_text()) for path in sorted(SCHEMAS.glob("*.schema.json"))}
@@ -156,12 +156,15 @@ def check_all():
     jobs += [(words, healthy) for words in HOSTLESS + NO_LIBRARY]
     run("dump FOLDER/first.dump", healthy)
     run("--capture FOLDER/first.cap controller", healthy)
+    run("--capture FOLDER/dumped.cap dump FOLDER/captured.dump", healthy)
     with ThreadPoolExecutor(4) as pool:
         results = list(pool.map(try_out, jobs))
     faults = [fault for found, _ in results for fault in found]
+    captured = json.loads(pathlib.Path(FOLDER, "captured.dump").read_text())
+    faults += faults_of_document(captured)
     used = set()
     for (words, scenario), (_, document) in zip(jobs, results):
-        if document is not None and document["command"] is not None and words not in HOSTLESS[5:]:
+        if document is not None and document["command"] is not None and words not in HOSTLESS[6:]:
             used.add(schema_of(document["command"]))
             if scenario == healthy and words in COMMANDS:
                 faults += slips_through(document)

@@ -180,19 +180,12 @@ bool CaptureFile::stillOurs() {
     return checkHeader();  // the number of a file that is gone is given to the next one
 }
 
-bool CaptureFile::append(RecordHeader& header, iovec* pieces, int pieceCount) {
-    std::size_t length = 0;
-    for (int i = 1; i < pieceCount; ++i) {
-        length += pieces[i].iov_len;
-    }
-    header.length = static_cast<std::uint32_t>(length);
+bool CaptureFile::append(char* record, std::size_t size) {
+    const auto length = static_cast<std::uint32_t>(size - sizeof(RecordHeader));
+    std::memcpy(record + offsetof(RecordHeader, length), &length, sizeof(length));
     constexpr std::size_t kSummed = offsetof(RecordHeader, length);
-    header.crc =
-        crc32c(0, reinterpret_cast<const char*>(&header) + kSummed, sizeof(header) - kSummed);
-    for (int i = 1; i < pieceCount; ++i) {
-        header.crc = crc32c(header.crc, pieces[i].iov_base, pieces[i].iov_len);
-    }
-    pieces[0] = {&header, sizeof(header)};
+    const std::uint32_t crc = crc32c(0, record + kSummed, size - kSummed);
+    std::memcpy(record + offsetof(RecordHeader, crc), &crc, sizeof(crc));
     if (!stillOurs()) {
         return false;
     }
@@ -200,9 +193,13 @@ bool CaptureFile::append(RecordHeader& header, iovec* pieces, int pieceCount) {
     if (m_sizeIsLimited) {
         held.emplace();
     }
-    const ssize_t written = writev(m_descriptor, pieces, pieceCount);
-    if (written != static_cast<ssize_t>(sizeof(header) + length)) {
-        return fail("writing to it", written < 0 ? errno : ENOSPC);
+    const ssize_t written = write(m_descriptor, record, size);
+    if (written != static_cast<ssize_t>(size)) {
+        fail("writing to it", written < 0 ? errno : ENOSPC);
+        // Gives up the lock, so that whoever comes next cuts off what may be half a record.
+        close(m_descriptor);
+        m_descriptor = -1;
+        return false;
     }
     return true;
 }

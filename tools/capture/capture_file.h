@@ -8,7 +8,6 @@
 #include <cstdint>
 
 #include <sys/stat.h>
-#include <sys/uio.h>
 
 namespace veskcap {
 
@@ -24,10 +23,10 @@ public:
     // used; problem() says why.
     bool open(const char* path, std::uint32_t flags, std::uint32_t keyCheck);
 
-    // Writes the record: the header, of which pid and type must be set, and the pieces of its body
-    // from the second on; the first is left to this function. False if it could not be written;
-    // problem() says why.
-    bool append(RecordHeader& header, iovec* pieces, int pieceCount);
+    // Writes the record: a RecordHeader, of which type and pid are set, and its body; the length
+    // and the checksum are put in here. False if it could not be written: problem() says why,
+    // and nothing can be written any more.
+    bool append(char* record, std::size_t size);
 
     const char* problem() const { return m_problem; }
     const char* path() const { return m_path; }

@@ -26,6 +26,7 @@ namespace {
 // More rows than any signature has.
 constexpr UNSIGNED_INTEGER kMostRows = 64;
 constexpr std::size_t kMostKept = 1024;  // connections
+constexpr std::size_t kMostRoomKept = 64U << 10U;
 
 std::uint64_t now(clockid_t clock) {
     timespec time = {};
@@ -125,7 +126,7 @@ Recorder* Recorder::active() noexcept {
         // Never destroyed: threads of the host may call until the process is gone.
         alignas(Recorder) static unsigned char place[sizeof(Recorder)];
         theRecorder = new (place) Recorder;
-        theRecorder->guarded([] { theRecorder->m_recording = theRecorder->start(); });
+        theRecorder->start();
         return theRecorder;
     }();
     return recorder->m_recording.load(std::memory_order_relaxed) ? recorder : nullptr;
@@ -157,20 +158,24 @@ void Recorder::endRecording() noexcept {
     }
 }
 
-bool Recorder::start() {
+void Recorder::start() noexcept {
     const char* const path = std::getenv("VESK_CAPTURE");
     if (path == nullptr || *path == '\0') {
-        return false;
+        return;
     }
+    m_recording = true;
+    guarded([&] { beginFile(path); });
+}
+
+void Recorder::beginFile(const char* path) {
     const char* const key = std::getenv("VESK_CAPTURE_MASK");
     m_masking = key != nullptr && *key != '\0';
     if (m_masking) {
         m_mask = SerialMask(key);
     }
     if (!m_file.open(path, m_masking ? kMasked : 0, m_masking ? m_mask.keyCheck() : 0)) {
-        std::snprintf(m_end->reason, sizeof(m_end->reason), "nothing is recorded in %s: %s", path,
-                      m_file.problem());
-        return false;
+        stop(m_file.problem());
+        return;
     }
     m_pid = static_cast<std::uint32_t>(getpid());
     pthread_atfork(holdForFork, releaseAfterFork, releaseInChild);
@@ -178,15 +183,21 @@ bool Recorder::start() {
     StartBody start = {};
     start.time = now(CLOCK_REALTIME);
     start.nameLength = static_cast<std::uint32_t>(std::strlen(program_invocation_short_name));
-    iovec parts[3] = {
-        {}, {&start, sizeof(start)}, {program_invocation_short_name, start.nameLength}};
-    m_recording = true;
-    append(kStartRecord, parts, 3);
-    return m_recording;
+    beginRecord(kStartRecord);
+    put(&start, sizeof(start));
+    put(program_invocation_short_name, start.nameLength);
+    append();
+    m_begun = m_recording.load();
 }
 
 void Recorder::stop(const char* reason) noexcept {
     if (!m_recording.exchange(false)) {
+        return;
+    }
+    if (!m_begun) {
+        // Said at the host's first call; whoever asks before may say it better.
+        std::snprintf(m_end->reason, sizeof(m_end->reason), "nothing is recorded in %s: %s",
+                      std::getenv("VESK_CAPTURE"), reason);
         return;
     }
     std::snprintf(m_end->reason, sizeof(m_end->reason),
@@ -232,64 +243,60 @@ void Recorder::end(Exchange& exchange, int result) noexcept {
 
 // ---- Writing.
 
-// With the mutex held.
-void Recorder::append(RecordType type, iovec* parts, int count) {
+void Recorder::beginRecord(RecordType type) {
     RecordHeader header = {};
     header.type = type;
     header.pid = m_pid;
-    if (m_recording && !m_file.append(header, parts, count)) {
+    m_record.clear();
+    put(&header, sizeof(header));
+}
+
+char* Recorder::put(const void* data, std::size_t size) {
+    const std::size_t at = m_record.size();
+    const auto* const bytes = static_cast<const char*>(data);
+    m_record.insert(m_record.end(), bytes, bytes + size);
+    return m_record.data() + at;
+}
+
+void Recorder::append() {
+    if (m_recording && !m_file.append(m_record.data(), m_record.size())) {
         stop(m_file.problem());
+    }
+    if (m_record.capacity() > kMostRoomKept) {
+        std::vector<char>().swap(m_record);
     }
 }
 
-// Each piece in memory of its own, since the caller's is not ours to change.
-void Recorder::maskPieces(Pieces& pieces, const nvme_uio* command, std::vector<char>& room) {
-    std::size_t size = 0;
-    for (std::uint32_t i = 0; i < pieces.count; ++i) {
-        size += pieces.piece[i].header.stored;
+void Recorder::maskPiece(PieceKind kind, char* data, std::size_t size, const nvme_uio* command) {
+    if (command != nullptr && kind == kDataOut && readsEventLog(*command)) {
+        constexpr std::size_t kPageHeader = 40;
+        const bool wholePage = command->cdw13 % kReplySize == 0 && size > kPageHeader;
+        const std::size_t header = wholePage ? kPageHeader : 0;
+        m_mask.maskEvents(data, header);
+        m_mask.maskEvents(data + header, size - header);
+        return;
     }
-    room.resize(size);
-    char* at = room.data();
-    for (std::uint32_t i = 0; i < pieces.count; ++i) {
-        PieceReference& piece = pieces.piece[i];
-        const std::size_t stored = piece.header.stored;
-        std::copy_n(static_cast<const char*>(piece.data), stored, at);
-        piece.data = at;
-        if (command != nullptr && piece.header.kind == kDataOut && readsEventLog(*command)) {
-            constexpr std::size_t kPageHeader = 40;
-            const bool wholePage = command->cdw13 % kReplySize == 0 && stored > kPageHeader;
-            const std::size_t header = wholePage ? kPageHeader : 0;
-            m_mask.maskEvents(at, header);
-            m_mask.maskEvents(at + header, stored - header);
-        } else {
-            const SerialPlace* const place = command != nullptr ? serialPlace(*command) : nullptr;
-            if (place != nullptr && piece.header.kind == kDataOut && stored > place->offset) {
-                m_mask.learnField(at + place->offset,
-                                  std::min(place->size, stored - place->offset));
-            }
-            m_mask.maskKnown(at, stored);
-        }
-        at += stored;
+    const SerialPlace* const place = command != nullptr ? serialPlace(*command) : nullptr;
+    if (place != nullptr && kind == kDataOut && size > place->offset) {
+        m_mask.learnField(data + place->offset, std::min(place->size, size - place->offset));
     }
+    m_mask.maskKnown(data, size);
 }
 
 void Recorder::write(Exchange& exchange, Pieces& pieces, const nvme_uio* command) {
     exchange.body.pieceCount = pieces.count;
-    std::vector<char> room;
-    iovec parts[2 + 2 * kMostPieces];
-    int count = 0;
-    parts[count++] = {};
-    parts[count++] = {&exchange.body, sizeof(exchange.body)};
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_masking) {
-        maskPieces(pieces, command, room);
-    }
+    beginRecord(kExchangeRecord);
+    put(&exchange.body, sizeof(exchange.body));
     for (std::uint32_t i = 0; i < pieces.count; ++i) {
-        PieceReference& piece = pieces.piece[i];
-        parts[count++] = {&piece.header, sizeof(piece.header)};
-        parts[count++] = {const_cast<void*>(piece.data), piece.header.stored};
+        const PieceHeader& header = pieces.piece[i].header;
+        put(&header, sizeof(header));
+        char* const data = put(pieces.piece[i].data, header.stored);
+        if (m_masking) {
+            maskPiece(static_cast<PieceKind>(header.kind), data, header.stored, command);
+        }
     }
-    append(kExchangeRecord, parts, count);
+    append();
 }
 
 // Through the C library's streams, as the library that is looked at reads them.
@@ -334,11 +341,11 @@ void Recorder::writeHostFiles() {
         if (m_masking) {
             m_mask.maskKnown(file.content.data(), file.content.size());
         }
-        iovec parts[4] = {{},
-                          {&file.body, sizeof(file.body)},
-                          {const_cast<char*>(file.path), file.body.pathLength},
-                          {file.content.data(), file.content.size()}};
-        append(kFileRecord, parts, 4);
+        beginRecord(kFileRecord);
+        put(&file.body, sizeof(file.body));
+        put(file.path, file.body.pathLength);
+        put(file.content.data(), file.content.size());
+        append();
     }
     m_hostFiles.clear();
 }

@@ -103,7 +103,8 @@ private:
 
     Recorder();
 
-    bool start();
+    void start() noexcept;
+    void beginFile(const char* path);
     void stop(const char* reason) noexcept;
     template <class Work>
     void guarded(Work work) noexcept;
@@ -114,8 +115,13 @@ private:
     void readHostFiles();
     void writeHostFiles();
     void write(Exchange& exchange, Pieces& pieces, const nvme_uio* command);
-    void maskPieces(Pieces& pieces, const nvme_uio* command, std::vector<char>& room);
-    void append(RecordType type, iovec* parts, int count);
+    void maskPiece(PieceKind kind, char* data, std::size_t size, const nvme_uio* command);
+
+    // A record is put together, then appended; all with the mutex held. Where the data begin that
+    // were put.
+    void beginRecord(RecordType type);
+    char* put(const void* data, std::size_t size);
+    void append();
 
     // Sends commands of its own, before anything is written that could hold a serial number.
     void askOnce(const Invocation& invocation);
@@ -128,6 +134,7 @@ private:
 
     std::atomic<bool> m_recording{false};
     std::atomic<std::uint32_t> m_pid{0};
+    bool m_begun = false;  // the file has its start record
     bool m_masking = false;
 
     std::mutex m_mutex;  // guards what follows; not held while the platform is called
@@ -136,6 +143,7 @@ private:
     std::map<unsigned long, Connection> m_connections;
     std::vector<HostFile> m_hostFiles;  // not written yet
     bool m_hostFilesRead = false;
+    std::vector<char> m_record;  // kept, so that most records need no memory
     End* m_end;
 };
 

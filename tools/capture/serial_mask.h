@@ -38,9 +38,12 @@ private:
     struct Known {
         std::string serial;
         std::string mask;
+        std::size_t rare = 0;  // place of a character to look for first
     };
 
-    void learn(const std::string& serial);
+    // The mask of a serial number that is known from then on, if it is long enough.
+    std::string learn(const std::string& serial);
+    static char* findKnown(const Known& known, char* from, char* end);
     void maskLooks(const std::string& before, char* text) const;
 
     std::uint64_t m_key0 = 0;

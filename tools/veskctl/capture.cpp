@@ -4,6 +4,7 @@
 #include "capture/command_name.h"
 #include "transport/management_tables.h"
 #include "veskctl/command.h"
+#include "veskctl/dumped_capture.h"
 #include "veskctl/format.h"
 #include "veskctl/library.h"
 #include "veskctl/printable.h"
@@ -432,6 +433,12 @@ void beginCapture(const CaptureOptions& options) {
     }
 }
 
+std::string captureFile() {
+    const char* const file = std::getenv(kFileVariable);
+    const bool records = captureFunction("vesk_capture_start") != nullptr && file != nullptr;
+    return records ? file : "";
+}
+
 void endCapture() {
     if (void* const end = dlsym(RTLD_DEFAULT, "vesk_capture_end")) {
         reinterpret_cast<void (*)()>(end)();
@@ -485,7 +492,7 @@ void showCapture(std::istream& stream, const std::string& name, bool json, bool 
 
 Command captureCommand() {
     return {"capture",
-            "Look at a capture",
+            "Look at a capture, or take one out of a dump",
             nullptr,
             {{"show",
               "List what a capture holds",
@@ -494,7 +501,8 @@ Command captureCommand() {
               false,
               {{"capture show host.cap", "what was asked and answered"},
                {"capture show host.cap --hex", "with all bytes"}},
-              true}}};
+              true},
+             extractCommand()}};
 }
 
 }  // namespace veskctl

@@ -27,6 +27,9 @@ void startCapture(const CaptureOptions& options, const std::string& libraryName)
 // UsageError.
 void beginCapture(const CaptureOptions& options);
 
+// The file that this process and its children record in; empty if they do not.
+std::string captureFile();
+
 // In the process that the library is in, before it ends.
 void endCapture();
 

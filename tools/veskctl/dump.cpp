@@ -1,6 +1,7 @@
 #include "veskctl/dump.h"
 
 #include "veskctl/command.h"
+#include "veskctl/dumped_capture.h"
 #include "veskctl/file_replacement.h"
 #include "veskctl/format.h"
 #include "veskctl/moment.h"
@@ -21,6 +22,8 @@ namespace veskctl {
 namespace {
 
 constexpr const char* kName = "dump";
+constexpr unsigned kForAll = 0644;
+constexpr unsigned kForOwnerOnly = 0600;
 constexpr off_t kLargest = 256 << 20U;
 
 [[noreturn]] void refuse(const std::string& path, const std::string& reason) {
@@ -75,10 +78,12 @@ void runDump(const CommandContext& context, const std::string& path, Report& rep
     report.fields["size_bytes"] = nullptr;
     Report content;
     content.fields = momentToJson(takeMoment(context, content));
+    content.fields["capture"] = captureForDump(content);
     report.problems = content.problems;
     report.simulated = content.simulated;
     const std::string document = renderJson(kName, content, context.simulated || content.simulated);
-    replaceFile(path, document);
+    // Nobody else may read a capture.
+    replaceFile(path, document, content.fields["capture"].is_null() ? kForAll : kForOwnerOnly);
     report.fields["size_bytes"] = document.size();
     report.text = format("Written: {} ({}).\n", path, sizeText(document.size()));
 }
@@ -109,7 +114,8 @@ Command dumpCommand() {
             },
             {},
             false,
-            {{"dump before.json", "for a support case, or to compare with later"}}};
+            {{"dump before.json", "for a support case, or to compare with later"},
+             {"--capture host.cap dump case.json", "with all that was asked and answered inside"}}};
 }
 
 }  // namespace veskctl

@@ -16,7 +16,7 @@ namespace veskctl {
 
 namespace {
 
-bool writeAll(int descriptor, const std::string& text) {
+bool writeAll(int descriptor, const std::string& text, unsigned mode) {
     std::size_t written = 0;
     while (written < text.size()) {
         const ssize_t count = write(descriptor, text.data() + written, text.size() - written);
@@ -25,7 +25,7 @@ bool writeAll(int descriptor, const std::string& text) {
         }
         written += count > 0 ? static_cast<std::size_t>(count) : 0;
     }
-    return fchmod(descriptor, 0644) == 0 && fsync(descriptor) == 0;
+    return fchmod(descriptor, mode) == 0 && fsync(descriptor) == 0;
 }
 
 [[noreturn]] void fail(const std::string& path, int error) {
@@ -35,7 +35,7 @@ bool writeAll(int descriptor, const std::string& text) {
 
 }  // namespace
 
-void replaceFile(const std::string& path, const std::string& text) {
+void replaceFile(const std::string& path, const std::string& text, unsigned mode) {
     struct stat status = {};
     if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
         throw ProblemError(
@@ -46,7 +46,7 @@ void replaceFile(const std::string& path, const std::string& text) {
     if (descriptor < 0) {
         fail(path, errno);
     }
-    const bool written = writeAll(descriptor, text);
+    const bool written = writeAll(descriptor, text, mode);
     int error = errno;
     const bool closed = close(descriptor) == 0;
     if (written && !closed) {

@@ -5,8 +5,8 @@
 
 namespace veskctl {
 
-// Writes the text beside the path, then renames it. Readable for everybody. Throws ProblemError,
-// and leaves the old file as it was.
-void replaceFile(const std::string& path, const std::string& text);
+// Writes the text beside the path, then renames it. mode: of the file, by default readable for
+// everybody. Throws ProblemError, and leaves the old file as it was.
+void replaceFile(const std::string& path, const std::string& text, unsigned mode = 0644);
 
 }  // namespace veskctl

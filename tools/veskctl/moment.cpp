@@ -48,6 +48,7 @@ Json momentToJson(const Moment& moment) {
     for (const Event& event : moment.events.events) {
         json["events"].push_back(eventToJson(event));
     }
+    json["capture"] = nullptr;
     return json;
 }
 
