@@ -13,6 +13,7 @@
 #include "veskctl/usage_message.h"
 #include "veskctl/watch.h"
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -40,6 +41,15 @@ CliOutcome outcomeOf(const std::string& command, const Report& report,
     outcome.standardError = std::move(output.standardError);
     outcome.afterWriting = report.afterWriting;
     return outcome;
+}
+
+// The simulated host is not this machine.
+constexpr const char* kSimulatedHostName = "simulated";
+
+std::string nameOfThisHost() {
+    std::array<char, 256> name = {};
+    return gethostname(name.data(), name.size() - 1) == 0 && name[0] != '\0' ? name.data()
+                                                                             : "unknown";
 }
 
 std::string hintLine(const ProgramDescription& program, const std::string& words) {
@@ -131,7 +141,13 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
     Report report;
     context.program = &program;
     context.simulated = hooks.simulated && !request.aboutProgram;
+    if (request.aboutProgram) {
+        context.host.clear();
+    } else if (context.host.empty()) {
+        context.host = hooks.simulated ? kSimulatedHostName : nameOfThisHost();
+    }
     runCommand(request, context, hooks, line.common().capture(), report);
+    report.host = context.host;
     CliOutcome outcome = outcomeOf(request.words, report, context);
     if (exitCodeOf(report.problems) == ExitCode::Usage) {
         outcome.standardError += hintLine(program, request.words);

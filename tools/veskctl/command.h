@@ -26,6 +26,7 @@ struct CommandContext {
     // How long the library may take for one answer, in seconds; empty: what the command holds
     // right.
     std::optional<unsigned> timeoutSeconds = std::nullopt;
+    std::string host;        // what documents call it; empty: no host is looked at
     std::string hostRoot;    // stands before every path of the host's files; empty on a real host
     bool simulated = false;  // the host is known to be the simulated one
     ChildHooks child;        // for the process that holds the library

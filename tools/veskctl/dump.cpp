@@ -77,6 +77,7 @@ void runDump(const CommandContext& context, const std::string& path, Report& rep
     content.fields = momentToJson(takeMoment(context, content));
     report.problems = content.problems;
     report.simulated = content.simulated;
+    content.host = context.host;
     const std::string document = renderJson(kName, content, context.simulated || content.simulated);
     replaceFile(path, document);
     report.fields["size_bytes"] = document.size();

@@ -99,8 +99,9 @@ Tone toneOf(const Event& event) {
 
 }  // namespace
 
-Json eventToJson(const Event& event) {
+Json eventToJson(const Event& event, const std::string& host) {
     Json json;
+    json["host"] = host;
     json["sequence"] = event.sequence;
     json["time"] = valueOrNull(event.time());
     json["time_raw"] = event.timeRaw;

@@ -37,7 +37,8 @@ struct EventDelivery {
 
 EventDelivery takeEvents(const LibraryFunctions& functions);
 
-Json eventToJson(const Event& event);
+// The host, the number and the time together tell events of many hosts apart.
+Json eventToJson(const Event& event, const std::string& host);
 // With its line end.
 std::string eventToTextLine(const Event& event, bool colour);
 

@@ -95,8 +95,9 @@ std::string describe(const EventGap& gap) {
 }
 
 std::string lineOf(const Event& event, const CommandContext& context) {
-    return context.format == OutputFormat::JsonLines ? renderJsonLine(eventToJson(event))
-                                                     : eventToTextLine(event, context.colour);
+    return context.format == OutputFormat::JsonLines
+               ? renderJsonLine(eventToJson(event, context.host))
+               : eventToTextLine(event, context.colour);
 }
 
 // One run at a time by one mark: the lock is held until the mark was moved.
@@ -158,11 +159,12 @@ std::string whyNothing(const EventReading& reading, const EventOptions& options)
                  "reports.\n";
 }
 
-void fillIn(Report& report, const EventReading& reading, const EventFilter& filter) {
+void fillIn(Report& report, const EventReading& reading, const EventFilter& filter,
+            const CommandContext& context) {
     report.fields["events"] = Json::array();
     for (const Event& event : reading.events) {
         if (filter.passes(event)) {
-            report.fields["events"].push_back(eventToJson(event));
+            report.fields["events"].push_back(eventToJson(event, context.host));
         }
     }
     report.fields["more_may_follow"] = reading.more;
@@ -201,7 +203,7 @@ void noteHidden(Report& report, const EventReading& reading, const EventFilter& 
 // A signal ends this one too, with what was read until then.
 void runOnce(const CommandContext& context, const EventOptions& options, Report& report) {
     report.items = "events";
-    fillIn(report, EventReading(), EventFilter());
+    fillIn(report, EventReading(), EventFilter(), context);
     const EventFilter filter = filterOf(options);
     demandOutput();
     const bool taking = !options.peek && options.since.empty();
@@ -230,7 +232,7 @@ void runOnce(const CommandContext& context, const EventOptions& options, Report&
     locked->log.pause = nullptr;  // the signals go first
 
     const bool forPeople = context.format == OutputFormat::Table;
-    fillIn(report, reading, filter);
+    fillIn(report, reading, filter, context);
     noteFindings(report, reading, forPeople);
     if (forPeople) {
         report.text = textOf(reading, filter, context);

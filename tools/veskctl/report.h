@@ -38,6 +38,7 @@ struct Report {
     // Called once all of it was written, and only then; a problem counts for the exit code.
     std::function<std::optional<Problem>()> afterWriting;
 
+    std::string host;          // its name; empty: no host was looked at
     bool simulated = false;    // what was shown is the simulated host
     bool forPrograms = false;  // `text` is read by programs: nothing is put before it or changed
     bool streamed = false;     // the command has written all but problems and notes itself

@@ -357,6 +357,7 @@ void runReport(const CommandContext& context, const std::string& path, Report& r
     Report content;
     content.fields = momentToJson(moment);
     content.problems = report.problems;
+    content.host = context.host;
     const std::string page = reportPage(moment, simulated, renderJson("dump", content, simulated));
     replaceFile(path, page);
     report.fields["size_bytes"] = page.size();

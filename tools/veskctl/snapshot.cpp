@@ -69,7 +69,7 @@ void readEvents(const CommandContext& context, unsigned timeoutSeconds, Snapshot
     guarded("the event log", snapshot.problems, [&] { snapshot.newEvents = peekEvents(patient); });
 }
 
-Json eventsToJson(const std::optional<EventReading>& reading) {
+Json eventsToJson(const std::optional<EventReading>& reading, const std::string& host) {
     if (!reading) {
         return {};
     }
@@ -81,7 +81,8 @@ Json eventsToJson(const std::optional<EventReading>& reading) {
     for (const auto& [severity, count] : countBySeverity(reading->events)) {
         json["by_severity"][severity] = count;
     }
-    json["events"] = listToJson(reading->events, eventToJson);
+    json["events"] = listToJson(reading->events,
+                                [&host](const Event& event) { return eventToJson(event, host); });
     return json;
 }
 
@@ -113,6 +114,7 @@ std::map<std::string, unsigned> countBySeverity(const std::vector<Event>& events
 Snapshot takeSnapshot(const CommandContext& context, unsigned timeoutSeconds) {
     Snapshot snapshot;
     snapshot.takenAt = std::time(nullptr);
+    snapshot.host = context.host;
     snapshot.simulated = context.simulated;
     guarded("the host's files", snapshot.problems,
             [&] { snapshot.hostFiles = readHostFiles(context.hostRoot); });
@@ -154,7 +156,7 @@ Json snapshotToJson(const Snapshot& snapshot) {
             json["volumes"].push_back(volumeToJson(volume));
         }
     }
-    json["new_events"] = eventsToJson(snapshot.newEvents);
+    json["new_events"] = eventsToJson(snapshot.newEvents, snapshot.host);
     json["host_files"] = hostFilesToJson(snapshot.hostFiles);
     return json;
 }
