@@ -109,7 +109,15 @@ TEST(Cli, UsageErrorsSayWhatIsWrongAndWhatToAsk) {
         {{"sim", "leds"}, "unknown command 'sim'", ""},
         {{"help", "disks", "shwo"},
          "unknown command 'shwo' behind 'disks'; did you mean 'show'?",
-         "help"},
+         "disks"},
+        {{"help", "dsiks"}, "unknown command 'dsiks'; did you mean 'disks'?", ""},
+        {{"events", "--watch"},
+         "--watch would show each event for one look only: add --peek or --since, or use --follow "
+         "instead",
+         "events"},
+        {{"events", "--follow", "--watch"},
+         "--follow goes on by itself: leave out --watch",
+         "events"},
         {{"disks", "frob", "--help"}, "unknown command 'frob' behind 'disks'", "disks"},
         {{"completion"}, "'completion' needs SHELL", "completion"},
         {{"completion", "csh"}, "SHELL: 'csh' is none of bash, zsh, fish", "completion"}};

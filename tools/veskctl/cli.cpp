@@ -141,6 +141,7 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
     Report report;
     context.program = &program;
     context.simulated = hooks.simulated && !request.aboutProgram;
+    context.watching = watchSeconds.has_value();
     if (request.aboutProgram) {
         context.host.clear();
     } else if (context.host.empty()) {
@@ -150,9 +151,10 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
     report.host = context.host;
     CliOutcome outcome = outcomeOf(request.words, report, context);
     if (exitCodeOf(report.problems) == ExitCode::Usage) {
-        outcome.standardError += hintLine(program, request.words);
+        outcome.standardError += hintLine(program, report.askAbout.value_or(request.words));
+    } else {
+        outcome.watchSeconds = watchSeconds;
     }
-    outcome.watchSeconds = watchSeconds;
     return outcome;
 }
 
@@ -210,17 +212,18 @@ int runCli(int argc, const char* const* argv, const CliHooks& hooks) {
     if (!look.watchSeconds) {
         return writeOutcome(std::move(look), goOn);
     }
-    const std::chrono::seconds interval(*look.watchSeconds);
+    const unsigned seconds = *look.watchSeconds;
     const StopSignals signals;
     do {
-        const Screen screen = standardScreen();
-        const std::string title = watchTitle(*look.watchSeconds, words);
-        exitCode = writeOutcome(framed(look, title, screen), goOn);
-        if (!goOn || !signals.pause(interval, STDOUT_FILENO)) {
+        exitCode = writeOutcome(framed(look, watchTitle(seconds, words), standardScreen()), goOn);
+        if (!goOn || !signals.pause(std::chrono::seconds(seconds), STDOUT_FILENO)) {
             break;
         }
         look = evaluateCli(argc, argv, hooks, standardScreen());
     } while (look.watchSeconds);
+    if (!look.watchSeconds) {
+        return writeOutcome(std::move(look), goOn);  // what is asked for cannot be asked any more
+    }
     return signals.arrived() ? static_cast<int>(ExitCode::Ok) : exitCode;
 }
 

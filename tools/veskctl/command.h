@@ -20,9 +20,10 @@ struct CommandContext {
     OutputFormat format = OutputFormat::Table;
     bool terminal = false;  // standard output is one
     bool colour = false;
-    unsigned width = 0;  // columns to keep to; 0: any number
-    bool header = true;  // titles above columns
-    bool quiet = false;  // no notes
+    unsigned width = 0;     // columns to keep to; 0: any number
+    bool header = true;     // titles above columns
+    bool quiet = false;     // no notes
+    bool watching = false;  // looks again and again
     // How long the library may take for one answer, in seconds; empty: what the command holds
     // right.
     std::optional<unsigned> timeoutSeconds = std::nullopt;
