@@ -39,6 +39,11 @@ std::optional<std::string> Event::severity() const {
     return nameOf(kSeverities, severityCode);
 }
 
+bool Event::isGrave() const {
+    constexpr unsigned kMajor = 5;
+    return severity() && severityCode >= kMajor;
+}
+
 // Asking the library.
 
 namespace {

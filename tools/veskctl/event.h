@@ -24,6 +24,7 @@ struct Event {
     std::optional<std::string> time() const;
     std::optional<std::string> className() const;
     std::optional<std::string> severity() const;
+    bool isGrave() const;  // major, critical, fatal
 };
 
 // One delivery by the library.

@@ -59,14 +59,19 @@ Json listToJson(const std::vector<Thing>& things, Convert convert) {
     return json;
 }
 
-// Without a mapping no event is reported, and there is nothing to look at.
+// Where no event is reported there is nothing to look at, and "none" would be untrue.
 void readEvents(const CommandContext& context, unsigned timeoutSeconds, Snapshot& snapshot) {
-    if (!snapshot.hostFiles.alerts) {
+    if (!snapshot.hostFiles.eventsAreReported()) {
         return;
     }
     CommandContext patient = context;
     patient.timeoutSeconds = context.timeoutSeconds.value_or(timeoutSeconds);
-    guarded("the event log", snapshot.problems, [&] { snapshot.newEvents = peekEvents(patient); });
+    guarded("the event log", snapshot.problems, [&] {
+        snapshot.newEvents = peekEvents(patient);
+        if (snapshot.newEvents->problem) {
+            snapshot.problems.push_back(*snapshot.newEvents->problem);
+        }
+    });
 }
 
 Json eventsToJson(const std::optional<EventReading>& reading, const std::string& host) {
