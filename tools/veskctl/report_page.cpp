@@ -202,7 +202,7 @@ private:
                     inHtml(volume.raidLevel().value_or("–")),
                     volume.info ? format("{}", volume.info->hdCount) : "–",
                     bytes ? sizeText(*bytes) : "–",
-                    stateOf(format("volume {}", volume.id), volume.wantsAttention(),
+                    stateOf(format("volume {}", volume.id), wantsAttention(volume),
                             volume.stateText())},
                    numbers);
         }
@@ -227,7 +227,7 @@ private:
                     inHtml(disk.serialNumber(Padding::Trim).value_or("–")),
                     inHtml(disk.firmwareVersion(Padding::Trim).value_or("–")),
                     sizeCell(valueOf<std::uint64_t>(disk.info, &PD_Info::size), disk),
-                    stateOf(format("disk {}", disk.slot), disk.wantsAttention(), disk.stateText())},
+                    stateOf(format("disk {}", disk.slot), wantsAttention(disk), disk.stateText())},
                    numbers);
         }
         closeTable();
