@@ -22,7 +22,7 @@ said() {
     grep -q "$wanted" output
 }
 
-said '^New events: 6, the gravest critical' --scenario degraded status || fail "status: $(cat output)"
+said '^! New events: 6, the gravest critical' --scenario degraded status || fail "status: $(cat output)"
 run --scenario degraded metrics >text
 grep -q '^vesk_events_new{severity="critical"} 1$' text || fail "metrics: critical"
 grep -q '^vesk_events_new{severity="fatal"} 0$' text || fail "metrics: fatal"

@@ -109,7 +109,15 @@ TEST(Cli, UsageErrorsSayWhatIsWrongAndWhatToAsk) {
         {{"sim", "leds"}, "unknown command 'sim'", ""},
         {{"help", "disks", "shwo"},
          "unknown command 'shwo' behind 'disks'; did you mean 'show'?",
-         "help"},
+         "disks"},
+        {{"help", "dsiks"}, "unknown command 'dsiks'; did you mean 'disks'?", ""},
+        {{"events", "--watch"},
+         "--watch would show each event for one look only: add --peek or --since, or use --follow "
+         "instead",
+         "events"},
+        {{"events", "--follow", "--watch"},
+         "--follow goes on by itself: leave out --watch",
+         "events"},
         {{"disks", "frob", "--help"}, "unknown command 'frob' behind 'disks'", "disks"},
         {{"completion"}, "'completion' needs SHELL", "completion"},
         {{"completion", "csh"}, "SHELL: 'csh' is none of bash, zsh, fish", "completion"}};
@@ -152,7 +160,7 @@ TEST(Cli, UsageErrorAsADocument) {
     const CliOutcome outcome = evaluate({"frob", "--json"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_EQ(compact(parsed(outcome.standardOutput)), compact(R"({
-        "schema_version": 1, "command": null, "simulated": false,
+        "schema_version": 1, "command": null, "simulated": false, "host": null,
         "errors": [{"code": "usage", "message": "unknown command 'frob'", "function": null,
                     "result": null, "result_code": null}]})"));
 }
@@ -308,9 +316,9 @@ TEST(Cli, HooksAddCommands) {
     EXPECT_EQ(text.exitCode, 0);
     EXPECT_EQ(text.standardOutput, "text\n");
     EXPECT_EQ(text.standardError, "veskctl: note: a note\n");
-    const CliOutcome json = evaluate({"extra", "--json", "word"}, hooks);
+    const CliOutcome json = evaluate({"extra", "--json", "--host", "esx1", "word"}, hooks);
     EXPECT_EQ(compact(parsed(json.standardOutput)), compact(R"({
-        "schema_version": 1, "command": "extra word", "simulated": false, "coloured": false, "errors": []})"));
+        "schema_version": 1, "command": "extra word", "simulated": false, "host": "esx1", "coloured": false, "errors": []})"));
     EXPECT_EQ(json.standardError, "");
 }
 

@@ -2,6 +2,7 @@
 #include "veskctl/disk.h"
 
 #include "veskctl/report.h"
+#include "veskctl/verdict.h"
 
 #include "fake_library.h"
 #include "samples.h"
@@ -193,7 +194,7 @@ TEST_F(DiskOfAController, PartsThatAreMissingOrUnprintableAreShownSo) {
   Model             not reported
   Serial number     ?N 0042
   Firmware version  F1.2
-  State             unknown
+! State             unknown
   Capacity          3.841 TB if blocks of 4096 bytes (raw value 937673264)
   Free space        unknown
   Block size        4096 bytes
@@ -219,10 +220,10 @@ TEST_F(DiskOfAController, StateStandsBesideItsCode) {
         const Disk disk = read();
         EXPECT_STREQ(disk.state(), row.state);
         EXPECT_EQ(disk.stateText(), row.text);
-        EXPECT_EQ(disk.wantsAttention(), row.attention) << row.text;
+        EXPECT_EQ(wantsAttention(disk), row.attention) << row.text;
     }
     EXPECT_STREQ(read(0).state(), "absent");
-    EXPECT_TRUE(read(0).wantsAttention());
+    EXPECT_TRUE(wantsAttention(read(0)));
 }
 
 TEST_F(DiskOfAController, SizesAreGuessedForPeopleOnly) {

@@ -38,8 +38,8 @@ Event sample() {
 }
 
 TEST(Event, EveryFieldIsFoundAmongNoise) {
-    EXPECT_EQ(compact(eventToJson(sample())), compact(R"({
-        "sequence": 2147483647, "time": "2026-09-21T14:13:20Z", "time_raw": 1790000000,
+    EXPECT_EQ(compact(eventToJson(sample(), "esx1")), compact(R"({
+        "host": "esx1", "sequence": 2147483647, "time": "2026-09-21T14:13:20Z", "time_raw": 1790000000,
         "class": "physical_disk", "class_code": 2, "code": 2102, "severity": "critical",
         "severity_code": 6, "device_id": 257, "message": "Drive removed"})"));
     EXPECT_EQ(eventToTextLine(sample(), false),
@@ -50,8 +50,9 @@ TEST(Event, EveryFieldIsFoundAmongNoise) {
 TEST(Event, JsonLineIsOneLineOfUtf8) {
     Event event = sample();
     event.message = "a\nb\xFF";
-    EXPECT_EQ(renderJsonLine(eventToJson(event)),
-              "{\"sequence\":2147483647,\"time\":\"2026-09-21T14:13:20Z\",\"time_raw\":1790000000,"
+    EXPECT_EQ(renderJsonLine(eventToJson(event, "esx1")),
+              "{\"host\":\"esx1\",\"sequence\":2147483647,\"time\":\"2026-09-21T14:13:20Z\",\"time_"
+              "raw\":1790000000,"
               "\"class\":\"physical_disk\",\"class_code\":2,\"code\":2102,"
               "\"severity\":\"critical\",\"severity_code\":6,\"device_id\":257,"
               "\"message\":\"a\\nb\xEF\xBF\xBD\"}\n");

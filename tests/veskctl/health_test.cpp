@@ -65,8 +65,9 @@ TEST_F(HealthOfADisk, WearBeyondItsLimitsIsColouredAndNoProblem) {
         const char* spareShown;
     };
     const std::vector<Row> rows = {
-        {100, 10, 10, "  \x1b[33m100 % (100 is the rated life)\x1b[0m\n", "  10 %\n"},
-        {99, 9, 10, "  99 % (100 is the rated life)\n", "  \x1b[33m9 %\x1b[0m\n"},
+        {100, 16, 10, "  \x1b[33m100 % (100 is the rated life)\x1b[0m\n", "  16 %\n"},
+        {90, 10, 10, "  \x1b[33m90 % (100 is the rated life)\x1b[0m\n", "  \x1b[33m10 %\x1b[0m\n"},
+        {89, 9, 10, "  89 % (100 is the rated life)\n", "  \x1b[33m9 %\x1b[0m\n"},
         {0, 100, 0, "  0 % (100 is the rated life)\n", "  100 %\n"}};
     for (const Row& row : rows) {
         slot.health->attributes[0].currentValue = static_cast<UCHAR_>(row.used);

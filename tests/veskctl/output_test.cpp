@@ -14,11 +14,13 @@ namespace {
 
 TEST(Output, DocumentOrderIsFixed) {
     Report report;
+    report.host = "esx1";
     report.fields["controllers"] = Json::array();
     EXPECT_EQ(renderJson("controller", report, false), "{\n"
                                                        "  \"schema_version\": 1,\n"
                                                        "  \"command\": \"controller\",\n"
                                                        "  \"simulated\": false,\n"
+                                                       "  \"host\": \"esx1\",\n"
                                                        "  \"controllers\": [],\n"
                                                        "  \"errors\": []\n"
                                                        "}\n");
@@ -107,8 +109,8 @@ TEST(Output, ADocumentWithoutItemsIsOne) {
     Report report;
     report.fields["requested"] = true;
     EXPECT_EQ(renderOutput("locate on", report, contextOf(OutputFormat::Csv)).standardOutput,
-              "schema_version,command,simulated,requested,errors\n"
-              "1,locate on,false,true,[]\n");
+              "schema_version,command,simulated,host,requested,errors\n"
+              "1,locate on,false,,true,[]\n");
     EXPECT_EQ(renderOutput("", report, contextOf(OutputFormat::JsonLines)).standardOutput, "");
 }
 

@@ -51,8 +51,22 @@ Snapshot goodSnapshot() {
     snapshot.volumes[1].id = 1;
     snapshot.volumes[1].presence = Presence::Absent;
     snapshot.hostFiles.alerts = AlertMapping();
+    snapshot.hostFiles.alerts->rows.push_back({});
     snapshot.newEvents = EventReading();
+    snapshot.newEvents->looked = true;
     return snapshot;
+}
+
+Event eventOf(unsigned severityCode) {
+    Event event;
+    event.severityCode = severityCode;
+    event.message = "Drive removed ";
+    return event;
+}
+
+void setOnline(Disk& disk, bool online) {
+    disk.config->online = online ? 1 : 0;
+    disk.raidStatus->raidStatus = online ? 1 : 0;
 }
 
 void removeDisk(Snapshot& snapshot, Presence presence) {
@@ -132,17 +146,61 @@ const VerdictCase kVerdicts[] = {
      [](Snapshot& snapshot) { snapshot.health[0].record->smartStatus = 7; },
      {"warning smart_status_unknown disk 0"}},
     {"NotOnline",
-     [](Snapshot& snapshot) { snapshot.disks[1].config->online = 0; },
+     [](Snapshot& snapshot) { setOnline(snapshot.disks[1], false); },
      {"warning disk_not_online disk 1"}},
+    {"OnlineByOneAnswerOnly",
+     [](Snapshot& snapshot) { snapshot.disks[1].raidStatus->raidStatus = 0; },
+     {"unknown disk_state_unknown disk 1"}},
+    {"StatusBitWithoutAName",
+     [](Snapshot& snapshot) { snapshot.disks[1].raidStatus->raidStatus = 0x41; },
+     {"warning disk_status_unnamed disk 1"}},
     {"NotOnlineAndNotNeeded",
      [](Snapshot& snapshot) {
-         snapshot.disks[1].config->online = 0;
+         setOnline(snapshot.disks[1], false);
          snapshot.volumes[0].info->hdCount = 1;
      },
      {}},
     {"StateNotRead",
      [](Snapshot& snapshot) { snapshot.disks[1].config.reset(); },
      {"unknown disk_state_unknown disk 1"}},
+    {"StatusByteNotRead",
+     [](Snapshot& snapshot) { snapshot.disks[1].raidStatus.reset(); },
+     {"unknown disk_state_unknown disk 1"}},
+    {"BothAlerts",
+     [](Snapshot& snapshot) {
+         snapshot.disks[0].raidStatus->raidStatus = 0x21;
+         snapshot.health[0].record->smartStatus = 1;
+     },
+     {"critical disk_health_alert disk 0"}},
+    {"SpareThatCannotBe",
+     [](Snapshot& snapshot) { setWear(snapshot.health[0], 2, 255, 10); },
+     {"unknown disk_health_unknown disk 0"}},
+    {"MirrorOfOne",
+     [](Snapshot& snapshot) {
+         snapshot.volumes[0].info->raidMode = 1;
+         snapshot.volumes[0].info->hdCount = 1;
+     },
+     {"critical members_missing volume 0"}},
+    {"VolumeOfNothing",
+     [](Snapshot& snapshot) { snapshot.volumes[0].info->hdCount = 0; },
+     {"critical members_missing volume 0"}},
+    {"NoVolume",
+     [](Snapshot& snapshot) {
+         snapshot.volumes[0].presence = Presence::Absent;
+         snapshot.controller->virtualDiskCount = 0;
+     },
+     {"warning no_volume controller"}},
+    {"MoreThanCounted",
+     [](Snapshot& snapshot) {
+         snapshot.controller->physicalDiskCount = 1;
+         snapshot.controller->virtualDiskCount = 0;
+     },
+     {"warning disks_not_counted controller", "warning volumes_not_counted controller"}},
+    {"APartThatNoOtherReasonNames",
+     [](Snapshot& snapshot) {
+         snapshot.problems = {didNotAnswer(ProblemKind::VolumeNotResponding, "volume 0")};
+     },
+     {"unknown volume_not_responding controller"}},
     {"HealthNotRead",
      [](Snapshot& snapshot) { snapshot.health[1].record.reset(); },
      {"unknown disk_health_unknown disk 1"}},
@@ -200,10 +258,42 @@ const VerdictCase kVerdicts[] = {
     {"EventsNotRead",
      [](Snapshot& snapshot) { snapshot.newEvents.reset(); },
      {"unknown events_unknown events"}},
+    {"EventsNotReadToTheEnd",
+     [](Snapshot& snapshot) {
+         snapshot.newEvents->problem = libraryCallFailed("ZT_EVT_GetEvent", 1);
+     },
+     {"unknown events_unknown events"}},
+    {"NothingInTheLog",
+     [](Snapshot& snapshot) { snapshot.newEvents->looked = false; },
+     {"unknown events_not_seen events"}},
+    {"EventsOverwritten",
+     [](Snapshot& snapshot) {
+         snapshot.newEvents->gap = EventGap{3, 9};
+     },
+     {"warning events_missed events"}},
+    {"MinorEvent",
+     [](Snapshot& snapshot) {
+         snapshot.newEvents->events = {eventOf(4), eventOf(255)};
+     },
+     {}},
+    {"MajorEvent",
+     [](Snapshot& snapshot) {
+         snapshot.newEvents->events = {eventOf(2), eventOf(5), eventOf(2)};
+     },
+     {"warning grave_events events"}},
+    {"FatalEvent",
+     [](Snapshot& snapshot) { snapshot.newEvents->events = {eventOf(7)}; },
+     {"warning grave_events events"}},
     {"EventsWithoutAMapping",
      [](Snapshot& snapshot) {
          snapshot.newEvents.reset();
          snapshot.hostFiles.alerts.reset();
+     },
+     {}},
+    {"EventsWithAnEmptyMapping",
+     [](Snapshot& snapshot) {
+         snapshot.newEvents.reset();
+         snapshot.hostFiles.alerts->rows.clear();
      },
      {}},
     {"BrokenHostFile",
@@ -228,6 +318,35 @@ INSTANTIATE_TEST_SUITE_P(Verdict, VerdictTest, testing::ValuesIn(kVerdicts),
                          [](const testing::TestParamInfo<VerdictCase>& test) {
                              return std::string(test.param.name);
                          });
+
+TEST(Verdict, MarksRowsByTheSameRule) {
+    Disk disk = goodDisk(1);
+    Health health = {disk, sampleHealth(0x4F)};
+    for (const unsigned used : {89U, 90U, 100U}) {
+        setWear(health, static_cast<std::uint8_t>(used), 100, 10);
+        EXPECT_EQ(wantsAttention(health), used >= 90) << used;
+        EXPECT_EQ(hasReason(reasonsOf(health), "life_used"), used >= 90) << used;
+    }
+    Thresholds early;
+    early.usedWarning = 50;
+    setWear(health, 50, 100, 10);
+    EXPECT_FALSE(wantsAttention(health));
+    EXPECT_TRUE(wantsAttention(health, early));
+    early.ignored = {"life_used"};
+    EXPECT_FALSE(wantsAttention(health, early));
+
+    EXPECT_FALSE(wantsAttention(disk));
+    disk.raidStatus.reset();
+    EXPECT_TRUE(wantsAttention(disk)) << "nobody knows its state";
+    disk.presence = Presence::Absent;
+    EXPECT_TRUE(reasonsOf(disk).empty());
+    EXPECT_TRUE(wantsAttention(disk)) << "an empty slot is no usual sight";
+
+    Volume volume = goodSnapshot().volumes[0];
+    EXPECT_FALSE(wantsAttention(volume));
+    volume.info->status = 1;
+    EXPECT_TRUE(wantsAttention(volume));
+}
 
 TEST(Verdict, ThresholdsCanBeSet) {
     Snapshot snapshot = goodSnapshot();

@@ -13,6 +13,7 @@
 #include "veskctl/usage_message.h"
 #include "veskctl/watch.h"
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -40,6 +41,15 @@ CliOutcome outcomeOf(const std::string& command, const Report& report,
     outcome.standardError = std::move(output.standardError);
     outcome.afterWriting = report.afterWriting;
     return outcome;
+}
+
+// The simulated host is not this machine.
+constexpr const char* kSimulatedHostName = "simulated";
+
+std::string nameOfThisHost() {
+    std::array<char, 256> name = {};
+    return gethostname(name.data(), name.size() - 1) == 0 && name[0] != '\0' ? name.data()
+                                                                             : "unknown";
 }
 
 std::string hintLine(const ProgramDescription& program, const std::string& words) {
@@ -131,12 +141,20 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
     Report report;
     context.program = &program;
     context.simulated = hooks.simulated && !request.aboutProgram;
+    context.watching = watchSeconds.has_value();
+    if (request.aboutProgram) {
+        context.host.clear();
+    } else if (context.host.empty()) {
+        context.host = hooks.simulated ? kSimulatedHostName : nameOfThisHost();
+    }
     runCommand(request, context, hooks, line.common().capture(), report);
+    report.host = context.host;
     CliOutcome outcome = outcomeOf(request.words, report, context);
     if (exitCodeOf(report.problems) == ExitCode::Usage) {
-        outcome.standardError += hintLine(program, request.words);
+        outcome.standardError += hintLine(program, report.askAbout.value_or(request.words));
+    } else {
+        outcome.watchSeconds = watchSeconds;
     }
-    outcome.watchSeconds = watchSeconds;
     return outcome;
 }
 
@@ -194,17 +212,18 @@ int runCli(int argc, const char* const* argv, const CliHooks& hooks) {
     if (!look.watchSeconds) {
         return writeOutcome(std::move(look), goOn);
     }
-    const std::chrono::seconds interval(*look.watchSeconds);
+    const unsigned seconds = *look.watchSeconds;
     const StopSignals signals;
     do {
-        const Screen screen = standardScreen();
-        const std::string title = watchTitle(*look.watchSeconds, words);
-        exitCode = writeOutcome(framed(look, title, screen), goOn);
-        if (!goOn || !signals.pause(interval, STDOUT_FILENO)) {
+        exitCode = writeOutcome(framed(look, watchTitle(seconds, words), standardScreen()), goOn);
+        if (!goOn || !signals.pause(std::chrono::seconds(seconds), STDOUT_FILENO)) {
             break;
         }
         look = evaluateCli(argc, argv, hooks, standardScreen());
     } while (look.watchSeconds);
+    if (!look.watchSeconds) {
+        return writeOutcome(std::move(look), goOn);  // what is asked for cannot be asked any more
+    }
     return signals.arrived() ? static_cast<int>(ExitCode::Ok) : exitCode;
 }
 

@@ -20,12 +20,14 @@ struct CommandContext {
     OutputFormat format = OutputFormat::Table;
     bool terminal = false;  // standard output is one
     bool colour = false;
-    unsigned width = 0;  // columns to keep to; 0: any number
-    bool header = true;  // titles above columns
-    bool quiet = false;  // no notes
+    unsigned width = 0;     // columns to keep to; 0: any number
+    bool header = true;     // titles above columns
+    bool quiet = false;     // no notes
+    bool watching = false;  // looks again and again
     // How long the library may take for one answer, in seconds; empty: what the command holds
     // right.
     std::optional<unsigned> timeoutSeconds = std::nullopt;
+    std::string host;        // what documents call it; empty: no host is looked at
     std::string hostRoot;    // stands before every path of the host's files; empty on a real host
     bool simulated = false;  // the host is known to be the simulated one
     ChildHooks child;        // for the process that holds the library

@@ -45,6 +45,8 @@ void CommonOptions::declare(Options& options) {
                       "How long the library may take for one answer");
     options.addText("--library", m_library, format("PATH [{}]", kDefaultLibrary),
                     "The library file, or a name for the loader to look for");
+    options.addText("--host", m_host, "NAME",
+                    "What documents, events and metrics call this host (default: its host name)");
     addCaptureOptions(options, m_capture);
 }
 
@@ -59,6 +61,7 @@ CommandContext CommonOptions::contextFor(const Screen& screen) const {
     }
     CommandContext context;
     context.libraryName = m_library;
+    context.host = m_host;
     context.format = formatOf(wanted);
     context.terminal = screen.terminal;
     context.colour = m_colour == "always" || (m_colour == "auto" && screen.takesColour);

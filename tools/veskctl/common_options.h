@@ -29,6 +29,7 @@ public:
 
 private:
     std::string m_library;
+    std::string m_host;
     std::string m_format;
     std::string m_colour;
     bool m_json = false;

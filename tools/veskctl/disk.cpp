@@ -5,6 +5,7 @@
 #include "veskctl/report.h"
 #include "veskctl/session.h"
 #include "veskctl/sizes.h"
+#include "veskctl/verdict.h"
 
 #include <cstdint>
 #include <memory>
@@ -72,10 +73,6 @@ std::string Disk::stateText() const {
     }
     const std::optional<unsigned> code = raidStatusCode();
     return code ? format("{} (0x{:02x})", text, *code) : text;
-}
-
-bool Disk::wantsAttention() const {
-    return presence != Presence::Present || healthAlert().value_or(false);
 }
 
 // Asking the library. A device command that failed reads as a record of zeros.
@@ -303,7 +300,7 @@ void addSize(const char* name, const std::optional<Number>& raw, const Disk& dis
 
 void addState(const Disk& disk, Blocks& blocks) {
     const Tone known = disk.online() ? Tone::Plain : Tone::Faint;
-    blocks.addLine("State", disk.stateText(), disk.wantsAttention() ? Tone::Warning : known);
+    blocks.addLine("State", disk.stateText(), wantsAttention(disk) ? Tone::Warning : known);
 }
 
 }  // namespace
@@ -406,7 +403,7 @@ void addDiskRow(const Disk& disk, Padding padding, Grid& grid) {
     cells.push_back(disk.firmwareVersion(padding).value_or("-"));
     cells.push_back(disk.stateText());
     cells.push_back(sizeCell(valueOf<Number>(disk.info, &PD_Info::size), disk));
-    grid.addRow(cells, disk.wantsAttention() ? Tone::Warning : Tone::Plain);
+    grid.addRow(cells, wantsAttention(disk) ? Tone::Warning : Tone::Plain);
 }
 
 void runDisks(const CommandContext& context, const DiskOptions& wanted, Report& report) {

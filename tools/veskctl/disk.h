@@ -43,8 +43,6 @@ struct Disk {
     const char* state() const;
     // The same for people, with the alert and the code beside it: "online (0x01)".
     std::string stateText() const;
-    // That a disk is not online is no reason: it may belong to no volume.
-    bool wantsAttention() const;
 };
 
 // Never throws: what goes wrong is noted among the problems, so that the other disk is still asked.

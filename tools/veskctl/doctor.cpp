@@ -69,6 +69,12 @@ private:
                 format("{} {}, events up to number {} are delivered", files.alerts->rows.size(),
                        files.alerts->rows.size() == 1 ? "row" : "rows", files.mark->value));
         }
+        if (files.forgottenAtReboot) {
+            add("mark_forgotten_at_reboot", files.mapping.path,
+                "it lies on a RAM disk: what was not saved is as at the installation after the "
+                "host's next start, the mark falls back, and events come again; collectors tell "
+                "them by host, sequence and time_raw");
+        }
         for (const FileText* file : {&files.pci.addresses, &files.pci.dumps}) {
             if (file->state == FileState::Read) {
                 add("pci_file", file->path, format("{} bytes", file->size));

@@ -81,6 +81,7 @@ void runDump(const CommandContext& context, const std::string& path, Report& rep
     content.fields["capture"] = captureForDump(content);
     report.problems = content.problems;
     report.simulated = content.simulated;
+    content.host = context.host;
     const std::string document = renderJson(kName, content, context.simulated || content.simulated);
     // Nobody else may read a capture.
     replaceFile(path, document, content.fields["capture"].is_null() ? kForAll : kForOwnerOnly);

@@ -39,6 +39,11 @@ std::optional<std::string> Event::severity() const {
     return nameOf(kSeverities, severityCode);
 }
 
+bool Event::isGrave() const {
+    constexpr unsigned kMajor = 5;
+    return severity() && severityCode >= kMajor;
+}
+
 // Asking the library.
 
 namespace {
@@ -99,8 +104,9 @@ Tone toneOf(const Event& event) {
 
 }  // namespace
 
-Json eventToJson(const Event& event) {
+Json eventToJson(const Event& event, const std::string& host) {
     Json json;
+    json["host"] = host;
     json["sequence"] = event.sequence;
     json["time"] = valueOrNull(event.time());
     json["time_raw"] = event.timeRaw;

@@ -24,6 +24,7 @@ struct Event {
     std::optional<std::string> time() const;
     std::optional<std::string> className() const;
     std::optional<std::string> severity() const;
+    bool isGrave() const;  // major, critical, fatal
 };
 
 // One delivery by the library.
@@ -37,7 +38,8 @@ struct EventDelivery {
 
 EventDelivery takeEvents(const LibraryFunctions& functions);
 
-Json eventToJson(const Event& event);
+// The host, the number and the time together tell events of many hosts apart.
+Json eventToJson(const Event& event, const std::string& host);
 // With its line end.
 std::string eventToTextLine(const Event& event, bool colour);
 

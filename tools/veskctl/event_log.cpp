@@ -22,7 +22,8 @@ namespace {
 constexpr std::chrono::milliseconds kPause(20);
 // A delivery waits for the library's own look that is going on, so a look that has begun is never
 // missed: this is only for its beginning.
-constexpr std::chrono::milliseconds kPeekWait(500);
+constexpr std::chrono::milliseconds kPeekWait(2000);
+constexpr std::chrono::milliseconds kUsualWait(500);
 
 // The name that the library opens in its third place, the current folder.
 constexpr const char* kMappingName = "libVeskNVMeAlertMapping.ini";
@@ -60,6 +61,14 @@ private:
     std::string m_path;
 };
 
+void demandAnswer(const LibraryFunctions& functions) {
+    std::vector<Problem> problems;
+    readController(functions, problems);
+    if (!problems.empty()) {
+        throw ProblemError(problems.front());
+    }
+}
+
 bool waitOn(std::chrono::milliseconds time) {
     std::this_thread::sleep_for(time);
     return true;
@@ -96,11 +105,7 @@ EventDelivery EventLog::look(std::uint32_t above) {
     };
     const Session session(setup, m_problems, m_simulated);
     if (!m_answered) {
-        std::vector<Problem> problems;
-        readController(session.functions(), problems);
-        if (!problems.empty()) {
-            throw ProblemError(problems.front());
-        }
+        demandAnswer(session.functions());
         m_answered = true;
     }
     EventDelivery delivery = takeEvents(session.functions());
@@ -111,19 +116,36 @@ EventDelivery EventLog::look(std::uint32_t above) {
         delivery = takeEvents(session.functions());
     }
     if (!delivery.events.empty()) {
-        m_wait = std::min(m_wait, kPeekWait);  // the controller is not slow
+        m_wait = std::min(m_wait, kUsualWait);  // the controller is not slow
+    } else if (!delivery.problem) {
+        // One that fell silent in the middle reads as an empty log.
+        demandAnswer(session.functions());
     }
     return delivery;
 }
 
 EventReading EventLog::readNew(EventExtent extent, NumberCheck check) {
-    return readNewEvents([this](std::uint32_t above) { return look(above); }, mark(), extent,
-                         check);
+    EventReading reading =
+        readNewEvents([this](std::uint32_t above) { return look(above); }, mark(), extent, check);
+    if (check != NumberCheck::Never && !reading.looked && !reading.problem) {
+        reading.looked = holdsAnything();
+    }
+    return reading;
+}
+
+bool EventLog::holdsAnything() {
+    const std::string mapping = std::exchange(m_files.mapping.text, mappingOfEveryCode());
+    const EventDelivery delivery = look(0);
+    m_files.mapping.text = mapping;
+    return !delivery.events.empty();
 }
 
 EventReading EventLog::readHeld() {
     EventReading reading = readHeldEvents([this](std::uint32_t above) { return look(above); });
     reading.mark = mark();
+    if (!reading.looked && !reading.problem) {
+        reading.looked = holdsAnything();
+    }
     return reading;
 }
 

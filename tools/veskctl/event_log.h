@@ -50,6 +50,9 @@ public:
     const std::vector<Problem>& problems() const { return m_problems; }
 
 private:
+    // Whether the library finds any event at all in the controller's log, mapped or not.
+    bool holdsAnything();
+
     CommandContext m_context;
     std::chrono::milliseconds m_wait;
     HostFiles m_files;

@@ -36,6 +36,10 @@ constexpr const char* kBeganAnew =
     "the controller counts its events anew, below the mark {}: no new event will be above it for a "
     "long time; run 'veskctl mark set 0' to get all that the controller holds";
 
+constexpr const char* kNotSeen =
+    "the controller's log is empty, or could not be read: not even event {}, which was delivered, "
+    "or a later one is there; look again, and with 'veskctl doctor'";
+
 // "info": what is below it calls for nobody.
 const std::vector<std::string> kSeverities = {"unknown", "other", "info",     "warning",
                                               "minor",   "major", "critical", "fatal"};
@@ -95,8 +99,9 @@ std::string describe(const EventGap& gap) {
 }
 
 std::string lineOf(const Event& event, const CommandContext& context) {
-    return context.format == OutputFormat::JsonLines ? renderJsonLine(eventToJson(event))
-                                                     : eventToTextLine(event, context.colour);
+    return context.format == OutputFormat::JsonLines
+               ? renderJsonLine(eventToJson(event, context.host))
+               : eventToTextLine(event, context.colour);
 }
 
 // One run at a time by one mark: the lock is held until the mark was moved.
@@ -145,24 +150,23 @@ std::string whyNothing(const EventReading& reading, const EventOptions& options)
     if (!reading.events.empty()) {
         return "None of the events is asked for.\n";
     }
-    if (!options.since.empty()) {
-        return "The controller's log holds no event that the library reports.\n";
-    }
     if (reading.looked) {
-        return "There are no new events.\n";
+        return options.since.empty()
+                   ? "There are no new events.\n"
+                   : "The controller's log holds no event that the library reports.\n";
     }
     return options.waitSeconds == 0
                ? "The library has not looked at the controller's log yet: allow it time with "
                  "--wait.\n"
-               : "There are no new events: the controller's log holds none that the library "
-                 "reports.\n";
+               : "No event could be seen: the controller's log is empty, or could not be read.\n";
 }
 
-void fillIn(Report& report, const EventReading& reading, const EventFilter& filter) {
+void fillIn(Report& report, const EventReading& reading, const EventFilter& filter,
+            const CommandContext& context) {
     report.fields["events"] = Json::array();
     for (const Event& event : reading.events) {
         if (filter.passes(event)) {
-            report.fields["events"].push_back(eventToJson(event));
+            report.fields["events"].push_back(eventToJson(event, context.host));
         }
     }
     report.fields["more_may_follow"] = reading.more;
@@ -171,14 +175,35 @@ void fillIn(Report& report, const EventReading& reading, const EventFilter& filt
     report.fields["looked"] = reading.looked;
 }
 
-void noteFindings(Report& report, const EventReading& reading, bool forPeople) {
+std::string whyNotReported(const HostFiles& files) {
+    for (const Finding& finding : files.findings) {
+        const bool ofIni =
+            finding.code.rfind("mapping_", 0) == 0 || finding.code.rfind("ini_", 0) == 0;
+        if (finding.severity == Severity::Error && ofIni) {
+            return findingSentence(finding);
+        }
+    }
+    return "the alert mapping reports no event";
+}
+
+// What makes "no new events" untrue.
+std::optional<Problem> hiddenEvents(const EventReading& reading, const HostFiles& files) {
+    if (!files.eventsAreReported()) {
+        return Problem{ProblemKind::EventsNotReported, whyNotReported(files)};
+    }
     if (reading.problem) {
-        report.problems.push_back(*reading.problem);
+        return reading.problem;
     }
     if (reading.numbersBeganAnew) {
-        report.problems.push_back(
-            {ProblemKind::EventNumbersBeganAnew, format(kBeganAnew, reading.mark)});
+        return Problem{ProblemKind::EventNumbersBeganAnew, format(kBeganAnew, reading.mark)};
     }
+    if (!reading.looked && reading.mark > 0) {
+        return Problem{ProblemKind::EventsNotSeen, format(kNotSeen, reading.mark)};
+    }
+    return std::nullopt;
+}
+
+void noteFindings(Report& report, const EventReading& reading, bool forPeople) {
     if (!forPeople && reading.gap) {
         report.notes.push_back(describe(*reading.gap));
     }
@@ -201,10 +226,14 @@ void noteHidden(Report& report, const EventReading& reading, const EventFilter& 
 // A signal ends this one too, with what was read until then.
 void runOnce(const CommandContext& context, const EventOptions& options, Report& report) {
     report.items = "events";
-    fillIn(report, EventReading(), EventFilter());
+    fillIn(report, EventReading(), EventFilter(), context);
     const EventFilter filter = filterOf(options);
     demandOutput();
     const bool taking = !options.peek && options.since.empty();
+    if (taking && context.watching) {
+        throw UsageError("--watch would show each event for one look only: add --peek or --since, "
+                         "or use --follow instead");
+    }
     const StopSignals signals;
     const auto locked =
         std::make_shared<LockedLog>(context, std::chrono::seconds(options.waitSeconds));
@@ -230,8 +259,14 @@ void runOnce(const CommandContext& context, const EventOptions& options, Report&
     locked->log.pause = nullptr;  // the signals go first
 
     const bool forPeople = context.format == OutputFormat::Table;
-    fillIn(report, reading, filter);
+    fillIn(report, reading, filter, context);
     noteFindings(report, reading, forPeople);
+    const bool looked = check != NumberCheck::Never && !signals.arrived();
+    const std::optional<Problem> hidden =
+        looked ? hiddenEvents(reading, locked->log.files()) : reading.problem;
+    if (hidden) {
+        report.problems.push_back(*hidden);
+    }
     if (forPeople) {
         report.text = textOf(reading, filter, context);
         if (report.text.empty() && report.problems.empty()) {
@@ -271,7 +306,8 @@ public:
                 }
                 recover();
             } catch (const ProblemError& error) {
-                if (first) {
+                // An empty log may fill.
+                if (first && error.problem().kind != ProblemKind::EventsNotSeen) {
                     throw;
                 }
                 complain(error.problem());
@@ -289,9 +325,8 @@ public:
 private:
     // False: nobody reads any more.
     bool look(const StopSignals& signals, bool first, Report& report) {
-        constexpr std::chrono::milliseconds kFirstWait(2000);
-        constexpr std::chrono::milliseconds kLaterWait(500);
-        LockedLog locked(m_context, first ? kFirstWait : kLaterWait);
+        constexpr std::chrono::milliseconds kWait(2000);
+        LockedLog locked(m_context, kWait);
         locked.log.pause = [&signals](std::chrono::milliseconds time) {
             return signals.pause(time, STDOUT_FILENO);
         };
@@ -304,12 +339,9 @@ private:
         if (!write(reading, report)) {
             return false;
         }
-        if (reading.problem) {
-            throw ProblemError(*reading.problem);
-        }
-        if (reading.numbersBeganAnew) {
-            throw ProblemError(
-                {ProblemKind::EventNumbersBeganAnew, format(kBeganAnew, reading.mark)});
+        const std::optional<Problem> hidden = hiddenEvents(reading, locked.log.files());
+        if (hidden && !signals.arrived()) {
+            throw ProblemError(*hidden);
         }
         if (!reading.events.empty()) {
             m_shown = reading.events.back().sequence;
@@ -378,6 +410,9 @@ private:
 };
 
 void runFollow(const CommandContext& context, const EventOptions& options, Report& report) {
+    if (context.watching) {
+        throw UsageError("--follow goes on by itself: leave out --watch");
+    }
     if (context.format == OutputFormat::JsonDocument || context.format == OutputFormat::Csv) {
         throw UsageError("--follow has no end, so it writes no document: use -o ndjson");
     }
@@ -450,8 +485,9 @@ Command eventsCommand() {
             "Show the new events of the controller, oldest first",
             declare,
             {},
-            false,
+            true,
             {{"events --peek", "look, and leave the mark where it is"},
+             {"events --peek --watch", "look again every 2 seconds"},
              {"events --all", "take everything that is there"},
              {"events --since 2026-09-21 --severity warning",
               "what was bad since that day, taken or not"},

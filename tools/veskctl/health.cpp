@@ -5,6 +5,7 @@
 #include "veskctl/report.h"
 #include "veskctl/session.h"
 #include "veskctl/sizes.h"
+#include "veskctl/verdict.h"
 
 #include <memory>
 #include <string>
@@ -46,12 +47,6 @@ const char* Health::status() const {
 
 std::string Health::statusText() const {
     return record ? format("{} (0x{:02x})", status(), record->smartStatus) : status();
-}
-
-bool Health::wantsAttention() const {
-    const std::optional<Wear> known = wear();
-    return !record || !known || record->smartStatus != kStatusOk || known->spent() ||
-           known->spareLow();
 }
 
 // Asking the library.
@@ -133,11 +128,6 @@ void addPercent(const char* name, const std::optional<unsigned>& percent, bool a
     }
 }
 
-void addStatus(const Health& health, Blocks& blocks) {
-    const bool ok = health.record && health.record->smartStatus == kStatusOk;
-    blocks.addLine("Health status", health.statusText(), ok ? Tone::Plain : Tone::Warning);
-}
-
 }  // namespace
 
 Json healthToJson(const Health& health) {
@@ -163,11 +153,16 @@ void addHealthSection(const Health& health, Blocks& blocks) {
         return;
     }
     const std::optional<Wear> wear = health.wear();
-    addStatus(health, blocks);
+    const std::vector<Reason> reasons = reasonsOf(health);
+    const bool statusOk = std::string(health.status()) == "ok";
+    blocks.addLine("Health status", health.statusText(), statusOk ? Tone::Plain : Tone::Warning);
     addPercent("Percentage used", valueOf<unsigned>(wear, &Wear::percentageUsed),
-               wear && wear->spent(), " (100 is the rated life)", blocks);
+               hasReason(reasons, "life_used"), " (100 is the rated life)", blocks);
     addPercent("Available spare", valueOf<unsigned>(wear, &Wear::availableSpare),
-               wear && wear->spareLow(), "", blocks);
+               hasReason(reasons, "spare_below_threshold") ||
+                   hasReason(reasons, "spare_near_threshold") ||
+                   hasReason(reasons, "disk_health_unknown"),
+               "", blocks);
     addPercent("Spare threshold", valueOf<unsigned>(wear, &Wear::availableSpareThreshold), false,
                "", blocks);
 }
@@ -193,7 +188,7 @@ void addHealthRow(const Health& health, Grid& grid) {
     cells.push_back(percentText(valueOf<unsigned>(wear, &Wear::percentageUsed)));
     cells.push_back(percentText(valueOf<unsigned>(wear, &Wear::availableSpare)));
     cells.push_back(percentText(valueOf<unsigned>(wear, &Wear::availableSpareThreshold)));
-    grid.addRow(cells, health.wantsAttention() ? Tone::Warning : Tone::Plain);
+    grid.addRow(cells, wantsAttention(health) ? Tone::Warning : Tone::Plain);
 }
 
 void runHealth(const CommandContext& context, const std::string& wanted, Report& report) {

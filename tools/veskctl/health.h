@@ -15,7 +15,6 @@ struct Wear {
     unsigned availableSpare = 0;  // percent, as is the threshold
     unsigned availableSpareThreshold = 0;
 
-    bool spent() const { return percentageUsed >= 100; }
     bool spareLow() const { return availableSpare < availableSpareThreshold; }
 };
 
@@ -30,7 +29,6 @@ struct Health {
     const char* status() const;
     // The same for people, with the code beside it: "ok (0x4f)".
     std::string statusText() const;
-    bool wantsAttention() const;
 };
 
 // Never throws: what goes wrong is noted among the problems, so that the other disk is still asked.

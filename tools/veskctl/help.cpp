@@ -168,6 +168,7 @@ void runHelp(const CommandContext& context, const std::vector<std::string>& word
         known += (known.empty() ? "" : " ") + word;
         const CommandDescription* next = context.program->find(known);
         if (next == nullptr) {
+            report.askAbout = command->words;
             throw UsageError(unknownMessage(*context.program, *command, word));
         }
         command = next;

@@ -8,6 +8,10 @@
 #include <map>
 #include <system_error>
 
+#include <linux/magic.h>
+#include <sys/statfs.h>
+#include <sys/utsname.h>
+
 namespace veskctl {
 
 namespace {
@@ -28,6 +32,15 @@ std::string currentFolder() {
 std::string listedFolders() {
     return format("{}, {} and the current folder {}", kIniFolders[0], kIniFolders[1],
                   currentFolder());
+}
+
+// The root of an ESXi host is a RAM disk.
+bool liesOnRamDisk(const std::string& path) {
+    utsname system = {};
+    struct statfs volume = {};
+    return (uname(&system) == 0 && std::string(system.sysname) == "VMkernel") ||
+           (statfs(path.c_str(), &volume) == 0 &&
+            (volume.f_type == TMPFS_MAGIC || volume.f_type == RAMFS_MAGIC));
 }
 
 // Looks where the library looks.
@@ -197,6 +210,8 @@ HostFiles readHostFiles(const std::string& hostRoot) {
     HostFiles files;
     IniPair(hostRoot, files).read();
     shorten(files.findings);
+    // Below a root there is a simulated host, whose files lie anywhere.
+    files.forgottenAtReboot = hostRoot.empty() && files.mark && liesOnRamDisk(files.mapping.path);
     files.pci = readPciFiles(hostRoot, files.findings);
     files.traceLog = readTraceLog(hostRoot, files.settings.traceLog, files.findings);
     return files;

@@ -20,6 +20,8 @@ struct HostFiles {
     FileText config;
     FileText mapping;
     bool inCurrentFolder = false;  // the pair that the library uses
+    // What is written into the mapping is lost when the host starts again, as on every ESXi host.
+    bool forgottenAtReboot = false;
     LibraryConfig settings;
     // Empty if the mapping cannot be read.
     std::optional<AlertMapping> alerts;
@@ -27,6 +29,10 @@ struct HostFiles {
     PciFiles pci;
     TraceLog traceLog;
     std::vector<Finding> findings;
+
+    // Without a mapping, or with an empty one, the library reports no event at all; a finding of
+    // the severity Error says why.
+    bool eventsAreReported() const { return alerts && !alerts->rows.empty(); }
 };
 
 // hostRoot: stands before every absolute path.

@@ -25,7 +25,9 @@ std::string textOr(const std::optional<std::string>& text) {
 
 void putProgram(const Snapshot& snapshot, double seconds, Exposition& metrics) {
     metrics.gauge("vesk_exporter_info", "The program that made these metrics.")
-        .add({{"version", kProgramVersion}, {"simulated", snapshot.simulated ? "true" : "false"}},
+        .add({{"version", kProgramVersion},
+              {"host", snapshot.host},
+              {"simulated", snapshot.simulated ? "true" : "false"}},
              1);
     metrics.gauge("vesk_up", "Whether the controller answered.")
         .add({}, snapshot.reach == Reach::Answering ? 1 : 0);

@@ -46,7 +46,7 @@ Json momentToJson(const Moment& moment) {
     }
     json["events"] = Json::array();
     for (const Event& event : moment.events.events) {
-        json["events"].push_back(eventToJson(event));
+        json["events"].push_back(eventToJson(event, moment.snapshot.host));
     }
     json["capture"] = nullptr;
     return json;

@@ -20,6 +20,7 @@ Json documentOf(const std::string& command, const Report& report, bool simulated
     document["schema_version"] = kSchemaVersion;
     document["command"] = command.empty() ? Json() : Json(command);
     document["simulated"] = simulated;
+    document["host"] = report.host.empty() ? Json() : Json(report.host);
     document.update(report.fields);
     document["errors"] = Json::array();
     for (const Problem& problem : report.problems) {

@@ -82,6 +82,10 @@ const char* problemName(ProblemKind kind) {
         return "mark_in_use";
     case ProblemKind::EventNumbersBeganAnew:
         return "event_numbers_began_anew";
+    case ProblemKind::EventsNotSeen:
+        return "events_not_seen";
+    case ProblemKind::EventsNotReported:
+        return "events_not_reported";
     case ProblemKind::Internal:
         break;
     }

@@ -36,6 +36,8 @@ enum class ProblemKind {
     MarkNotStored,
     MarkInUse,
     EventNumbersBeganAnew,
+    EventsNotSeen,
+    EventsNotReported,
     Internal
 };
 

@@ -38,6 +38,10 @@ struct Report {
     // Called once all of it was written, and only then; a problem counts for the exit code.
     std::function<std::optional<Problem>()> afterWriting;
 
+    // Of a usage error: the command to ask about, if it is not the one that was called.
+    std::optional<std::string> askAbout = std::nullopt;
+
+    std::string host;          // its name; empty: no host was looked at
     bool simulated = false;    // what was shown is the simulated host
     bool forPrograms = false;  // `text` is read by programs: nothing is put before it or changed
     bool streamed = false;     // the command has written all but problems and notes itself

@@ -202,7 +202,7 @@ private:
                     inHtml(volume.raidLevel().value_or("–")),
                     volume.info ? format("{}", volume.info->hdCount) : "–",
                     bytes ? sizeText(*bytes) : "–",
-                    stateOf(format("volume {}", volume.id), volume.wantsAttention(),
+                    stateOf(format("volume {}", volume.id), wantsAttention(volume),
                             volume.stateText())},
                    numbers);
         }
@@ -227,7 +227,7 @@ private:
                     inHtml(disk.serialNumber(Padding::Trim).value_or("–")),
                     inHtml(disk.firmwareVersion(Padding::Trim).value_or("–")),
                     sizeCell(valueOf<std::uint64_t>(disk.info, &PD_Info::size), disk),
-                    stateOf(format("disk {}", disk.slot), disk.wantsAttention(), disk.stateText())},
+                    stateOf(format("disk {}", disk.slot), wantsAttention(disk), disk.stateText())},
                    numbers);
         }
         closeTable();
@@ -357,6 +357,7 @@ void runReport(const CommandContext& context, const std::string& path, Report& r
     Report content;
     content.fields = momentToJson(moment);
     content.problems = report.problems;
+    content.host = context.host;
     const std::string page = reportPage(moment, simulated, renderJson("dump", content, simulated));
     replaceFile(path, page);
     report.fields["size_bytes"] = page.size();

@@ -59,17 +59,22 @@ Json listToJson(const std::vector<Thing>& things, Convert convert) {
     return json;
 }
 
-// Without a mapping no event is reported, and there is nothing to look at.
+// Where no event is reported there is nothing to look at, and "none" would be untrue.
 void readEvents(const CommandContext& context, unsigned timeoutSeconds, Snapshot& snapshot) {
-    if (!snapshot.hostFiles.alerts) {
+    if (!snapshot.hostFiles.eventsAreReported()) {
         return;
     }
     CommandContext patient = context;
     patient.timeoutSeconds = context.timeoutSeconds.value_or(timeoutSeconds);
-    guarded("the event log", snapshot.problems, [&] { snapshot.newEvents = peekEvents(patient); });
+    guarded("the event log", snapshot.problems, [&] {
+        snapshot.newEvents = peekEvents(patient);
+        if (snapshot.newEvents->problem) {
+            snapshot.problems.push_back(*snapshot.newEvents->problem);
+        }
+    });
 }
 
-Json eventsToJson(const std::optional<EventReading>& reading) {
+Json eventsToJson(const std::optional<EventReading>& reading, const std::string& host) {
     if (!reading) {
         return {};
     }
@@ -81,7 +86,8 @@ Json eventsToJson(const std::optional<EventReading>& reading) {
     for (const auto& [severity, count] : countBySeverity(reading->events)) {
         json["by_severity"][severity] = count;
     }
-    json["events"] = listToJson(reading->events, eventToJson);
+    json["events"] = listToJson(reading->events,
+                                [&host](const Event& event) { return eventToJson(event, host); });
     return json;
 }
 
@@ -113,6 +119,7 @@ std::map<std::string, unsigned> countBySeverity(const std::vector<Event>& events
 Snapshot takeSnapshot(const CommandContext& context, unsigned timeoutSeconds) {
     Snapshot snapshot;
     snapshot.takenAt = std::time(nullptr);
+    snapshot.host = context.host;
     snapshot.simulated = context.simulated;
     guarded("the host's files", snapshot.problems,
             [&] { snapshot.hostFiles = readHostFiles(context.hostRoot); });
@@ -154,7 +161,7 @@ Json snapshotToJson(const Snapshot& snapshot) {
             json["volumes"].push_back(volumeToJson(volume));
         }
     }
-    json["new_events"] = eventsToJson(snapshot.newEvents);
+    json["new_events"] = eventsToJson(snapshot.newEvents, snapshot.host);
     json["host_files"] = hostFilesToJson(snapshot.hostFiles);
     return json;
 }

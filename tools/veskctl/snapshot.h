@@ -28,6 +28,7 @@ enum class Reach {
 
 struct Snapshot {
     std::time_t takenAt = 0;
+    std::string host;
     bool simulated = false;
     Reach reach = Reach::Unreachable;
     std::optional<Controller> controller = std::nullopt;  // if there is one

@@ -4,6 +4,7 @@
 #include "veskctl/disk.h"
 #include "veskctl/report.h"
 #include "veskctl/session.h"
+#include "veskctl/verdict.h"
 
 #include <cstdint>
 
@@ -29,7 +30,7 @@ void addSpaceRow(const Disk& disk, Grid& grid) {
     cells.push_back(disk.stateText());
     cells.push_back(sizeCell(valueOf<Size>(disk.info, &PD_Info::size), disk));
     cells.push_back(sizeCell(valueOf<Size>(disk.freeSpace, &PD_FreeSpaceInfo::size), disk));
-    grid.addRow(cells, disk.wantsAttention() ? Tone::Warning : Tone::Plain);
+    grid.addRow(cells, wantsAttention(disk) ? Tone::Warning : Tone::Plain);
 }
 
 void runSpace(const CommandContext& context, Report& report) {

@@ -3,7 +3,10 @@
 #include "veskctl/check.h"
 #include "veskctl/format.h"
 #include "veskctl/printable.h"
+#include "veskctl/report.h"
 #include "veskctl/sizes.h"
+#include "veskctl/snapshot.h"
+#include "veskctl/verdict.h"
 
 #include <algorithm>
 #include <memory>
@@ -12,16 +15,22 @@ namespace veskctl {
 
 namespace {
 
-constexpr std::size_t kMostReasons = 3;
+// With them, one volume and two disks it is a dozen lines.
+constexpr std::size_t kMostReasons = 4;
 
 class StatusView {
 public:
-    StatusView(const Snapshot& snapshot, unsigned columns, Report& report)
-        : m_snapshot(snapshot), m_columns(columns), m_report(report) {}
+    StatusView(const Snapshot& snapshot, const Verdict& verdict, const Thresholds& thresholds,
+               unsigned columns, Report& report)
+        : m_snapshot(snapshot),
+          m_verdict(verdict),
+          m_thresholds(thresholds),
+          m_columns(columns),
+          m_report(report) {}
 
-    void show(const Verdict& verdict) {
+    void show() {
         addController();
-        addVerdict(verdict);
+        addVerdict();
         for (const Volume& volume : m_snapshot.volumes) {
             addVolume(volume);
         }
@@ -57,13 +66,14 @@ private:
         }
     }
 
-    void addVerdict(const Verdict& verdict) {
-        const bool calm = verdict.level == Level::Ok;
-        addLine(format("{}Verdict: {}", calm ? "" : "! ", levelName(verdict.level)));
-        const std::size_t count = verdict.reasons.size();
-        const std::size_t shown = count > kMostReasons ? kMostReasons - 1 : count;
+    void addVerdict() {
+        const bool calm = m_verdict.level == Level::Ok;
+        addLine(format("{}Verdict: {}", calm ? "" : "! ", levelName(m_verdict.level)));
+        const std::size_t count = m_verdict.reasons.size();
+        const std::size_t most = kMostReasons - (m_snapshot.volumesPresent() > 1 ? 1 : 0);
+        const std::size_t shown = count > most ? most - 1 : count;
         for (std::size_t index = 0; index < shown; ++index) {
-            const Reason& reason = verdict.reasons[index];
+            const Reason& reason = m_verdict.reasons[index];
             addLine(
                 format("  ! {}: {} ({})", reason.subject, reason.text, levelName(reason.level)));
         }
@@ -80,8 +90,8 @@ private:
             return;
         }
         const std::optional<std::uint64_t> bytes = volume.capacityBytes();
-        const bool normal = volume.info->status == 0;
-        addLine(format("{}Volume {}: {}, {}, {}, {} {}, {}", normal ? "" : "! ", volume.id,
+        addLine(format("{}Volume {}: {}, {}, {}, {} {}, {}",
+                       wantsAttention(volume, m_thresholds) ? "! " : "", volume.id,
                        volume.name().value_or("without a name"),
                        volume.raidLevel().value_or(format("mode {}", volume.info->raidMode)),
                        bytes ? sizeText(*bytes) : "size unknown", volume.info->hdCount,
@@ -101,25 +111,28 @@ private:
     }
 
     void addEvents() {
-        if (!m_snapshot.newEvents) {
-            m_report.text = "New events: unknown\n";
-            return;
+        const bool calm = m_snapshot.newEvents &&
+                          std::none_of(m_verdict.reasons.begin(), m_verdict.reasons.end(),
+                                       [](const Reason& r) { return r.subject == "events"; });
+        m_report.text = format("{}New events: {}\n", calm ? "" : "! ", eventsText());
+    }
+
+    std::string eventsText() const {
+        if (!m_snapshot.newEvents || m_snapshot.newEvents->problem) {
+            return "unknown (veskctl doctor)";
         }
         const std::vector<Event>& events = m_snapshot.newEvents->events;
-        unsigned worst = 0;
-        for (const Event& event : events) {
-            worst = event.severity() ? std::max(worst, event.severityCode) : worst;
-        }
         if (events.empty()) {
-            // An empty log does not show whether the library has looked at it.
-            m_report.text =
-                m_snapshot.newEvents->looked ? "New events: none\n" : "New events: none was seen\n";
-        } else {
-            Event named;
-            named.severityCode = worst;
-            m_report.text = format("New events: {}, the gravest {} (veskctl events)\n",
-                                   events.size(), named.severity().value_or(kUnnamedSeverity));
+            return m_snapshot.newEvents->looked ? "none" : "none could be seen";
         }
+        Event gravest;
+        for (const Event& event : events) {
+            if (event.severity()) {
+                gravest.severityCode = std::max(gravest.severityCode, event.severityCode);
+            }
+        }
+        return format("{}, the gravest {} (veskctl events)", events.size(),
+                      gravest.severity().value_or(kUnnamedSeverity));
     }
 
     void addDisk(const Disk& disk, const Health& health) {
@@ -130,11 +143,14 @@ private:
         cells.emplace_back(present ? health.status() : "-");
         cells.push_back(percentText(valueOf<unsigned>(wear, &Wear::percentageUsed)));
         cells.push_back(percentText(valueOf<unsigned>(wear, &Wear::availableSpare)));
-        const bool calm = !disk.wantsAttention() && !health.wantsAttention();
+        const bool calm =
+            !wantsAttention(disk, m_thresholds) && !wantsAttention(health, m_thresholds);
         m_report.grid.addRow(cells, calm ? Tone::Plain : Tone::Warning);
     }
 
     const Snapshot& m_snapshot;
+    const Verdict& m_verdict;
+    const Thresholds& m_thresholds;
     unsigned m_columns;
     Report& m_report;
 };
@@ -147,15 +163,10 @@ void runStatus(const CommandContext& context, const ThresholdOptions& options, R
     report.problems = snapshot.problems;
     report.fields["verdict"] = verdictToJson(verdict);
     report.fields.update(snapshotToJson(snapshot));
-    showStatus(snapshot, verdict, context.width, report);
+    StatusView(snapshot, verdict, thresholds, context.width, report).show();
 }
 
 }  // namespace
-
-void showStatus(const Snapshot& snapshot, const Verdict& verdict, unsigned columns,
-                Report& report) {
-    StatusView(snapshot, columns, report).show(verdict);
-}
 
 Command statusCommand() {
     return {"status",

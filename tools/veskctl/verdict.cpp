@@ -10,43 +10,147 @@ namespace veskctl {
 
 namespace {
 
-constexpr unsigned kHealthBit = 1U << 5U;  // of the RAID status
+// Bits of the status byte that have a meaning.
+constexpr unsigned kOnlineBit = 1U << 0U;
+constexpr unsigned kHealthBit = 1U << 5U;
 constexpr unsigned kNormalVolume = 0;
+constexpr unsigned kMirror = 1;  // RAID mode
+constexpr unsigned kMostPercent = 100;
+
+// Reasons that were not asked to be left out.
+class Reasons {
+public:
+    explicit Reasons(const Thresholds& thresholds) : m_thresholds(thresholds) {}
+
+    void add(Level level, const std::string& code, const std::string& subject,
+             const std::string& text) {
+        const std::vector<std::string>& ignored = m_thresholds.ignored;
+        if (std::find(ignored.begin(), ignored.end(), code) == ignored.end()) {
+            m_list.push_back({level, code, subject, text});
+        }
+    }
+
+    const Thresholds& thresholds() const { return m_thresholds; }
+    const std::vector<Reason>& list() const { return m_list; }
+
+private:
+    const Thresholds& m_thresholds;
+    std::vector<Reason> m_list;
+};
+
+std::string nameOf(const Disk& disk) {
+    return format("disk {}", disk.slot);
+}
+
+void addSilence(const Disk& disk, Reasons& reasons) {
+    if (disk.presence == Presence::Unknown) {
+        reasons.add(Level::Unknown, "disk_not_responding", nameOf(disk), "it did not answer");
+    }
+}
+
+void addState(const Disk& disk, Reasons& reasons) {
+    if (!disk.config || !disk.raidStatus) {
+        reasons.add(Level::Unknown, "disk_state_unknown", nameOf(disk), "its state is not known");
+        return;
+    }
+    const unsigned status = disk.raidStatus->raidStatus;
+    if ((disk.config->online != 0) != ((status & kOnlineBit) != 0)) {
+        reasons.add(Level::Unknown, "disk_state_unknown", nameOf(disk),
+                    "it is online by one answer, and not by another");
+    }
+    if ((status & ~(kOnlineBit | kHealthBit)) != 0) {
+        reasons.add(Level::Warning, "disk_status_unnamed", nameOf(disk),
+                    format("its status 0x{:02x} has bits without a known meaning", status));
+    }
+}
+
+void addSmartStatus(const Health& health, Reasons& reasons) {
+    const std::string status = health.status();
+    if (status == "alert") {
+        reasons.add(Level::Critical, "disk_health_alert", nameOf(health.disk),
+                    "its SMART status is an alert");
+    } else if (status == "unknown" && health.record) {
+        reasons.add(Level::Warning, "smart_status_unknown", nameOf(health.disk),
+                    format("its SMART status {} has no name", health.record->smartStatus));
+    }
+}
+
+void addSpare(const Wear& wear, const std::string& subject, Reasons& reasons) {
+    if (wear.availableSpare > kMostPercent) {
+        reasons.add(Level::Unknown, "disk_health_unknown", subject,
+                    format("a spare of {} % cannot be", wear.availableSpare));
+    } else if (wear.spareLow()) {
+        reasons.add(Level::Critical, "spare_below_threshold", subject,
+                    format("spare {} % is below its threshold of {} %", wear.availableSpare,
+                           wear.availableSpareThreshold));
+    } else if (wear.availableSpare <=
+               wear.availableSpareThreshold + reasons.thresholds().spareMargin) {
+        reasons.add(Level::Warning, "spare_near_threshold", subject,
+                    format("spare {} % is near its threshold of {} %", wear.availableSpare,
+                           wear.availableSpareThreshold));
+    }
+}
+
+void addWear(const Health& health, Reasons& reasons) {
+    const std::optional<Wear> wear = health.wear();
+    const std::string subject = nameOf(health.disk);
+    if (!wear) {
+        reasons.add(Level::Unknown, "disk_health_unknown", subject, "its health is not known");
+        return;
+    }
+    addSpare(*wear, subject, reasons);
+    const std::string used = format("{} % of its rated life is used", wear->percentageUsed);
+    if (wear->percentageUsed >= reasons.thresholds().usedCritical) {
+        reasons.add(Level::Critical, "life_used", subject, used);
+    } else if (wear->percentageUsed >= reasons.thresholds().usedWarning) {
+        reasons.add(Level::Warning, "life_used", subject, used);
+    }
+}
+
+std::string diskCount(unsigned count) {
+    return format("{} {}", count, count == 1 ? "disk" : "disks");
+}
 
 class Judge {
 public:
     Judge(const Snapshot& snapshot, const Thresholds& thresholds)
-        : m_snapshot(snapshot), m_thresholds(thresholds) {}
+        : m_snapshot(snapshot), m_reasons(thresholds) {}
 
     Verdict judge() {
         judgeReach();
         if (m_snapshot.reach == Reach::Answering) {
             judgeController();
-            judgeEvents();
             for (const Volume& volume : m_snapshot.volumes) {
                 judgeVolume(volume);
             }
             for (std::size_t index = 0; index < m_snapshot.disks.size(); ++index) {
                 judgeDisk(m_snapshot.disks[index], m_snapshot.health[index]);
             }
+            judgeEvents();
         }
         judgeFindings();
+        judgeProblems();
         const auto worse = [](const Reason& left, const Reason& right) {
             return left.level > right.level;
         };
-        std::stable_sort(m_verdict.reasons.begin(), m_verdict.reasons.end(), worse);
-        if (!m_verdict.reasons.empty()) {
-            m_verdict.level = m_verdict.reasons.front().level;
+        Verdict verdict;
+        verdict.reasons = m_reasons.list();
+        std::stable_sort(verdict.reasons.begin(), verdict.reasons.end(), worse);
+        if (!verdict.reasons.empty()) {
+            verdict.level = verdict.reasons.front().level;
         }
-        return m_verdict;
+        return verdict;
     }
 
 private:
     void add(Level level, const std::string& code, const std::string& subject,
              const std::string& text) {
-        const std::vector<std::string>& ignored = m_thresholds.ignored;
-        if (std::find(ignored.begin(), ignored.end(), code) == ignored.end()) {
-            m_verdict.reasons.push_back({level, code, subject, text});
+        m_reasons.add(level, code, subject, text);
+    }
+
+    void addAll(const std::vector<Reason>& reasons) {
+        for (const Reason& reason : reasons) {
+            add(reason.level, reason.code, reason.subject, reason.text);
         }
     }
 
@@ -61,20 +165,8 @@ private:
     }
 
     void judgeController() {
+        judgeCounts();
         const Controller& controller = *m_snapshot.controller;
-        const unsigned present = m_snapshot.disksPresent();
-        if (controller.physicalDiskCount > present + disksUnknown()) {
-            add(Level::Critical, "disks_not_listed", "controller",
-                format("it counts {} disks, and {} of them can be seen",
-                       controller.physicalDiskCount, present));
-        } else if (present + disksUnknown() == 0) {
-            add(Level::Warning, "no_disk", "controller", "it has no disk");
-        }
-        if (controller.virtualDiskCount > m_snapshot.volumesPresent() + volumesUnknown()) {
-            add(Level::Critical, "volumes_not_listed", "controller",
-                format("it counts {} volumes, and {} of them can be seen",
-                       controller.virtualDiskCount, m_snapshot.volumesPresent()));
-        }
         if (controller.link.downgraded().value_or(false)) {
             add(Level::Warning, "link_below_maximum", "link",
                 format("{}, and it can do {}", linkText(controller.link),
@@ -82,97 +174,130 @@ private:
         }
     }
 
+    // What the controller counts, beside what can be asked for.
+    void judgeCounts() {
+        const Controller& controller = *m_snapshot.controller;
+        const unsigned disks = m_snapshot.disksPresent();
+        const unsigned mostDisks = disks + disksUnknown();
+        const unsigned volumes = m_snapshot.volumesPresent();
+        const unsigned mostVolumes = volumes + volumesUnknown();
+        if (controller.physicalDiskCount > mostDisks) {
+            add(Level::Critical, "disks_not_listed", "controller",
+                format("it counts {}, and {} of them can be seen",
+                       diskCount(controller.physicalDiskCount), disks));
+        } else if (controller.physicalDiskCount < disks) {
+            add(Level::Warning, "disks_not_counted", "controller",
+                format("it counts {}, and {} can be seen", diskCount(controller.physicalDiskCount),
+                       disks));
+        } else if (mostDisks == 0) {
+            add(Level::Warning, "no_disk", "controller", "it has no disk");
+        }
+        if (controller.virtualDiskCount > mostVolumes) {
+            add(Level::Critical, "volumes_not_listed", "controller",
+                format("it counts {} volumes, and {} of them can be seen",
+                       controller.virtualDiskCount, volumes));
+        } else if (controller.virtualDiskCount < volumes) {
+            add(Level::Warning, "volumes_not_counted", "controller",
+                format("it counts {} volumes, and {} can be seen", controller.virtualDiskCount,
+                       volumes));
+        } else if (mostVolumes == 0 && disks > 0) {
+            add(Level::Warning, "no_volume", "controller", "it has disks, and no volume");
+        }
+    }
+
     void judgeEvents() {
+        if (!m_snapshot.hostFiles.eventsAreReported()) {
+            return;  // a finding tells
+        }
         const std::optional<EventReading>& events = m_snapshot.newEvents;
-        if (!events && m_snapshot.hostFiles.alerts) {
+        if (!events || events->problem) {
             add(Level::Unknown, "events_unknown", "events", "they could not be looked at");
-        } else if (events && events->numbersBeganAnew) {
+            return;
+        }
+        if (events->numbersBeganAnew) {
             add(Level::Warning, "events_below_mark", "events",
                 format("the controller's numbers are below the mark {}: they began anew, and no "
                        "event is reported until they pass it",
                        events->mark));
+        } else if (!events->looked) {
+            add(Level::Unknown, "events_not_seen", "events",
+                "the controller's log is empty, or could not be read");
+        }
+        if (events->gap) {
+            add(Level::Warning, "events_missed", "events",
+                format("the controller overwrote {} before they were read",
+                       events->gap->missing()));
+        }
+        judgeGraveEvents(events->events);
+    }
+
+    void judgeGraveEvents(const std::vector<Event>& events) {
+        const Event* last = nullptr;
+        unsigned count = 0;
+        for (const Event& event : events) {
+            if (event.isGrave()) {
+                last = &event;
+                ++count;
+            }
+        }
+        if (last != nullptr) {
+            add(Level::Warning, "grave_events", "events",
+                format("{} major or worse, last '{}'", count,
+                       deviceText(last->message, Padding::Trim).value_or("-")));
         }
     }
 
     void judgeVolume(const Volume& volume) {
-        const std::string subject = format("volume {}", volume.id);
-        if (volume.presence == Presence::Unknown) {
-            add(Level::Unknown, "volume_not_responding", subject, "it did not answer");
-        }
+        addAll(reasonsOf(volume));
         if (volume.presence != Presence::Present) {
             return;
         }
         const unsigned members = volume.info->hdCount;
         if (members > m_snapshot.disksPresent() + disksUnknown()) {
-            add(Level::Critical, "members_missing", subject,
-                format("it has {} members, and {} {} there", members, m_snapshot.disksPresent(),
-                       m_snapshot.disksPresent() == 1 ? "disk is" : "disks are"));
-        }
-        if (volume.info->status != kNormalVolume) {
-            add(Level::Warning, "volume_status", subject,
-                format("its status is {}, and {} is the normal one", volume.info->status,
-                       kNormalVolume));
+            add(Level::Critical, "members_missing", format("volume {}", volume.id),
+                format("it has {} members, and {} {} there", members,
+                       diskCount(m_snapshot.disksPresent()),
+                       m_snapshot.disksPresent() == 1 ? "is" : "are"));
         }
     }
 
     void judgeDisk(const Disk& disk, const Health& health) {
-        const std::string subject = format("disk {}", disk.slot);
-        if (disk.presence == Presence::Unknown) {
-            add(Level::Unknown, "disk_not_responding", subject, "it did not answer");
+        std::vector<Reason> reasons = reasonsOf(disk);
+        if (disk.presence == Presence::Present) {
+            judgeOnline(disk);
+            const std::vector<Reason> ofHealth = reasonsOf(health, m_reasons.thresholds());
+            if (hasReason(ofHealth, "disk_health_alert")) {  // told once
+                reasons.erase(std::remove_if(reasons.begin(), reasons.end(),
+                                             [](const Reason& reason) {
+                                                 return reason.code == "disk_health_alert";
+                                             }),
+                              reasons.end());
+            }
+            reasons.insert(reasons.end(), ofHealth.begin(), ofHealth.end());
         }
-        if (disk.presence != Presence::Present) {
-            return;
-        }
-        judgeState(disk, subject);
-        judgeAlert(disk, health, subject);
-        judgeWear(health, subject);
+        addAll(reasons);
     }
 
-    void judgeState(const Disk& disk, const std::string& subject) {
+    void judgeOnline(const Disk& disk) {
         const std::optional<bool> online = disk.online();
-        if (!online || !disk.raidStatus) {
-            add(Level::Unknown, "disk_state_unknown", subject, "its state is not known");
-        }
         if (online && !*online && membersNeeded() > disksOnline()) {
-            add(Level::Warning, "disk_not_online", subject,
+            add(Level::Warning, "disk_not_online", nameOf(disk),
                 "it is not online, and a volume needs it");
         }
     }
 
-    void judgeAlert(const Disk& disk, const Health& health, const std::string& subject) {
-        const bool bit = disk.raidStatus && (disk.raidStatus->raidStatus & kHealthBit) != 0;
-        const std::string smart = health.status();
-        if (bit || smart == "alert") {
-            add(Level::Critical, "disk_health_alert", subject,
-                smart == "alert" ? "its SMART status is an alert"
-                                 : "the RAID status has the health alert");
-        } else if (smart == "unknown" && health.record) {
-            add(Level::Warning, "smart_status_unknown", subject,
-                format("its SMART status {} has no name", health.record->smartStatus));
-        }
-    }
-
-    void judgeWear(const Health& health, const std::string& subject) {
-        const std::optional<Wear> wear = health.wear();
-        if (!wear) {
-            add(Level::Unknown, "disk_health_unknown", subject, "its health is not known");
+    // Whatever else was not answered: a part of the truth is missing.
+    void judgeProblems() {
+        const auto unknown = [](const Reason& reason) {
+            return reason.level == Level::Unknown;
+        };
+        const std::vector<Reason>& told = m_reasons.list();
+        if (m_snapshot.reach != Reach::Answering ||
+            std::any_of(told.begin(), told.end(), unknown)) {
             return;
         }
-        if (wear->spareLow()) {
-            add(Level::Critical, "spare_below_threshold", subject,
-                format("spare {} % is below its threshold of {} %", wear->availableSpare,
-                       wear->availableSpareThreshold));
-        } else if (wear->availableSpare <=
-                   wear->availableSpareThreshold + m_thresholds.spareMargin) {
-            add(Level::Warning, "spare_near_threshold", subject,
-                format("spare {} % is near its threshold of {} %", wear->availableSpare,
-                       wear->availableSpareThreshold));
-        }
-        const std::string used = format("{} % of its rated life is used", wear->percentageUsed);
-        if (wear->percentageUsed >= m_thresholds.usedCritical) {
-            add(Level::Critical, "life_used", subject, used);
-        } else if (wear->percentageUsed >= m_thresholds.usedWarning) {
-            add(Level::Warning, "life_used", subject, used);
+        for (const Problem& problem : m_snapshot.problems) {
+            add(Level::Unknown, problemName(problem.kind), "controller", problem.message);
         }
     }
 
@@ -181,7 +306,7 @@ private:
         for (const Finding& finding : m_snapshot.hostFiles.findings) {
             if (finding.severity == Severity::Error) {
                 add(Level::Warning, finding.code, "host files",
-                    (finding.path.empty() ? "" : finding.path + ": ") + finding.text);
+                    finding.text + (finding.path.empty() ? "" : " (" + finding.path + ")"));
             } else if (finding.code == "controller_not_followed") {
                 add(Level::Warning, finding.code, "controller", finding.text);
             }
@@ -218,11 +343,72 @@ private:
     }
 
     const Snapshot& m_snapshot;
-    const Thresholds& m_thresholds;
-    Verdict m_verdict;
+    Reasons m_reasons;
 };
 
 }  // namespace
+
+std::vector<Reason> reasonsOf(const Disk& disk, const Thresholds& thresholds) {
+    Reasons reasons(thresholds);
+    addSilence(disk, reasons);
+    if (disk.presence == Presence::Present) {
+        addState(disk, reasons);
+        if (disk.healthAlert().value_or(false)) {
+            reasons.add(Level::Critical, "disk_health_alert", nameOf(disk),
+                        "the RAID status has the health alert");
+        }
+    }
+    return reasons.list();
+}
+
+std::vector<Reason> reasonsOf(const Health& health, const Thresholds& thresholds) {
+    Reasons reasons(thresholds);
+    addSilence(health.disk, reasons);
+    if (health.disk.presence == Presence::Present) {
+        addSmartStatus(health, reasons);
+        addWear(health, reasons);
+    }
+    return reasons.list();
+}
+
+std::vector<Reason> reasonsOf(const Volume& volume, const Thresholds& thresholds) {
+    Reasons reasons(thresholds);
+    const std::string subject = format("volume {}", volume.id);
+    if (volume.presence == Presence::Unknown) {
+        reasons.add(Level::Unknown, "volume_not_responding", subject, "it did not answer");
+    }
+    if (volume.presence != Presence::Present) {
+        return reasons.list();
+    }
+    const unsigned members = volume.info->hdCount;
+    if (members == 0 || (members == 1 && volume.info->raidMode == kMirror)) {
+        reasons.add(Level::Critical, "members_missing", subject,
+                    members == 0 ? "it has no member" : "it is a mirror, and has 1 member");
+    }
+    if (volume.info->status != kNormalVolume) {
+        reasons.add(Level::Warning, "volume_status", subject,
+                    format("its status is {}, and {} is the normal one", volume.info->status,
+                           kNormalVolume));
+    }
+    return reasons.list();
+}
+
+bool wantsAttention(const Disk& disk, const Thresholds& thresholds) {
+    return disk.presence == Presence::Absent || !reasonsOf(disk, thresholds).empty();
+}
+
+bool wantsAttention(const Health& health, const Thresholds& thresholds) {
+    return health.disk.presence == Presence::Absent || !reasonsOf(health, thresholds).empty();
+}
+
+bool wantsAttention(const Volume& volume, const Thresholds& thresholds) {
+    return volume.presence == Presence::Absent || !reasonsOf(volume, thresholds).empty();
+}
+
+bool hasReason(const std::vector<Reason>& reasons, const std::string& code) {
+    return std::any_of(reasons.begin(), reasons.end(),
+                       [&code](const Reason& reason) { return reason.code == code; });
+}
 
 Verdict judge(const Snapshot& snapshot, const Thresholds& thresholds) {
     return Judge(snapshot, thresholds).judge();

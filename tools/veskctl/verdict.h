@@ -35,6 +35,19 @@ struct Thresholds {
 
 Verdict judge(const Snapshot& snapshot, const Thresholds& thresholds);
 
+// What one thing gives by itself. Of an empty slot nothing: whether a disk belongs there is known
+// only beside the volumes.
+std::vector<Reason> reasonsOf(const Disk& disk, const Thresholds& thresholds = Thresholds());
+std::vector<Reason> reasonsOf(const Health& health, const Thresholds& thresholds = Thresholds());
+std::vector<Reason> reasonsOf(const Volume& volume, const Thresholds& thresholds = Thresholds());
+
+// Whether its row is marked: there are reasons, or the slot is empty.
+bool wantsAttention(const Disk& disk, const Thresholds& thresholds = Thresholds());
+bool wantsAttention(const Health& health, const Thresholds& thresholds = Thresholds());
+bool wantsAttention(const Volume& volume, const Thresholds& thresholds = Thresholds());
+
+bool hasReason(const std::vector<Reason>& reasons, const std::string& code);
+
 // "ok", "warning", "critical", "unknown".
 const char* levelName(Level level);
 

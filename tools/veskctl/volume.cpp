@@ -5,6 +5,7 @@
 #include "veskctl/report.h"
 #include "veskctl/session.h"
 #include "veskctl/sizes.h"
+#include "veskctl/verdict.h"
 
 #include <memory>
 
@@ -32,10 +33,6 @@ std::string Volume::stateText() const {
         return presence == Presence::Absent ? "absent" : "did not answer";
     }
     return format("{} (0x{:02x})", *code == 0 ? "normal" : "not normal", *code);
-}
-
-bool Volume::wantsAttention() const {
-    return statusCode() != std::optional<unsigned>(0);
 }
 
 std::optional<std::string> Volume::raidLevel() const {
@@ -170,7 +167,7 @@ Json volumeToJson(const Volume& volume) {
 
 void addVolumeSection(const Volume& volume, Blocks& blocks) {
     blocks.addSection(format("Volume {}", volume.id));
-    const Tone tone = volume.wantsAttention() ? Tone::Warning : Tone::Plain;
+    const Tone tone = wantsAttention(volume) ? Tone::Warning : Tone::Plain;
     if (!volume.info) {
         blocks.addLine("State", volume.stateText(), tone);
         return;
@@ -204,7 +201,7 @@ void addVolumeRow(const Volume& volume, Grid& grid) {
     } else {
         cells.insert(cells.end(), {"-", "-", volume.stateText(), "-"});
     }
-    grid.addRow(cells, volume.wantsAttention() ? Tone::Warning : Tone::Plain);
+    grid.addRow(cells, wantsAttention(volume) ? Tone::Warning : Tone::Plain);
 }
 
 // A volume that does not exist is nothing that broke: the list leaves it out.

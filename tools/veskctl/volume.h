@@ -31,7 +31,6 @@ struct Volume {
     const char* state() const;
     // The same for people, with the code beside it: "normal (0x00)".
     std::string stateText() const;
-    bool wantsAttention() const;
     // "raid0" or "raid1". Other modes have no name.
     std::optional<std::string> raidLevel() const;
     // Empty if the block size is 0 or the product has no room in 64 bits.
