@@ -1,0 +1,130 @@
+"""Daemons of a check: on loopback, on free ports, in a temporary folder, ended when the check ends."""
+
+import os
+import shutil
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import urllib.error
+import urllib.parse
+import urllib.request
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+RECIPES = ROOT / 'packaging' / 'fleet'
+SIMULATOR = Path(os.environ.get('VESKCTL_SIM', ROOT / 'build/release/bin/veskctl-sim')).resolve()
+
+
+def say(text):
+    print(f'   {text}', flush=True)
+
+
+def fail(text):
+    sys.exit(f'check-fleet: {text}')
+
+
+def expect(condition, text):
+    """A check that failed ends the program; what it checked is told either way."""
+    if not condition:
+        fail(f'not so: {text}')
+    say(text)
+
+
+def wait_until(condition, what, seconds=60):
+    """Polls; returns what the condition returned when it was true."""
+    end = time.monotonic() + seconds
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            fail(f'{seconds} s went by: {what}')
+        time.sleep(0.1)
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(('127.0.0.1', 0))
+        return probe.getsockname()[1]
+
+
+def listens(port):
+    with socket.socket() as probe:
+        return probe.connect_ex(('127.0.0.1', port)) == 0
+
+
+def http(url, body=None, **parameters):
+    """The answer's text; None if there was none."""
+    if parameters:
+        url += '?' + urllib.parse.urlencode(parameters)
+    try:
+        with urllib.request.urlopen(url, data=body, timeout=30) as answer:
+            return answer.read().decode()
+    except urllib.error.HTTPError as error:
+        fail(f'{url}: {error.code} {error.read().decode()}')
+    except OSError:
+        return None
+
+
+def with_changes(source, target, **changes):
+    """A recipe with some of its texts changed. Each stands in it exactly once."""
+    text = source.read_text()
+    for before, after in changes.items():
+        if text.count(before) != 1:
+            fail(f'{source.name} has {text.count(before)} times {before}')
+        text = text.replace(before, str(after))
+    target.write_text(text)
+    return target
+
+
+class Daemons:
+    def __init__(self):
+        self.folder = Path(tempfile.mkdtemp(prefix='vesk-fleet-'))
+        self.folder.chmod(0o755)
+        self.processes = []
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *error):
+        if any(error):
+            for log in sorted(self.folder.glob('*.log')):
+                print(f'--- {log.name}\n' + '\n'.join(log.read_text().splitlines()[-4:]),
+                      file=sys.stderr)
+        for process in reversed(self.processes):
+            self.stop(process)
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def start(self, name, *command, **options):
+        """In a session of its own, so that it ends with all that it started."""
+        with open(self.folder / f'{name}.log', 'ab') as log:
+            process = subprocess.Popen([str(word) for word in command], stdin=subprocess.DEVNULL,
+                                       stdout=log, stderr=log, start_new_session=True, **options)
+        self.processes.append(process)
+        return process
+
+    def stop(self, process, signal=15):
+        """Also what it started. With 9: as a failure of power would."""
+        if process not in self.processes:
+            return
+        try:
+            os.killpg(process.pid, signal)
+            process.wait(20)
+        except ProcessLookupError:
+            pass
+        except subprocess.TimeoutExpired:
+            os.killpg(process.pid, 9)
+        process.wait()
+        self.processes.remove(process)
+
+    def start_victoria_metrics(self, *options):
+        """Its address."""
+        port = free_port()
+        self.start('victoria-metrics', 'victoria-metrics', f'-httpListenAddr=127.0.0.1:{port}',
+                   f'-storageDataPath={self.folder}/victoria-metrics', '-search.latencyOffset=0s',
+                   *options)
+        url = f'http://127.0.0.1:{port}'
+        wait_until(lambda: http(url + '/health') == 'OK', 'victoria-metrics does not answer')
+        return url
