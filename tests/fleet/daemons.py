@@ -1,5 +1,6 @@
 """Daemons of a check: on loopback, on free ports, in a temporary folder, ended when the check ends."""
 
+import json
 import os
 import shutil
 import socket
@@ -128,3 +129,65 @@ class Daemons:
         url = f'http://127.0.0.1:{port}'
         wait_until(lambda: http(url + '/health') == 'OK', 'victoria-metrics does not answer')
         return url
+
+    def start_clickhouse(self, folder='clickhouse', ports=None):
+        """Its address; with the same folder and ports: as it was before. Has the table."""
+        ports = ports or (free_port(), free_port())
+        home = self.folder / folder
+        fresh = not home.exists()
+        home.mkdir(exist_ok=True)
+        (home / 'users.xml').write_text(
+            '<yandex><profiles><default/></profiles><quotas><default/></quotas><users><default>'
+            '<password/><networks><ip>127.0.0.1</ip></networks><profile>default</profile>'
+            '<quota>default</quota></default></users></yandex>')
+        (home / 'config.xml').write_text(
+            '<yandex><logger><level>warning</level><console>1</console></logger>'
+            f'<http_port>{ports[0]}</http_port><tcp_port>{ports[1]}</tcp_port>'
+            f'<listen_host>127.0.0.1</listen_host><path>{home}/data/</path>'
+            f'<tmp_path>{home}/tmp/</tmp_path><format_schema_path>{home}/schemas/</format_schema_path>'
+            f'<users_config>{home}/users.xml</users_config><default_profile>default</default_profile>'
+            '<default_database>default</default_database>'
+            '<mark_cache_size>268435456</mark_cache_size></yandex>')
+        process = self.start('clickhouse', 'clickhouse-server', f'--config-file={home}/config.xml',
+                             cwd=home)
+        url = f'http://127.0.0.1:{ports[0]}/'
+        wait_until(lambda: http(url), 'clickhouse-server does not answer')
+        if fresh:
+            http(url, b'CREATE DATABASE vesk')
+            http(url, (RECIPES / 'events/events.sql').read_bytes())
+        return process, url, ports
+
+    def start_central(self, port, clickhouse):
+        """rsyslog as the recipe has it, with folders and ports of this check."""
+        recipes = RECIPES / 'events'
+        (self.folder / 'spool').mkdir(exist_ok=True)
+        config = with_changes(recipes / 'vesk-central.conf', self.folder / 'central.conf', **{
+            '/var/spool/rsyslog': self.folder / 'spool',
+            'port="514"': f'address="127.0.0.1" port="{port}"',
+            '/var/log/vesk-events-': self.folder / 'vesk-events-',
+            '/usr/local/bin/vesk-to-clickhouse http://localhost:8123':
+                f'{recipes}/vesk-to-clickhouse {clickhouse.rstrip("/")}',
+            'action.resumeInterval="5"': 'action.resumeInterval="1"'})
+        process = self.start('rsyslogd', 'rsyslogd', '-n', '-f', config,
+                             '-i', self.folder / 'rsyslogd.pid')
+        wait_until(lambda: listens(port), 'rsyslogd does not listen')
+        return process
+
+    def simulated_host(self, name, scenario, interval=1):
+        """A folder with a program `veskctl`, which is a host of this name and follows in this interval."""
+        folder = self.folder / 'hosts' / name
+        folder.mkdir(parents=True)
+        if isinstance(scenario, dict):
+            (folder / 'scenario.json').write_text(json.dumps(scenario))
+            scenario = folder / 'scenario.json'
+        program = folder / 'veskctl'
+        program.write_text('#!/bin/sh\n'
+                           f'case $* in *--follow*) set -- "$@" --interval {interval} ;; esac\n'
+                           f'exec {SIMULATOR} --quiet --host {name} --scenario {scenario} '
+                           f'--state {folder}/state "$@" 2>>{folder}/errors\n')
+        program.chmod(0o755)
+        return folder
+
+
+def environment_of(host):
+    return {**os.environ, 'PATH': f'{host}:{os.environ["PATH"]}'}
