@@ -5,12 +5,10 @@ answer is no document."""
 import getpass
 import json
 import os
-import shutil
 import subprocess
 import time
-from pathlib import Path
 
-from daemons import RECIPES, Daemons, expect, fail, free_port, listens, wait_until
+from daemons import RECIPES, Daemons, expect, fail, free_port
 
 COLLECT = RECIPES / 'collect'
 LEVELS = {'good1': 'ok', 'good2': 'ok', 'mixed': 'warning', 'old': 'critical', 'half': 'critical',
@@ -21,25 +19,6 @@ SCENARIOS = {'good1': 'healthy', 'good2': 'healthy', 'mixed': 'mixed-volumes', '
 TEXTS = {'mixed': 'volume 1', 'old': '104 % of its rated life', 'half': '1 disk is there',
          'bare': 'no controller', 'gone': 'Failed to connect', 'rubbish': 'no document: not a document',
          'cut': 'no document: {'}
-
-
-def start_sshd(daemons):
-    """With keys of its own, for the user who runs this."""
-    folder = daemons.folder
-    for name in ('host_key', 'user_key'):
-        subprocess.run(['ssh-keygen', '-q', '-t', 'ed25519', '-N', '', '-f', folder / name], check=True)
-    shutil.copy(folder / 'user_key.pub', folder / 'authorized_keys')
-    port = free_port()
-    (folder / 'sshd_config').write_text(
-        f'Port {port}\nListenAddress 127.0.0.1\nHostKey {folder}/host_key\nPidFile none\nUsePAM no\n'
-        f'AuthorizedKeysFile {folder}/authorized_keys\nStrictModes no\nPasswordAuthentication no\n'
-        'KbdInteractiveAuthentication no\nPermitRootLogin prohibit-password\nMaxStartups 200\n')
-    if os.geteuid() == 0:
-        Path('/run/sshd').mkdir(exist_ok=True)  # sshd wants it, and says so by ending
-    daemons.start('sshd', shutil.which('sshd', path='/usr/sbin:/usr/bin'), '-D', '-e', '-f',
-                  folder / 'sshd_config')
-    wait_until(lambda: listens(port), 'sshd does not listen')
-    return port
 
 
 def inventory(daemons, port):
@@ -59,7 +38,7 @@ def inventory(daemons, port):
 
 def main():
     with Daemons() as daemons:
-        hosts = inventory(daemons, start_sshd(daemons))
+        hosts = inventory(daemons, daemons.start_sshd())
         began = time.monotonic()
         done = subprocess.run(
             ['ansible-playbook', '-i', hosts, COLLECT / 'vesk-fleet.yml'], check=False, text=True,

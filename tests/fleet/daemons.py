@@ -121,19 +121,19 @@ class Daemons:
         self.processes.remove(process)
 
     def start_victoria_metrics(self, *options):
-        """Its address."""
+        """And its address."""
         port = free_port()
-        self.start('victoria-metrics', 'victoria-metrics', f'-httpListenAddr=127.0.0.1:{port}',
+        process = self.start('victoria-metrics', 'victoria-metrics', f'-httpListenAddr=127.0.0.1:{port}',
                    f'-storageDataPath={self.folder}/victoria-metrics', '-search.latencyOffset=0s',
                    *options)
         url = f'http://127.0.0.1:{port}'
         wait_until(lambda: http(url + '/health') == 'OK', 'victoria-metrics does not answer')
-        return url
+        return process, url
 
-    def start_clickhouse(self, folder='clickhouse', ports=None):
-        """Its address; with the same folder and ports: as it was before. Has the table."""
+    def start_clickhouse(self, ports=None):
+        """With its address and ports; with the same ports: as it was before. Has the table."""
         ports = ports or (free_port(), free_port())
-        home = self.folder / folder
+        home = self.folder / 'clickhouse'
         fresh = not home.exists()
         home.mkdir(exist_ok=True)
         (home / 'users.xml').write_text(
@@ -173,6 +173,26 @@ class Daemons:
         wait_until(lambda: listens(port), 'rsyslogd does not listen')
         return process
 
+    def start_sshd(self):
+        """Its port. With keys of its own, for the user who runs this."""
+        folder = self.folder
+        for name in ('host_key', 'user_key'):
+            subprocess.run(['ssh-keygen', '-q', '-t', 'ed25519', '-N', '', '-f', folder / name],
+                           check=True)
+        shutil.copy(folder / 'user_key.pub', folder / 'authorized_keys')
+        port = free_port()
+        (folder / 'sshd_config').write_text(
+            f'Port {port}\nListenAddress 127.0.0.1\nHostKey {folder}/host_key\nPidFile none\n'
+            f'UsePAM no\nAuthorizedKeysFile {folder}/authorized_keys\nStrictModes no\n'
+            'PasswordAuthentication no\nKbdInteractiveAuthentication no\n'
+            'PermitRootLogin prohibit-password\nMaxStartups 200\n')
+        if os.geteuid() == 0:
+            Path('/run/sshd').mkdir(exist_ok=True)  # sshd wants it, and says so by ending
+        self.start('sshd', shutil.which('sshd', path='/usr/sbin:/usr/bin'), '-D', '-e', '-f',
+                   folder / 'sshd_config')
+        wait_until(lambda: listens(port), 'sshd does not listen')
+        return port
+
     def simulated_host(self, name, scenario, interval=1):
         """A folder with a program `veskctl`, which is a host of this name and follows in this interval."""
         folder = self.folder / 'hosts' / name
@@ -191,3 +211,17 @@ class Daemons:
 
 def environment_of(host):
     return {**os.environ, 'PATH': f'{host}:{os.environ["PATH"]}'}
+
+
+def push(daemons, url, name, command):
+    """As a host's cron does: by busybox and by its own name."""
+    tools = daemons.folder / 'busybox'
+    if not tools.exists():
+        tools.mkdir()
+        subprocess.run(['busybox', '--install', '-s', tools], check=True)
+        (tools / 'hostname').unlink()
+        (tools / 'hostname').write_text('#!/bin/sh\necho "$PUSHED_NAME"\n')
+        (tools / 'hostname').chmod(0o755)
+    subprocess.run([shutil.which('busybox'), 'sh', RECIPES / 'metrics/vesk-push', url, *command],
+                   check=True, stderr=subprocess.DEVNULL,
+                   env={'PATH': str(tools), 'PUSHED_NAME': name})

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The event recipes for real: hosts with logger, rsyslog as the central server, ClickHouse. Each part
-is killed in the middle; then nothing is missing that a controller still holds, and nothing is there
+"""The event recipes for real: hosts with logger, one that is followed by SSH, rsyslog as the central
+server, ClickHouse. Each part is killed in the middle; then nothing is missing that a controller still holds, and nothing is there
 twice."""
 
 import json
@@ -11,6 +11,7 @@ from daemons import RECIPES, Daemons, environment_of, expect, free_port, http, s
 
 EVENTS = RECIPES / 'events'
 HOSTS = 4
+FAR_HOST = 'host3'  # has nothing but sshd and veskctl
 
 
 def scenario(seed):
@@ -27,17 +28,25 @@ class Check:
         self.central = daemons.start_central(self.port, self.store)
         self.hosts = {f'host{number}': daemons.simulated_host(f'host{number}', scenario(number + 1))
                       for number in range(HOSTS)}
+        self.ssh = ['ssh', '-p', str(daemons.start_sshd()), '-i', str(daemons.folder / 'user_key'),
+                    '-o', 'BatchMode=yes', '-o', 'StrictHostKeyChecking=accept-new',
+                    '-o', f'UserKnownHostsFile={daemons.folder}/known_hosts', '127.0.0.1']
         self.followers = {name: self.start_follower(name) for name in self.hosts}
 
     def start_follower(self, name):
         """What the unit does at its start."""
         self.send_again(name)
         return self.daemons.start(f'follow-{name}', EVENTS / 'vesk-events', 'follow', '127.0.0.1',
-                                  self.port, 'veskctl', env=environment_of(self.hosts[name]))
+                                  self.port, *self.veskctl(name), env=environment_of(self.hosts[name]))
 
     def send_again(self, name):
-        subprocess.run([EVENTS / 'vesk-events', 'again', '127.0.0.1', str(self.port)], check=False,
-                       env=environment_of(self.hosts[name]), stderr=subprocess.DEVNULL)
+        subprocess.run([EVENTS / 'vesk-events', 'again', '127.0.0.1', str(self.port),
+                        *self.veskctl(name)], check=False, env=environment_of(self.hosts[name]),
+                       stderr=subprocess.DEVNULL)
+
+    def veskctl(self, name):
+        """What vesk-events is told to run; nothing: the host's own."""
+        return [*self.ssh, str(self.hosts[name] / 'veskctl')] if name == FAR_HOST else []
 
     def select(self, what):
         answer = http(self.store, f'SELECT {what} FORMAT JSONEachRow'.encode())
@@ -70,10 +79,11 @@ class Check:
         self.kill_inside('host0', 'logger')
         self.kill_inside('host1', 'veskctl-sim')
         self.daemons.stop(self.followers['host2'], 9)
-        for name in ('host0', 'host1', 'host2'):
+        self.kill_inside(FAR_HOST, 'ssh')
+        for name in self.hosts:
             self.daemons.stop(self.followers[name])
             self.followers[name] = self.start_follower(name)
-        self.wait_for_more('logger, veskctl or both')
+        self.wait_for_more('logger, veskctl, both, or ssh')
 
         self.daemons.stop(self.central, 9)
         time.sleep(3)

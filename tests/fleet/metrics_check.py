@@ -5,13 +5,13 @@ rules and dashboard asked of what came in."""
 import json
 import os
 import re
-import shutil
 import subprocess
 import time
 
 import yaml
 
-from daemons import RECIPES, SIMULATOR, Daemons, expect, free_port, http, listens, wait_until, with_changes
+from daemons import (RECIPES, SIMULATOR, Daemons, expect, free_port, http, listens, push, wait_until,
+                     with_changes)
 
 METRICS = RECIPES / 'metrics'
 
@@ -52,20 +52,6 @@ def start_scraped_host(daemons, name):
                   f'--web.listen-address=127.0.0.1:{port}')
     wait_until(lambda: listens(port), 'the node exporter does not listen')
     return f'127.0.0.1:{port}'
-
-
-def push(daemons, url, name):
-    """As a host's cron does: by busybox and by its own name."""
-    tools = daemons.folder / 'busybox'
-    if not tools.exists():
-        tools.mkdir()
-        subprocess.run(['busybox', '--install', '-s', tools], check=True)
-        (tools / 'hostname').unlink()
-        (tools / 'hostname').write_text('#!/bin/sh\necho "$PUSHED_NAME"\n')
-        (tools / 'hostname').chmod(0o755)
-    subprocess.run([shutil.which('busybox'), 'sh', METRICS / 'vesk-push', url, *simulator(daemons, name)],
-                   check=True, stderr=subprocess.DEVNULL,
-                   env={'PATH': str(tools), 'PUSHED_NAME': name})
 
 
 def query(url, expression):
@@ -127,9 +113,9 @@ def main():
         (daemons.folder / 'vesk-hosts.json').write_text(json.dumps([{'targets': list(targets.values())}]))
         scrape = with_changes(METRICS / 'scrape.yml', daemons.folder / 'scrape.yml',
                               **{'scrape_interval: 60s': 'scrape_interval: 1s'})
-        url = daemons.start_victoria_metrics(f'-promscrape.config={scrape}')
+        _, url = daemons.start_victoria_metrics(f'-promscrape.config={scrape}')
         for name in PUSHED:
-            push(daemons, url, name)
+            push(daemons, url, name, simulator(daemons, name))
         hosts = len(SCRAPED) + len(PUSHED)
         wait_until(lambda: len(query(url, 'vesk_up')) == hosts, 'not all hosts came in')
         expect(not query(url, 'node_textfile_scrape_error == 1'),
