@@ -74,6 +74,12 @@ class Check:
         wait_until(lambda: self.rows() > before + 20, f'events arrive again after {part} was killed')
         say(f'{part} was killed, and events arrive again')
 
+    def send_rubbish(self):
+        """What is no JSON, what the table does not take, what rsyslog says between batches."""
+        for line in ('no JSON', 'COMMIT', '{"host": {"name": 5}, "sequence": "x"}', '[1]', '{"host": '):
+            subprocess.run(['logger', '--server', '127.0.0.1', '--port', str(self.port), '--tcp',
+                            '--octet-count', '--rfc5424', '--tag', 'veskctl', '--', line], check=True)
+
     def kill_each_part(self):
         self.wait_for_more('nothing')
         self.kill_inside('host0', 'logger')
@@ -135,6 +141,8 @@ class Check:
                     expect(False, f'{name}: {event} is in the store as {stored[key]}')
             if not set(stored) <= set(held[name]) | set(now):
                 expect(False, f'{name}: the store has nothing that the controller does not have')
+        names = {row['host'] for row in self.select('DISTINCT host FROM vesk.events')}
+        expect(names == set(self.hosts), 'lines that are no events are not in the store')
         expect(repeats > 0, f'everything is in the store as it was sent; {repeats} of {archive} '
                             'lines of the central file are repeats, none is selected')
 
@@ -156,6 +164,7 @@ class Check:
 def main():
     with Daemons() as daemons:
         check = Check(daemons)
+        check.send_rubbish()
         check.kill_each_part()
         check.check_account()
         check.check_question()
