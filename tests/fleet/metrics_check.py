@@ -19,8 +19,9 @@ SLOW_LINK = {'adapters': [{'name': 'vmhba2', 'pcie_link': {
     'current_speed_gts': 5, 'max_speed_gts': 8, 'current_width': 4, 'max_width': 4}}]}
 # Which alert each host is to raise; none may be raised by another one.
 SCRAPED = {'healthy': set(),
-           'degraded': {'VeskVolumeDegraded', 'VeskDiskMissing'},
-           'worn': {'VeskSpareBelowThreshold', 'VeskDiskWorn', 'VeskDiskHealthAlert'},
+           # These two have grave events as well, which nobody has taken.
+           'degraded': {'VeskVolumeDegraded', 'VeskDiskMissing', 'VeskNotWell'},
+           'worn': {'VeskSpareBelowThreshold', 'VeskDiskWorn', 'VeskDiskHealthAlert', 'VeskNotWell'},
            'no-controller': {'VeskControllerSilent'},
            'crlf-mark': {'VeskNotWell'}}
 PUSHED = {'mixed-volumes': {'VeskVolumeDegraded'}, 'slow-link': {'VeskLinkBelowMaximum'}}
