@@ -24,4 +24,5 @@ told=$(awk '/^\.Ft/ { type = $2 }
         print type " " name "(" line ");"; type = "" }' docs/man/libvesknvme.3 | sort)
 diff <(echo "$declared") <(echo "$told")
 [ "$(wc -l <<<"$declared")" -eq 17 ] || { echo "not seventeen functions: $declared"; exit 1; }
-echo "$(ls docs/man/*.[357] | wc -l) pages are sound"
+pages=(docs/man/*.[357])
+echo "${#pages[@]} pages are sound"
