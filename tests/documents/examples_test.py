@@ -1,52 +1,46 @@
 #!/usr/bin/env python3
-"""Runs the examples of the reference and compares what they show, and its field tables with the schemas.
+"""Runs the examples of all documents and compares what they show; holds the reference's field tables
+against the schemas, and each excerpt of a program against the program.
 
-Usage: examples_test.py VESKCTL_SIM SCHEMAS USE.md JSON.md
+Usage: examples_test.py SOURCE BUILD
 
-An example is a block fenced as "console": lines that begin with "$ " are typed into one shell, in an
-empty folder; what follows is what must appear, on a screen of 80 columns. "..." stands for any number
-of lines, or for any text within one.
+An example is a block fenced as "console": lines that begin with "$ " are typed into one shell, in a
+folder that looks like the source tree; what follows is what must appear, on a screen of 80 columns.
+"..." stands for any number of lines, or for any text within one. Blocks fenced as "c" or "cpp" stand in
+a file of examples/, which the build compiles.
 
 With VESK_UPDATE=1 in the environment, blocks without "..." are written anew.
 """
 import json
 import os
-import pathlib
 import re
 import subprocess
 import sys
-import tempfile
+import textwrap
 
-PROGRAM, SCHEMAS = pathlib.Path(sys.argv[1]).resolve(), pathlib.Path(sys.argv[2])
-USE, FIELDS = pathlib.Path(sys.argv[3]), pathlib.Path(sys.argv[4])
-MARK = "<end of output>"
-BLOCK = re.compile(r"^```console\n(.*?)^```$", re.MULTILINE | re.DOTALL)
+from documents import Tree
+
+TREE = Tree(sys.argv[1], sys.argv[2])
+PROGRAM, SCHEMAS = TREE.build / "bin/veskctl-sim", TREE.source / "tools/veskctl/schemas"
+USE, FIELDS = TREE.source / "docs/veskctl.md", TREE.source / "docs/veskctl-json.md"
+BLOCK = re.compile(r"^```(console|c|cpp)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 
 
 def entries_of(block):
-    """Pairs of what is typed and the lines that follow."""
-    entries = []
+    """Pairs of what is typed and the lines that follow. A backslash at its end continues a line,
+    and so does "> " in front of what a command reads."""
+    entries, open_line = [], False
     for line in block.splitlines():
-        if line.startswith("$ "):
+        if open_line:
+            entries[-1] = (entries[-1][0] + "\n" + line, [])
+        elif line.startswith("$ "):
             entries.append((line[2:], []))
+        elif line.startswith("> ") and "<<" in entries[-1][0]:
+            entries[-1] = (entries[-1][0] + "\n" + line[2:], [])
         else:
             entries[-1][1].append(line)
+        open_line = line.endswith("\\") and (open_line or line.startswith("$ "))
     return entries
-
-
-def outputs_of(commands):
-    """Of one shell, so that what a command leaves is there for the next."""
-    script = "\n".join(f"{command}\ncode=$?; echo '{MARK}'; (exit $code)" for command in commands)
-    environment = {"PATH": f"{PROGRAM.parent}:{os.environ['PATH']}", "COLUMNS": "80",
-                   "LC_ALL": "C.UTF-8", "TERM": "dumb"}
-    for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"):
-        if name in os.environ:
-            environment[name] = os.environ[name]
-    with tempfile.TemporaryDirectory() as folder:
-        done = subprocess.run(["bash", "-c", script], cwd=folder, env=environment, timeout=60,
-                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
-    outputs = done.stdout.decode().split(MARK + "\n")
-    return [output.rstrip("\n").split("\n") if output.strip() else [] for output in outputs[:-1]]
 
 
 def matches(expected, output):
@@ -57,26 +51,29 @@ def matches(expected, output):
     return re.fullmatch(pattern, "\n".join(output)) is not None
 
 
-def test_examples(path):
+def test_console(path, block):
     """The faults; the commands that were shown."""
-    faults, shown = [], []
-    text = path.read_text()
-    for match in BLOCK.finditer(text):
-        entries = entries_of(match.group(1))
-        commands = [command for command, _ in entries]
-        shown += commands
-        outputs = outputs_of(commands)
-        elided = "..." in match.group(1)
-        if os.environ.get("VESK_UPDATE") == "1" and not elided:
-            block = "".join(f"$ {command}\n" + "".join(line + "\n" for line in output)
-                            for command, output in zip(commands, outputs))
-            path.write_text(path.read_text().replace(match.group(1), block, 1))
-            continue
-        for (command, expected), output in zip(entries, outputs):
-            if not matches(expected, output):
-                faults.append(f"{path.name}: $ {command}\n--- shown:\n" + "\n".join(expected) +
-                              "\n--- real:\n" + "\n".join(output))
-    return faults, shown
+    entries = entries_of(block)
+    commands = [command for command, _ in entries]
+    outputs = [printed.rstrip("\n").split("\n") if printed.strip() else []
+               for printed, _ in TREE.play(commands)]
+    if os.environ.get("VESK_UPDATE") == "1" and "..." not in block:
+        new = "".join(f"$ {command}\n" + "".join(line + "\n" for line in output)
+                      for command, output in zip(commands, outputs))
+        path.write_text(path.read_text().replace(block, new, 1))
+        return [], commands
+    return [f"{path.name}: $ {command}\n--- shown:\n" + "\n".join(expected) + "\n--- real:\n" +
+            "\n".join(output)
+            for (command, expected), output in zip(entries, outputs)
+            if not matches(expected, output)], commands
+
+
+def test_excerpt(path, block):
+    for program in (TREE.source / "examples").glob("*.c*"):
+        if textwrap.dedent(block) in textwrap.dedent(program.read_text()) or \
+                block in program.read_text():
+            return []
+    return [f"{path.name}: no program of examples/ has this:\n{block}"]
 
 
 def commands_of_the_program():
@@ -103,27 +100,36 @@ def fields_of_the_schemas():
     return names
 
 
-def main():
-    faults, shown = [], []
-    for path in (USE, FIELDS):
-        own_faults, own_shown = test_examples(path)
-        faults += own_faults
-        shown += own_shown
-    for command in commands_of_the_program():
-        if not any(re.search(rf"veskctl-sim\b[^|]* {command}\b", line) for line in shown):
-            faults.append(f"{USE.name} shows no example of '{command}'")
+def faults_of_the_field_tables():
     text = FIELDS.read_text()
     spoken = {name for quoted in re.findall(r"`([^`\n]+)`", text)
               for name in re.split(r"[.: ]", quoted)}
     names = fields_of_the_schemas()
-    faults += [f"{FIELDS.name} does not tell of the field {name}"
-               for name in sorted(names) if re.sub("_s$", "", name) not in spoken]
+    faults = [f"{FIELDS.name} does not tell of the field {name}"
+              for name in sorted(names) if re.sub("_s$", "", name) not in spoken]
     rows = re.findall(r"^\| (`[^|]+?) \|", text, re.MULTILINE)
     told = {name for row in rows for quoted in re.findall(r"`([^`]+)`", row)
             for name in quoted.split(".")}
-    codes = {code for code in re.findall(r'"([a-z_]+)"', (SCHEMAS / "definitions.schema.json").read_text())}
-    faults += [f"{FIELDS.name} tells of {name}, which no schema has"
-               for name in sorted(told) if name not in names | codes]
+    codes = set(re.findall(r'"([a-z_]+)"', (SCHEMAS / "definitions.schema.json").read_text()))
+    return faults + [f"{FIELDS.name} tells of {name}, which no schema has"
+                     for name in sorted(told) if name not in names | codes]
+
+
+def main():
+    faults, shown, of_reference = faults_of_the_field_tables(), [], []
+    for path in TREE.documents():
+        for match in BLOCK.finditer(path.read_text()):
+            language, block = match.groups()
+            if language != "console":
+                faults += test_excerpt(path, block)
+                continue
+            own_faults, own_shown = test_console(path, block)
+            faults += own_faults
+            shown += own_shown
+            of_reference += own_shown if path in (USE, FIELDS) else []
+    for command in commands_of_the_program():
+        if not any(re.search(rf"veskctl-sim\b[^|]* {command}\b", line) for line in of_reference):
+            faults.append(f"{USE.name} shows no example of '{command}'")
     print("\n".join(faults) if faults else f"{len(shown)} examples show what the program does")
     return 1 if faults else 0
 
