@@ -46,6 +46,7 @@ drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/doc/
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/events.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/fields.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/host-install.md
+-rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/operations.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/veskctl-json.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/veskctl.md
 drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/init.d/
