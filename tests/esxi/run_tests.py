@@ -3,7 +3,8 @@
 
     run_tests.py RELEASE_BUILD_FOLDER LIBRARY UNWINDER
 
-Works in a copy of the build folder (hard links, beside the library) in which the library is swapped.
+Works in a copy of the build folder (hard links, beside the library) in which the library is swapped, and
+the capture library beside it.
 Fails if a test fails that is not in excluded_tests.txt, and if one passes that is.
 """
 
@@ -17,6 +18,7 @@ from pathlib import Path
 
 LIST = Path(__file__).resolve().parent / 'excluded_tests.txt'
 NAME = 'libVeskNvme.so'
+SWAPPED = (NAME, 'libvesk-capture.so')
 
 
 CHANCE = ' (by chance)'  # threads decide
@@ -47,8 +49,8 @@ def copy_build(build, copy, library):
         target.mkdir(parents=True)
         for name in files:
             source = Path(folder, name)
-            if name == NAME:
-                shutil.copy2(library, target / name)
+            if name in SWAPPED:
+                shutil.copy2(library.with_name(name), target / name)
             elif name.endswith('.cmake'):
                 (target / name).write_text(source.read_text().replace(str(build), str(copy)))
             elif not re.search(r'\.(o|a|gch|ninja|json)$', name):

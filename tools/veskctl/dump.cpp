@@ -115,8 +115,7 @@ Command dumpCommand() {
             },
             {},
             false,
-            {{"dump before.json", "for a support case, or to compare with later"},
-             {"--capture host.cap dump case.json", "with all that was asked and answered inside"}}};
+            {{"dump before.json", "for a support case, or to compare with later"}}};
 }
 
 }  // namespace veskctl

@@ -30,14 +30,25 @@ void leaveOut(Report& report, const std::string& path, const std::string& reason
              path, reason)});
 }
 
+// As `capture show` has it, the command line is not to blame for what a file holds.
+Json dumpIn(const std::string& path) {
+    try {
+        return readDump(path);
+    } catch (const UsageError& error) {
+        throw ProblemError({ProblemKind::CaptureDamaged, error.what()});
+    }
+}
+
 void runExtract(const std::string& from, const std::string& to, Report& report) {
     report.fields["path"] = to;
     report.fields["size_bytes"] = nullptr;
-    const Json document = readDump(from);
+    const Json document = dumpIn(from);
     const Json capture = document.value("capture", Json());
     if (!capture.is_object()) {
-        throw UsageError(format(
-            "there is no capture in {}: take one with 'veskctl --capture FILE dump FILE'", from));
+        throw ProblemError(
+            {ProblemKind::CaptureDamaged,
+             format("there is no capture in {}: take one with 'veskctl --capture FILE dump FILE'",
+                    from)});
     }
     const Json text = capture.value("base64", Json());
     const std::optional<std::string> bytes =
