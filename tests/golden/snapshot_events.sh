@@ -43,3 +43,8 @@ PYTHON
 # All numbers below the mark are no "nothing new".
 sed -i 's/^SequenceNumber=.*/SequenceNumber=1000/' $mapping
 said '^VESK WARNING .*below the mark 1000' check || fail "check: $(cat output)"
+
+# A line that could not be written is no WARNING.
+code=0
+run check >/dev/full || code=$?
+[ "$code" -eq 3 ] || fail "check into a full disk: $code"

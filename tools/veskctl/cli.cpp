@@ -37,6 +37,9 @@ CliOutcome outcomeOf(const std::string& command, const Report& report,
     } else if (command == kCheckName) {
         outcome.exitCode = checkExitCode(Level::Unknown);  // the usual one would read as critical
     }
+    if (command == kCheckName) {
+        outcome.unwrittenCode = checkExitCode(Level::Unknown);
+    }
     outcome.standardOutput = std::move(output.standardOutput);
     outcome.standardError = std::move(output.standardError);
     outcome.afterWriting = report.afterWriting;
@@ -173,7 +176,7 @@ int writeOutcome(CliOutcome outcome, bool& goOn) {
     if (failure != 0 && failure != EPIPE) {
         outcome.standardError +=
             format("veskctl: standard output cannot be written: {}\n", std::strerror(failure));
-        outcome.exitCode = static_cast<int>(ExitCode::Failed);
+        outcome.exitCode = outcome.unwrittenCode;
     }
     if (failure == 0 && outcome.afterWriting) {
         const std::optional<Problem> problem = outcome.afterWriting();

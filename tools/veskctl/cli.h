@@ -31,6 +31,7 @@ struct CliOutcome {
     int exitCode = 0;
     std::string standardOutput;
     std::string standardError;
+    int unwrittenCode = 1;  // instead, if standard output cannot be written
     std::function<std::optional<Problem>()> afterWriting = {};  // see Report
     std::optional<unsigned> watchSeconds = std::nullopt;        // until the next look is wanted
 };

@@ -5,6 +5,7 @@
 #include "veskctl/printable.h"
 #include "veskctl/report.h"
 #include "veskctl/session.h"
+#include "veskctl/verdict.h"
 
 #include <algorithm>
 #include <chrono>
@@ -149,9 +150,14 @@ void runDoctor(const CommandContext& context, Report& report) {
     const std::size_t errors = count(findings, Severity::Error);
     const std::size_t warnings = count(findings, Severity::Warning);
     report.text += errors + warnings == 0
-                       ? "Nothing is wrong.\n"
+                       ? "Nothing is wrong with libraries and files.\n"
                        : format("{} {}, {} {}\n", errors, errors == 1 ? "error" : "errors",
                                 warnings, warnings == 1 ? "warning" : "warnings");
+    const Level level = judge(snapshot, Thresholds()).level;
+    if (level != Level::Ok) {
+        report.text +=
+            format("The verdict on all is {}: 'veskctl status' says why.\n", levelName(level));
+    }
     report.exitCode = static_cast<int>(errors > 0 ? ExitCode::Failed : ExitCode::Ok);
     if (snapshot.reach == Reach::Absent) {
         report.exitCode = static_cast<int>(ExitCode::NoController);

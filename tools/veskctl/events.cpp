@@ -38,7 +38,7 @@ constexpr const char* kBeganAnew =
 
 constexpr const char* kNotSeen =
     "the controller's log is empty, or could not be read: not even event {}, which was delivered, "
-    "or a later one is there; look again, and with 'veskctl doctor'";
+    "or a later one is there";
 
 // "info": what is below it calls for nobody.
 const std::vector<std::string> kSeverities = {"unknown", "other", "info",     "warning",
