@@ -29,7 +29,10 @@ DOCUMENT = ROOT / 'docs' / 'fleet.md'
 
 
 def scenario(seed):
-    return {'adapters': [{'name': 'vmhba2', 'event_start_time': int(time.time()),
+    """With the settings that are installed: without a trace log."""
+    settings = (ROOT / 'packaging/ini/libVeskNVMeConfig.ini').read_text()
+    return {'host_files': {'config_ini': settings},
+            'adapters': [{'name': 'vmhba2', 'event_start_time': int(time.time()),
                           'random_events': {'mean_interval_seconds': MEAN_BETWEEN, 'seed': seed,
                                             'unmapped_percent': 0}}]}
 
