@@ -89,7 +89,7 @@ RESULT appendDumpLine(std::string_view line, std::vector<USHORT_INT>& dump,
     const auto length = static_cast<USHORT_INT>(line.size());
     // Room for all columns at once: appending one by one costs more than all the rest.
     const std::size_t before = dump.size();
-    dump.resize(before + length / 3 + 1);
+    dump.resize(before + (length + 2U) / 3);
     USHORT_INT* next = dump.data() + before;
     for (std::size_t column = firstColumn; column < length; column += 3) {
         // A text of one digit, where the line ends or something else follows, is a number too.
