@@ -71,7 +71,7 @@ void addSide(const std::string& side, Start start, Stop stop) {
 
 void bench::addRows() {
     static const vesktest::PrivateHost s_host;
-    s_host.write(vesktest::kPciAddressPath, "vmhba2 3b:00.0\n");
+    s_host.write(vesktest::kPciAddressPath, "0000:3b:00.0 Mass storage controller [vmhba2]\n");
     g_addressPath = s_host.path(vesktest::kPciAddressPath);
     // Sleeps end at once, so that the polling thread can be joined.
     vesksim::setSleepHandler([](unsigned /*seconds*/) { return 0U; });

@@ -5,12 +5,25 @@
 #include "support/log_piece.h"
 #include "support/logger.h"
 
+#include <type_traits>
+
 namespace stg {
+
+// Texts of all lengths as one type, so that statements of the same shape share their code.
+template <typename Piece>
+using LogArgument =
+    std::conditional_t<std::is_class_v<Piece>, const Piece&, std::decay_t<const Piece&>>;
+
+// Out of the way: where a statement stands, nothing but the test of the flag is left.
+template <typename... Arguments>
+[[gnu::cold, gnu::noinline]] void writePieces(Arguments... arguments) {
+    lout.writeLine({LogPiece(arguments)...});
+}
 
 template <typename... Pieces>
 inline void logLine(const Pieces&... pieces) {
     if (lout.isActive()) {
-        lout.writeLine({LogPiece(pieces)...});
+        writePieces<LogArgument<Pieces>...>(pieces...);
     }
 }
 

@@ -51,7 +51,7 @@ public:
     VOID_ writeToLogFile(char* text);
     VOID_ writeThreadIdAndTime();
     // Moves the numbered files up by one and the log itself to number 1. 0 done, 1 failed.
-    INTEGER rotateLog();
+    [[gnu::cold]] INTEGER rotateLog();
 
     static std::mutex logMutex;  // guards the buffers and the stream
 
@@ -59,8 +59,8 @@ private:
     void flushLongBuffer(std::thread::id thread, std::ostringstream& buffer);
     bool hasBegunLine(std::thread::id thread);
     bool prepareStream();
-    void closeAndRotate();
-    void reopen();
+    [[gnu::cold]] void closeAndRotate();
+    [[gnu::cold]] void reopen();
 
     std::atomic<bool> m_active;
     std::map<std::thread::id, std::ostringstream> m_threadBuffers;

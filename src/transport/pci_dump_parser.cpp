@@ -34,10 +34,14 @@ bool findPciExpress(const std::vector<USHORT_INT>& dump, std::size_t& capability
     return false;
 }
 
-// Traced under the name of the operation that it does the work of: the lines of the log are fixed.
+// Traced under the names of the operations that they do the work of: the lines of the log are
+// fixed.
 constexpr const char* kFetchLine =
     "RESULT stg::IZNVDeviceTalker_Helper::fetchHexDumpLineIntoVector(STDSTR, "
     "std::vector<USHORT_INT>&, USHORT_INT)";
+constexpr const char* kParseDump =
+    "RESULT stg::IZNVDeviceTalker_Helper::parsePCIHexDump(std::vector<USHORT_INT>, "
+    "std::map<STDSTR, USHORT_INT>&)";
 
 // What the standard conversion says of a text without a digit, and so does the log.
 constexpr const char* kNoNumber = "stoul";
@@ -85,7 +89,7 @@ RESULT appendDumpLine(std::string_view line, std::vector<USHORT_INT>& dump,
     const auto length = static_cast<USHORT_INT>(line.size());
     // Room for all columns at once: appending one by one costs more than all the rest.
     const std::size_t before = dump.size();
-    dump.resize(before + length / 3 + 1);
+    dump.resize(before + (length + 2U) / 3);
     USHORT_INT* next = dump.data() + before;
     for (std::size_t column = firstColumn; column < length; column += 3) {
         // A text of one digit, where the line ends or something else follows, is a number too.
@@ -113,19 +117,15 @@ RESULT IZNVDeviceTalker_Helper::fetchHexDumpLineIntoVector(STDSTR line,
     return appendDumpLine(line, dump, firstColumn);
 }
 
-RESULT IZNVDeviceTalker_Helper::parsePCIHexDump(std::vector<USHORT_INT> dump,
-                                                std::map<STDSTR, USHORT_INT>& values) {
-    LOG_ENTRY;
+RESULT parseLink(const std::vector<USHORT_INT>& dump, LinkValues& link) {
+    LOG_ENTRY_AS(kParseDump);
     RESULT result = 1;
     try {
         std::size_t capability = 0;
         if (findPciExpress(dump, capability)) {
             const USHORT_INT status = dump.at(capability + kLinkStatus);
             const USHORT_INT limits = dump.at(capability + kLinkCapabilities);
-            values["Negotiated Link Speed"] = speed(status);
-            values["Max Link Speed"] = speed(limits);
-            values["Negotiated Link Width"] = width(status);
-            values["Max Link Width"] = width(limits);
+            link = {speed(status), speed(limits), width(status), width(limits)};
             result = 0;
         }
     } catch (const std::out_of_range&) {
@@ -133,7 +133,24 @@ RESULT IZNVDeviceTalker_Helper::parsePCIHexDump(std::vector<USHORT_INT> dump,
         // not there.
         result = 1;
     }
-    LOG_EXIT;
+    LOG_EXIT_AS(kParseDump);
+    return result;
+}
+
+void nameLinkValues(const LinkValues& link, std::map<STDSTR, USHORT_INT>& values) {
+    values["Negotiated Link Speed"] = link.negotiatedSpeed;
+    values["Max Link Speed"] = link.maxSpeed;
+    values["Negotiated Link Width"] = link.negotiatedWidth;
+    values["Max Link Width"] = link.maxWidth;
+}
+
+RESULT IZNVDeviceTalker_Helper::parsePCIHexDump(std::vector<USHORT_INT> dump,
+                                                std::map<STDSTR, USHORT_INT>& values) {
+    LinkValues link;
+    const RESULT result = parseLink(dump, link);
+    if (result == 0) {
+        nameLinkValues(link, values);
+    }
     return result;
 }
 

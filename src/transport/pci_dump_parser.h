@@ -12,6 +12,20 @@ namespace stg {
 // What fetchHexDumpLineIntoVector below does, without a copy of the line.
 RESULT appendDumpLine(std::string_view line, std::vector<USHORT_INT>& dump, USHORT_INT firstColumn);
 
+// Speeds and widths of a link, in the encoding of the PCI Express standard.
+struct LinkValues {
+    USHORT_INT negotiatedSpeed = 0;
+    USHORT_INT maxSpeed = 0;
+    USHORT_INT negotiatedWidth = 0;
+    USHORT_INT maxWidth = 0;
+};
+
+// What parsePCIHexDump below does, without a copy of the dump and without names.
+RESULT parseLink(const std::vector<USHORT_INT>& dump, LinkValues& link);
+
+// Stores the values under the names that parsePCIHexDump has for them.
+void nameLinkValues(const LinkValues& link, std::map<STDSTR, USHORT_INT>& values);
+
 class IZNVDeviceTalker_Helper {
 public:
     // Appends the bytes of one dump line: two hexadecimal digits at each third column from

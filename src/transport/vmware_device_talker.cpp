@@ -78,21 +78,24 @@ constexpr const char* kPciDumpFile = "/opt/orvo/pciconfig/Templspciconfig.txt";
 constexpr int kDumpLines = 16;
 constexpr int kDumpBytesOfLine = 16;
 
-// What was found in the dump. Looking a value up makes its key, which a failed parse has not made.
-void logLink(std::map<STDSTR, USHORT_INT>& values) {
+void logLink(const stg::LinkValues& link) {
     stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Negotiated Link Speed ",
-                 values["Negotiated Link Speed"]);
-    stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Speed: ",
-                 values["Max Link Speed"]);
+                 link.negotiatedSpeed);
+    stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Speed: ", link.maxSpeed);
     stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Negotiated Link Width: ",
-                 values["Negotiated Link Width"]);
-    stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Width: ",
-                 values["Max Link Width"]);
+                 link.negotiatedWidth);
+    stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Max Link Width: ", link.maxWidth);
 }
 
-// Link speed and width by name out of the host's file; `result` follows the last line that was
-// read.
-void readPciDump(const char* adapterName, std::map<STDSTR, USHORT_INT>& values, RESULT& result) {
+// The host's file as it was read.
+struct PciDump {
+    RESULT result = 1;    // of the last line that was read, or of the parser behind it
+    bool parsed = false;  // whether it came to the parser
+    stg::LinkValues link;
+};
+
+// Throws std::ios_base::failure where the file cannot be read on; `pci` then has what came before.
+void readPciDump(const char* adapterName, PciDump& pci) {
     stg::LineReader file(kPciDumpFile);
     std::vector<USHORT_INT> dump;
     dump.reserve(kDumpLines * kDumpBytesOfLine);
@@ -105,22 +108,38 @@ void readPciDump(const char* adapterName, std::map<STDSTR, USHORT_INT>& values, 
                      "config file");
         while (dumpLines < kDumpLines && file.next(line)) {
             ++dumpLines;
-            result = stg::appendDumpLine(line, dump, 0);
-            if (result != 0) {
+            pci.result = stg::appendDumpLine(line, dump, 0);
+            if (pci.result != 0) {
                 break;
             }
         }
-        if (result != 0) {
+        if (pci.result != 0) {
             continue;
         }
-        result = stg::IZNVDeviceTalker_Helper().parsePCIHexDump(dump, values);
+        pci.result = stg::parseLink(dump, pci.link);
+        pci.parsed = true;
         stg::logLine(
             "CVMWareZNVDeviceTalker::getPCIeInfo(): Parse PCI config space hex dump result: ",
-            result);
-        if (result != 0 || stg::lout.isActive()) {
-            logLink(values);
-        }
+            pci.result);
+        logLink(pci.link);
     }
+}
+
+// The work of getPCIeInfo, and traced under its name: the lines of the log are fixed.
+PciDump readPciDump(const nvme_handle* adapter) {
+    const char* const operation =
+        "RESULT CVMWareZNVDeviceTalker::getPCIeInfo(std::map<STDSTR, USHORT_INT>&)";
+    LOG_ENTRY_AS(operation);
+    PciDump pci;
+    try {
+        if (adapter != nullptr) {
+            readPciDump(adapter->name, pci);
+        }
+    } catch (const std::ios_base::failure&) {
+        // A file that cannot be read on ends there.
+    }
+    LOG_EXIT_AS(operation);
+    return pci;
 }
 
 UCHAR_ lowByte(USHORT_INT value) {
@@ -333,14 +352,14 @@ RESULT CVMWareZNVDeviceTalker::readPCIeConfigSpaceRegion(CCommandDword* command)
     LOG_ENTRY;
     RESULT result = 1;
     try {
-        std::map<STDSTR, USHORT_INT> values;
-        result = getPCIeInfo(values);
+        const PciDump pci = readPciDump(static_cast<const nvme_handle*>(getHandle()));
+        result = pci.result;
         if (result == 0 && command->getcdw_6_7() != nullptr) {
             _VESKPCIInfo link = {};
-            link.negotiatedLinkSpeed = lowByte(values["Negotiated Link Speed"]);
-            link.maxLinkSpeed = lowByte(values["Max Link Speed"]);
-            link.negotiatedLinkWidth = lowByte(values["Negotiated Link Width"]);
-            link.maxLinkWidth = lowByte(values["Max Link Width"]);
+            link.negotiatedLinkSpeed = lowByte(pci.link.negotiatedSpeed);
+            link.maxLinkSpeed = lowByte(pci.link.maxSpeed);
+            link.negotiatedLinkWidth = lowByte(pci.link.negotiatedWidth);
+            link.maxLinkWidth = lowByte(pci.link.maxWidth);
             std::memcpy(command->getcdw_6_7(), &link, sizeof(link));
         }
     } catch (const std::bad_alloc& error) {
@@ -358,16 +377,10 @@ RESULT CVMWareZNVDeviceTalker::readPCIeConfigSpaceRegion(CCommandDword* command)
 }
 
 RESULT CVMWareZNVDeviceTalker::getPCIeInfo(std::map<STDSTR, USHORT_INT>& values) {
-    LOG_ENTRY;
-    RESULT result = 1;
-    const auto* const adapter = static_cast<const nvme_handle*>(getHandle());
-    try {
-        if (adapter != nullptr) {
-            readPciDump(adapter->name, values, result);
-        }
-    } catch (const std::ios_base::failure&) {
-        // A file that cannot be read on ends there.
+    const PciDump pci = readPciDump(static_cast<const nvme_handle*>(getHandle()));
+    // Also what a failed parse leaves has its names, with 0.
+    if (pci.parsed) {
+        stg::nameLinkValues(pci.link, values);
     }
-    LOG_EXIT;
-    return result;
+    return pci.result;
 }

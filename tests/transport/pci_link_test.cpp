@@ -288,8 +288,7 @@ TEST_F(PciLink, EachAllocationThatFailsFailsTheCommandOrLosesALineOfTheLog) {
         ASSERT_EQ(link, result == 0 ? (Link{3, 5, 4, 8}) : kUntouched);
         failures += result;
     }
-    EXPECT_GE(failures, 8U)
-        << "the dump and its copy, four values, and the long ones of their names";
+    EXPECT_GE(failures, 2U) << "the name of the file, and the dump";
 }
 
 }  // namespace
