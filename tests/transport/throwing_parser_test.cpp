@@ -73,8 +73,7 @@ TEST_F(ThrowingParser, AllocationFailureFailsTheCommand) {
 
 }  // namespace
 
-RESULT stg::IZNVDeviceTalker_Helper::parsePCIHexDump(std::vector<USHORT_INT>,
-                                                     std::map<STDSTR, USHORT_INT>&) {
+RESULT stg::parseLink(const std::vector<USHORT_INT>&, LinkValues&) {
     parserHook()();
     return 1;
 }
