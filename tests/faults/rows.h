@@ -14,7 +14,7 @@ struct Row {
 };
 
 constexpr Row kCallRows[] = {
-    {"ZT_Adapter_GetCount", false, {0}},     {"ZT_Adapter_GetInfo", false, {72}},
+    {"ZT_Adapter_GetCount", false, {0}},     {"ZT_Adapter_GetInfo", false, {48}},
     {"ZT_Adapter_GetConfig", false, {0}},    {"ZT_Adapter_Get_OEM_Data", false, {0}},
     {"ZT_PD_GetHDInfo_Ext", false, {29}},    {"ZT_PD_GetConfig", false, {29}},
     {"ZT_PD_GetHDRaidStatus", false, {19}},  {"ZT_PD_GetFreeSpaceInfo", false, {19}},
