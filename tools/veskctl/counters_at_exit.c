@@ -4,9 +4,14 @@
 
 /* Of the runtime library for profiles. */
 int __llvm_profile_write_file(void);
+/* Of the simulated host; missing in veskctl. */
+__attribute__((weak)) void vesk_write_counters_of_simulation(void);
 __attribute__((noreturn)) void __real__Exit(int code);
 
 __attribute__((noreturn)) void __wrap__Exit(int code) {
     __llvm_profile_write_file();
+    if (vesk_write_counters_of_simulation) {
+        vesk_write_counters_of_simulation();
+    }
     __real__Exit(code);
 }
