@@ -1,5 +1,5 @@
-/* In a build for coverage only: for a program that leaves by _Exit, as each library has counters of its
- * own. */
+/* In a build for coverage only: for a program that leaves by _Exit, as each library has counters of
+ * its own. */
 
 /* Of the runtime library for profiles. */
 int __llvm_profile_write_file(void);
