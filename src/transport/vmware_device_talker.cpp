@@ -76,7 +76,7 @@ OpenConnection openConnection(const nvmeAdapterInfo& info) {
 
 constexpr const char* kPciDumpFile = "/opt/orvo/pciconfig/Templspciconfig.txt";
 constexpr int kDumpLines = 16;
-constexpr int kDumpBytesOfLine = 16;
+constexpr std::size_t kDumpBytesOfLine = 16;
 
 void logLink(const stg::LinkValues& link) {
     stg::logLine("CVMWareZNVDeviceTalker::getPCIeInfo(): Negotiated Link Speed ",

@@ -45,10 +45,10 @@ int answer(const PlatformCall& call) {
         auto* const reply = static_cast<char*>(uio->dataAddress);
         std::memset(reply, 'r', uio->dataLength);
         if (uio->opcode == 6) {
-            std::memcpy(reply, "\x4B\x1B", 2);
-            std::memcpy(reply + 4, "CTRL12345678        ", 20);
+            std::copy_n("\x4B\x1B", 2, reply);
+            std::copy_n("CTRL12345678        ", 20, reply + 4);
         } else if (uio->cdw12 == 0xE1) {
-            std::memcpy(reply + 60, "DISK87654321        ", 20);
+            std::copy_n("DISK87654321        ", 20, reply + 60);
         } else if (uio->cdw12 == 0x4FE) {
             std::strcpy(reply + 40, "[SEQ]1[MSG]PD_Drive DISK87654321 and WX11A2345678 in_INFO\n");
         }

@@ -97,9 +97,11 @@ TEST(SerialMask, IsFoundAtEachPlaceAmongWhatLooksAlike) {
             for (std::size_t at = 0; at <= 40; ++at) {
                 const std::string before(at, filling);
                 const std::string behind(40 - at, filling);
-                std::string data = before + serial + behind;
+                std::string data = before;
+                data.append(serial).append(behind);
                 mask.maskKnown(data.data(), data.size());
-                EXPECT_EQ(data, before + is + behind) << serial << ' ' << at;
+                EXPECT_EQ(data, std::string(before).append(is).append(behind))
+                    << serial << ' ' << at;
             }
         }
     }
