@@ -27,6 +27,7 @@ int guarded(Call call) {
 }  // namespace
 
 // Tells programs that this is not the host's own libvmkmgmt.so.
+// NOLINTNEXTLINE(readability-identifier-naming): a C name, looked up as such
 extern "C" int vesksim_is_simulated() {
     return 1;
 }

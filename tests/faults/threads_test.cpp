@@ -50,8 +50,9 @@ Work callUntil(Clock::time_point end, const std::vector<Answer>& healthy) {
 
 TEST_P(CallsFromThreads, AnswerAsAloneAndDeliverEachEventOnce) {
     const char* const seconds = std::getenv("VESK_THREAD_SECONDS");
-    const auto time = seconds != nullptr ? std::chrono::milliseconds(std::atol(seconds) * 1000)
-                                         : std::chrono::milliseconds(200);
+    const auto time = seconds != nullptr
+                          ? std::chrono::milliseconds(std::strtol(seconds, nullptr, 10) * 1000)
+                          : std::chrono::milliseconds(200);
     SimHost host(scenarioFor(GetParam(), 40));
     ASSERT_EQ(host.start(), 1);
     ASSERT_TRUE(host.gate().waitForSleeper(1));

@@ -30,7 +30,7 @@ using vesktest::SimHost;
 
 // Puts a FIFO in the place of a file; the result is what the file held.
 std::string replaceByFifo(const PrivateHost& files, const std::string& hostPath) {
-    const std::string text = files.exists(hostPath) ? files.read(hostPath) : std::string();
+    std::string text = files.exists(hostPath) ? files.read(hostPath) : std::string();
     const std::string path = files.path(hostPath);
     std::filesystem::remove(path);
     EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);

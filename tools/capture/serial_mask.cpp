@@ -164,7 +164,7 @@ std::string SerialMask::learn(const std::string& serial) {
             return known.mask;
         }
     }
-    const std::string mask = maskOf(serial);
+    std::string mask = maskOf(serial);
     if (serial.size() < kShortestKnown) {
         return mask;
     }
