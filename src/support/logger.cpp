@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <iterator>
 #include <new>
 #include <pthread.h>
 #include <unistd.h>
@@ -40,6 +41,17 @@ const char* timeText(std::time_t now) {
 
 char* append(char* end, std::string_view text) {
     return std::copy(text.begin(), text.end(), end);
+}
+
+constexpr std::size_t kPrefixSize = 128;  // more than any
+
+char* appendThreadIdAndTime(char* end) {
+    end = append(end, "(T: ");
+    // The number that a std::thread::id shows.
+    end = std::to_chars(end, end + 20, pthread_self()).ptr;
+    end = append(end, ") [");
+    end = append(end, timeText(std::time(nullptr)));
+    return append(end, "] ");
 }
 
 // As tellp, which costs twice as much.
@@ -145,19 +157,29 @@ VOID_ CLogger::writeLine(std::initializer_list<LogPiece> pieces) {
     if (!prepareStream()) {
         return;
     }
-    writeThreadIdAndTime();
+    // Each insertion into the stream costs as much as putting together all of a line.
+    char line[1024];
+    static_assert(sizeof(line) > kPrefixSize);
+    char* end = appendThreadIdAndTime(line);
     bool cut = false;  // at a NUL byte, with the line feed, as a line in a buffer is
     for (const LogPiece& piece : pieces) {
         const std::string_view text = piece.text().substr(0, piece.text().find('\0'));
-        m_logStream.write(text.data(), static_cast<std::streamsize>(text.size()));
+        if (text.size() < static_cast<std::size_t>(std::end(line) - end)) {
+            end = append(end, text);
+        } else {
+            m_logStream.write(line, end - line);
+            m_logStream.write(text.data(), static_cast<std::streamsize>(text.size()));
+            end = line;
+        }
         cut = text.size() < piece.text().size();
         if (cut) {
             break;
         }
     }
     if (!cut) {
-        m_logStream.put('\n');
+        *end++ = '\n';
     }
+    m_logStream.write(line, end - line);
     m_logStream.flush();
 }
 
@@ -202,14 +224,8 @@ void CLogger::reopen() {
 }
 
 VOID_ CLogger::writeThreadIdAndTime() {
-    // Put together here: each insertion into the stream costs as much as all of this.
-    char prefix[128];
-    char* end = append(prefix, "(T: ");
-    // The number that a std::thread::id shows.
-    end = std::to_chars(end, end + 20, pthread_self()).ptr;
-    end = append(end, ") [");
-    end = append(end, timeText(std::time(nullptr)));
-    end = append(end, "] ");
+    char prefix[kPrefixSize];
+    const char* const end = appendThreadIdAndTime(prefix);
     m_logStream.write(prefix, end - prefix);
 }
 
