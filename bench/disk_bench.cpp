@@ -1,5 +1,5 @@
-// The exported calls about disks, each beside hand-written code with the same device commands,
-// which decodes into the caller's memory at once.
+// The exported calls about disks, each beside hand-written code with the same device commands and
+// two zeroed buffers: the replies of both disks, or the reply and the record of the one asked for.
 #include "bench.h"
 #include "connected_library.h"
 #include "copying_driver.h"
@@ -103,12 +103,11 @@ VD_Config volumeConfig(const _vdInfoData& volume) {
     return config;
 }
 
-// A command for each disk up to `last`, and the records of those that are there.
+// A command for each of both disks, and the records of those that are there.
 template <typename Record, typename Reply>
-void floorOfDisks(UNSIGNED_INTEGER subCommand, UNSIGNED_INTEGER first, UNSIGNED_INTEGER last,
-                  Record (*decode)(const Reply&)) {
+void floorOfDisks(UNSIGNED_INTEGER subCommand, Record (*decode)(const Reply&)) {
     USHORT_INT count = 0;
-    for (UNSIGNED_INTEGER id = first; id <= last; ++id) {
+    for (UNSIGNED_INTEGER id = 0; id < 2; ++id) {
         const Buffer buffer(0x1000);
         nvme_uio uio = bench::readCommand(subCommand, id, buffer.get());
         bench::send(uio);
@@ -121,6 +120,25 @@ void floorOfDisks(UNSIGNED_INTEGER subCommand, UNSIGNED_INTEGER first, UNSIGNED_
     }
     g_request.header.recordCount = count;
     g_request.header.recordSize = count > 1 ? sizeof(Record) : 0xFFFF;
+}
+
+// The same for one disk, of which a copy of what was asked for is kept while it is decoded.
+template <typename Record, typename Reply>
+void floorOfDisk(UNSIGNED_INTEGER subCommand, Record (*decode)(const Reply&)) {
+    const Buffer disk(sizeof(Reply));
+    {
+        const Buffer buffer(0x1000);
+        nvme_uio uio = bench::readCommand(subCommand, 1, buffer.get());
+        bench::send(uio);
+        std::memcpy(disk.get(), buffer.get(), sizeof(Reply));
+    }
+    const bool absent = static_cast<const char*>(disk.get())[4] != 0;
+    if (!absent) {
+        const Record record = decode(disk.as<Reply>());
+        std::memcpy(g_request.records, &record, sizeof(Record));
+    }
+    g_request.header.recordCount = absent ? 0 : 1;
+    g_request.header.recordSize = 0xFFFF;
 }
 
 void floorOfHealth() {
@@ -153,20 +171,21 @@ void floorOfHealth() {
 
 using DiskCall = UCHAR_ (*)(UCHAR_, PInfo_Request);
 
-void addCall(const std::string& row, DiskCall call, UCHAR_ requestType) {
+template <typename Record, typename Reply>
+void addRow(const std::string& row, DiskCall call, UCHAR_ requestType, UNSIGNED_INTEGER subCommand,
+            Record (*decode)(const Reply&)) {
     bench::addLoop(row, "library", [call, requestType] {
         g_request.header.requestType = requestType;
         g_request.header.id = 1;
         call(0, &g_request.header);
         benchmark::DoNotOptimize(g_request);
     });
-}
-
-template <typename Record, typename Reply>
-void addFloor(const std::string& row, UNSIGNED_INTEGER subCommand, UNSIGNED_INTEGER first,
-              Record (*decode)(const Reply&)) {
-    bench::addLoop(row, "floor", [subCommand, first, decode] {
-        floorOfDisks(subCommand, first, 1, decode);
+    bench::addLoop(row, "floor", [requestType, subCommand, decode] {
+        if (requestType == REQUEST_ALL) {
+            floorOfDisks(subCommand, decode);
+        } else {
+            floorOfDisk(subCommand, decode);
+        }
         benchmark::DoNotOptimize(g_request);
     });
 }
@@ -175,14 +194,10 @@ void addFloor(const std::string& row, UNSIGNED_INTEGER subCommand, UNSIGNED_INTE
 
 void bench::addRows() {
     connectLibrary();
-    addCall("PD_GetHDInfo_Ext", ZT_PD_GetHDInfo_Ext, REQUEST_ALL);
-    addFloor("PD_GetHDInfo_Ext", 0xE1, 0, diskInfo);
-    addCall("PD_GetConfig", ZT_PD_GetConfig, REQUEST_ALL);
-    addFloor("PD_GetConfig", 0xE1, 0, diskConfig);
-    addCall("PD_GetHDRaidStatus", ZT_PD_GetHDRaidStatus, REQUEST_SINGLE);
-    addFloor("PD_GetHDRaidStatus", 0xE1, 1, raidStatus);
-    addCall("PD_GetFreeSpaceInfo", ZT_PD_GetFreeSpaceInfo, REQUEST_SINGLE);
-    addFloor("PD_GetFreeSpaceInfo", 0xE1, 1, freeSpace);
+    addRow("PD_GetHDInfo_Ext", ZT_PD_GetHDInfo_Ext, REQUEST_ALL, 0xE1, diskInfo);
+    addRow("PD_GetConfig", ZT_PD_GetConfig, REQUEST_ALL, 0xE1, diskConfig);
+    addRow("PD_GetHDRaidStatus", ZT_PD_GetHDRaidStatus, REQUEST_SINGLE, 0xE1, raidStatus);
+    addRow("PD_GetFreeSpaceInfo", ZT_PD_GetFreeSpaceInfo, REQUEST_SINGLE, 0xE1, freeSpace);
     addLoop("PD_GET_SMART_INFO", "library", [] {
         ZT_PD_GET_SMART_INFO(0, 1, 0, &g_health);
         benchmark::DoNotOptimize(g_health);
@@ -191,8 +206,6 @@ void bench::addRows() {
         floorOfHealth();
         benchmark::DoNotOptimize(g_health);
     });
-    addCall("LD_GetInfo", ZT_LD_GetInfo, REQUEST_ALL);
-    addFloor("LD_GetInfo", 0xE2, 0, volumeInfo);
-    addCall("LD_GetConfig", ZT_LD_GetConfig, REQUEST_ALL);
-    addFloor("LD_GetConfig", 0xE2, 0, volumeConfig);
+    addRow("LD_GetInfo", ZT_LD_GetInfo, REQUEST_ALL, 0xE2, volumeInfo);
+    addRow("LD_GetConfig", ZT_LD_GetConfig, REQUEST_ALL, 0xE2, volumeConfig);
 }

@@ -25,13 +25,15 @@ long residentKib() {
     std::ifstream maps("/proc/self/smaps");
     std::string line;
     bool ours = false;
+    bool others = false;  // a file that is not ours: the simulated platform's, the C library's
     long total = 0;
     while (std::getline(maps, line)) {
         if (line.find('-') < line.find(' ')) {  // the head of a mapping
             ours = line.find("libVeskNvme.so") != std::string::npos;
+            others = !ours && line.find('/') != std::string::npos;
         } else if (line.compare(0, 4, "Rss:") == 0 && ours) {
             total += std::atol(line.c_str() + 4);
-        } else if (line.compare(0, 10, "Anonymous:") == 0 && !ours) {
+        } else if (line.compare(0, 10, "Anonymous:") == 0 && !ours && !others) {
             total += std::atol(line.c_str() + 10);
         }
     }
