@@ -10,7 +10,9 @@ if ! command -v mandoc >/dev/null; then
     exit 77
 fi
 for page in docs/man/*.[357]; do
-    mandoc -Tlint -W warning "$page"
+    # Pages that it refers to are found only where the packages are installed.
+    said=$(mandoc -Tlint -W style "$page" | grep -v 'referenced manual not found' || true)
+    [ -z "$said" ] || { echo "$said"; exit 1; }
     grep -qix "\.Dt $(basename "${page%.*}") ${page##*.}" "$page" ||
         { echo "$page names itself otherwise"; exit 1; }
 done

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The manual page: sound in the eyes of mandoc, complete, and the same bytes each time.
-#   manual_test.sh VESKCTL PAGE.gz
+#   manual_test.sh PROGRAM PAGE.gz
 set -euo pipefail
 program=$1
 page=$2
@@ -10,7 +10,7 @@ if ! command -v mandoc >/dev/null; then
     exit 77
 fi
 # All but which system it is for: that is whichever it is read on.
-"$program" man | mandoc -Tlint -W warning
+"$program" man | mandoc -Tlint -W style
 "$program" man | gzip -9n | cmp - "$page"
 
 text=$("$program" man | mandoc -Tutf8 -Owidth=80 | sed 's/.\x08//g')
