@@ -40,6 +40,23 @@ TEST(Description, EveryCommandHasASummaryOfOneLineAndAnExample) {
     }
 }
 
+TEST(Description, ExamplesNameTheProgramThatTheyAreOf) {
+    CliHooks hooks;
+    hooks.programName = "another";
+    const ProgramDescription program = describeProgram(hooks);
+    for (const CommandDescription* command : program.commands()) {
+        for (const Example& example : command->examples) {
+            const std::string line = exampleLine(program, example);
+            EXPECT_EQ(line.find("veskctl"), std::string::npos) << line;
+            EXPECT_EQ(line.find("PROGRAM"), std::string::npos) << line;
+        }
+    }
+    const std::vector<Example>& ofCompletion = program.find("completion")->examples;
+    ASSERT_FALSE(ofCompletion.empty());
+    EXPECT_EQ(exampleLine(program, ofCompletion.front()),
+              "another completion bash > ~/.local/share/bash-completion/completions/another");
+}
+
 // Up to the point where a shell would take over.
 TEST(Description, ExamplesAreUnderstood) {
     CliHooks hooks;

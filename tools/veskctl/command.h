@@ -81,7 +81,7 @@ public:
 };
 
 struct Example {
-    const char* line;  // what follows the program's name
+    const char* line;  // what follows the program's name, which is PROGRAM in it
     const char* what;  // it does
 };
 

@@ -380,10 +380,10 @@ Command completionCommand() {
             declare,
             {},
             false,
-            {{"completion bash > ~/.local/share/bash-completion/completions/veskctl",
+            {{"completion bash > ~/.local/share/bash-completion/completions/PROGRAM",
               "for bash, from the next shell on"},
-             {"completion fish > ~/.config/fish/completions/veskctl.fish", "for fish"},
-             {"completion zsh > ~/.zfunc/_veskctl",
+             {"completion fish > ~/.config/fish/completions/PROGRAM.fish", "for fish"},
+             {"completion zsh > ~/.zfunc/_PROGRAM",
               "for zsh, with ~/.zfunc in its fpath before compinit"}},
             true};
 }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -116,7 +117,11 @@ std::string optionTitle(const OptionDescription& option) {
 }
 
 std::string exampleLine(const ProgramDescription& program, const Example& example) {
-    const std::string line = example.line;
+    constexpr std::string_view kName = "PROGRAM";
+    std::string line = example.line;
+    if (const std::size_t at = line.find(kName); at != std::string::npos) {
+        line.replace(at, kName.size(), program.name);
+    }
     return program.name + (line.empty() ? "" : ' ' + line);
 }
 
