@@ -48,16 +48,18 @@ std::string_view description(const CEvent& event) {
 constexpr int kMostEvents = 64;
 constexpr unsigned kSecondsBetweenQuestions = 5;
 
-// The number of events that there were.
-int printNewEvents() {
+struct Answer {
+    int count;
+    bool good;
+};
+
+Answer printNewEvents() {
     // Bytes, as copying a CEvent copies nothing.
     alignas(CEvent) static unsigned char room[kMostEvents * sizeof(CEvent)];
     auto* const events = reinterpret_cast<CEvent*>(room);
     UCHAR_ count = 0;
-    if (ZT_EVT_GetEvent(0, 0, &count, events) != ERR_NONE) {
-        // Those that are here are good, and may come again: a reader drops what it has.
-        std::cerr << "the mark could not be stored, or an event could not be read\n";
-    }
+    // With another result, those that are here are good and come again: a reader drops what it has.
+    const bool good = ZT_EVT_GetEvent(0, 0, &count, events) == ERR_NONE;
     for (int index = 0; index < count; ++index) {
         const CEvent& event = events[index];
         std::cout << '#' << numberAt<UNSIGNED_INTEGER>(event, CEVENT_SEQUENCE_NO) << " at "
@@ -66,7 +68,7 @@ int printNewEvents() {
                   << int{numberAt<UCHAR_>(event, CEVENT_SEVERITY)} << ", " << description(event)
                   << std::endl;
     }
-    return count;
+    return {count, good};
 }
 
 }  // namespace
@@ -81,10 +83,15 @@ int main(int argc, char** argv) {
             std::cerr << "no controller\n";
             return 3;
         }
+        bool good = true;
         for (long seen = 0; g_stop == 0 && (wanted < 0 || seen < wanted);) {
-            const int count = printNewEvents();
-            seen += count;
-            if (count == 0) {
+            const Answer answer = printNewEvents();
+            seen += answer.count;
+            if (good && !answer.good) {
+                std::cerr << "the mark could not be stored, or an event could not be read\n";
+            }
+            good = answer.good;
+            if (answer.count == 0 || !good) {
                 sleep(kSecondsBetweenQuestions);
             }
         }
