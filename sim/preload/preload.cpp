@@ -6,14 +6,32 @@
 #include "sim/host/simulated_host.h"
 #include "sim/redirect/redirect.h"
 
+#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <system_error>
 #include <thread>
 
 namespace {
+
+std::chrono::milliseconds lengthOfASecond(const char* text) {
+    constexpr unsigned kMost = 1000000;
+    unsigned milliseconds = 0;
+    const char* const end = text + std::strlen(text);
+    const auto [stop, error] = std::from_chars(text, end, milliseconds);
+    if (error != std::errc() || stop != end || milliseconds > kMost) {
+        throw std::invalid_argument("VESKSIM_SECOND_MS is '" + std::string(text) +
+                                    "'; give the milliseconds that a second of sleep() is to "
+                                    "take, 0 to 1000000, or leave it out");
+    }
+    return std::chrono::milliseconds(milliseconds);
+}
 
 void startHost() {
     const char* const folder = std::getenv("VESKSIM_FOLDER");
@@ -27,7 +45,7 @@ void startHost() {
     vesksim::writeHostFiles(root, vesksim::SimulatedHost::instance().scenario());
     vesksim::setHostRoot(root);
     if (const char* const milliseconds = std::getenv("VESKSIM_SECOND_MS")) {
-        const std::chrono::milliseconds second(std::strtol(milliseconds, nullptr, 10));
+        const std::chrono::milliseconds second = lengthOfASecond(milliseconds);
         vesksim::setSleepHandler([second](unsigned seconds) {
             std::this_thread::sleep_for(seconds * second);
             return 0U;
