@@ -27,3 +27,25 @@ configure_file(
 install(FILES ${CMAKE_BINARY_DIR}/generated/vesknvme.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
+
+# Examples, and the pages that a developer reads: links to what is not installed become words.
+find_package(Python3 COMPONENTS Interpreter QUIET)
+if(NOT VESK_ESXI AND Python3_Interpreter_FOUND)
+  set(documents ${CMAKE_INSTALL_DATADIR}/doc/libvesknvme-dev)
+  file(GLOB examples CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/examples/*.c ${PROJECT_SOURCE_DIR}/examples/*.cpp)
+  install(FILES ${examples} DESTINATION ${documents}/examples COMPONENT development)
+  list(TRANSFORM examples REPLACE ".*/" "../examples/")
+  set(folder ${CMAKE_BINARY_DIR}/generated/docs)
+  foreach(page IN ITEMS capture events fields fleet host-build host-guide host-install operations
+          veskctl veskctl-json wire-formats)
+    list(APPEND sources ${PROJECT_SOURCE_DIR}/docs/${page}.md)
+    list(APPEND pages ${folder}/${page}.md)
+  endforeach()
+  add_custom_command(OUTPUT ${pages}
+    COMMAND ${Python3_EXECUTABLE} -B ${PROJECT_SOURCE_DIR}/packaging/pages.py
+            ${folder} ${sources} --beside ${examples}
+    DEPENDS ${PROJECT_SOURCE_DIR}/packaging/pages.py ${sources}
+    VERBATIM)
+  add_custom_target(packed_pages ALL DEPENDS ${pages})
+  install(FILES ${pages} DESTINATION ${documents}/docs COMPONENT development)
+endif()

@@ -20,6 +20,8 @@ import zipfile
 import zlib
 from pathlib import Path
 
+from dead_links import dead_links
+
 HERE = Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
 MAKE_VIB = ROOT / 'scripts' / 'make-vib'
@@ -45,10 +47,13 @@ drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/doc/
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/capture.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/events.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/fields.md
+-rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/fleet.md
+-rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/host-build.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/host-install.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/operations.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/veskctl-json.md
 -rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/veskctl.md
+-rw-r--r-- root/root 2023-11-14 22:13 opt/orvo/vesk/doc/wire-formats.md
 drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/init.d/
 -rwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/init.d/vesknvme
 drwxr-xr-x root/root 2023-11-14 22:13 opt/orvo/vesk/lib/
@@ -141,11 +146,20 @@ class Vib(MakeVib):
                 (home / 'init.d' / 'vesknvme', ROOT / 'packaging/vib/vesknvme'),
                 (home / 'doc' / 'LICENSE', ROOT / 'LICENSE'),
                 (home / 'doc' / 'NOTICE', ROOT / 'packaging/vib/NOTICE'),
-                (home / 'doc' / 'host-install.md', ROOT / 'docs/host-install.md'),
                 (ini / 'libVeskNVMeConfig.ini', ROOT / 'packaging/ini/libVeskNVMeConfig.ini'),
                 (ini / 'libVeskNVMeAlertMapping.ini',
                  ROOT / 'packaging/ini/libVeskNVMeAlertMapping.ini')):
             self.assertEqual(unpacked.read_bytes(), source.read_bytes(), unpacked)
+
+    def test_pages_lead_to_nothing_that_is_not_in_the_package(self):
+        self.made()
+        self.unpack(self.root / 'host')
+        pages = self.root / 'host' / 'opt' / 'orvo' / 'vesk' / 'doc'
+        self.assertEqual(dead_links(pages), [])
+        text = (pages / 'fleet.md').read_text()
+        self.assertIn('(events.md#the-mark)', text)
+        self.assertIn('packaging/fleet', text)
+        self.assertNotIn('![', (pages / 'operations.md').read_text())
 
     def test_descriptor_is_the_expected_one(self):
         self.made()
