@@ -64,7 +64,7 @@ def read_not_run():
 # What runs here touches nothing but its folder: these programs, and no file outside. All else needs a
 # reason why it is sound without.
 HARMLESS = {"veskctl", "veskctl-sim", "export", "alias", "mkdir", "cat", "grep", "head", "tail", "od",
-            "tr", "sed", "sort", "wc", "jq", "cc", "c++", "busybox"}
+            "tr", "sed", "sort", "wc", "jq", "cc", "c++", "./inventory", "busybox"}
 
 
 def is_harmless(command):

@@ -1,5 +1,5 @@
-/* Preloaded in front of the simulated host: says when the program itself sleeps, and makes it short.
-   The library's thread sleeps for longer than any program of examples/. */
+/* Preloaded in front of the simulated host: says when the program itself sleeps, and makes it
+   short. The library's thread sleeps for longer than any program of examples/. */
 #define _DEFAULT_SOURCE
 #include <string.h>
 #include <unistd.h>

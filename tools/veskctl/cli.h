@@ -24,7 +24,8 @@ struct CliHooks {
     std::function<void(CommandContext&)> prepare = {};
     // After the command, also one that failed, with its name. May change the report, may throw.
     std::function<void(const std::string&, Report&)> finish = {};
-    std::vector<Command> commands = {};  // behind those of the program itself
+    std::vector<Command> commands = {};                 // behind those of the program itself
+    std::vector<EnvironmentVariable> environment = {};  // likewise, for the manual
 };
 
 struct CliOutcome {

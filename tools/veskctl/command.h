@@ -85,6 +85,11 @@ struct Example {
     const char* what;  // it does
 };
 
+struct EnvironmentVariable {
+    std::string name;
+    std::string meaning;
+};
+
 struct Command {
     const char* name;
     const char* summary;

@@ -178,6 +178,11 @@ ProgramDescription describeProgram(const CliHooks& hooks) {
             program.top.subcommands.push_back(describe(command, ""));
         }
     }
+    program.environment = {{"NO_COLOR", "Set and not empty: no colour, as without a terminal"},
+                           {"TERM", "The value 'dumb' means the same"},
+                           {"COLUMNS", "How many columns the output may take"}};
+    program.environment.insert(program.environment.end(), hooks.environment.begin(),
+                               hooks.environment.end());
     return program;
 }
 

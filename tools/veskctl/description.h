@@ -38,6 +38,7 @@ struct CommandDescription {
 struct ProgramDescription {
     std::string name;
     CommandDescription top;
+    std::vector<EnvironmentVariable> environment;
 
     // By its words with a blank between; none: the program itself. Null if there is no such
     // command.

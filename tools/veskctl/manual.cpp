@@ -129,11 +129,11 @@ std::string manualPage(const ProgramDescription& program) {
     for (const CommandDescription* command : program.commands()) {
         text += commandSection(program, *command);
     }
-    text += ".Sh ENVIRONMENT\n.Bl -tag -width Ds\n"
-            ".It Ev NO_COLOR\nSet and not empty: no colour, as without a terminal.\n"
-            ".It Ev TERM\nThe value\n.Qq dumb\nmeans the same.\n"
-            ".It Ev COLUMNS\nHow many columns the output may take.\n.El\n";
-    text += ".Sh EXIT STATUS\n.Bl -tag -width Ds\n";
+    text += ".Sh ENVIRONMENT\n.Bl -tag -width Ds\n";
+    for (const EnvironmentVariable& variable : program.environment) {
+        text += format(".It Ev {}\n{}", variable.name, sentences(variable.meaning));
+    }
+    text += ".El\n.Sh EXIT STATUS\n.Bl -tag -width Ds\n";
     for (const ExitCodeDescription& code : exitCodes()) {
         text += format(".It {}\n{}", code.code, sentences(code.meaning));
     }

@@ -6,6 +6,7 @@
 #include "veskctl/cli.h"
 #include "veskctl/format.h"
 #include "veskctl/process.h"
+#include "veskctl/program_version.h"
 #include "veskctl/report.h"
 #include "veskctl/sim_folder.h"
 
@@ -107,6 +108,19 @@ void runLeds(const veskctl::CommandContext&, veskctl::Report& report) {
     }
 }
 
+// A program of the user's runs on the simulated host behind a library that is preloaded.
+std::vector<veskctl::EnvironmentVariable> environment() {
+    return {{"VESKSIM_SCENARIO", "The simulated host, where --scenario does not name one"},
+            {"VESKSIM_FOLDER",
+             format("For a program of your own that loads libVeskNvme.so: started with "
+                    "LD_PRELOAD={}/libvesk-simhost.so, it runs on the simulated host of "
+                    "VESKSIM_SCENARIO. The host's files lie in this folder, which has to be named",
+                    veskctl::kSimulationFolder)},
+            {"VESKSIM_SECOND_MS",
+             "For such a program: how many milliseconds each second takes that it sleeps, so that "
+             "nobody waits for a polling interval"}};
+}
+
 veskctl::Command simCommand() {
     const veskctl::Command leds = {
         "leds",
@@ -140,6 +154,7 @@ int main(int argc, char** argv) {
         finishReplay(options.replay, command, report);
     };
     hooks.commands = {simCommand()};
+    hooks.environment = environment();
     int code = veskctl::runCli(argc, argv, hooks);
     if (folder && !folder->everythingKept() && code == 0) {
         code = static_cast<int>(veskctl::ExitCode::Failed);

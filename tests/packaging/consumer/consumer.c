@@ -1,10 +1,14 @@
-/* Prints what a host without a controller has: nothing is set up, so no device is touched. */
+/* Sets the library up, asks it, and tears it down. */
 #include <VeskNvme.h>
 
 #include <stdio.h>
 
 int main(void) {
-    PD_OEM_Data* nothing = NULL;
-    printf("controllers: %u\n", (unsigned)ZT_Adapter_GetCount());
-    return ZT_PD_OEMData(0, nothing) == ERR_NULL_ARGUMENT ? 0 : 1;
+    ZT_API_Initialize();
+    const unsigned count = ZT_Adapter_GetCount();
+    printf("controllers: %u\n", count);
+    if (count != 0) {
+        ZNV_Library_Finalize();
+    }
+    return ZT_PD_OEMData(0, NULL) == ERR_NULL_ARGUMENT ? 0 : 1;
 }
