@@ -32,7 +32,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
   "header and build files of libVeskNvme
  What a management stack is built with: the header for C and C++, the CMake
- package VeskNvme and the pkg-config file vesknvme.")
+ package VeskNvme, the pkg-config file vesknvme, examples and documents.")
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME veskctl)
 set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS
   "libvesknvme0 (>= ${PROJECT_VERSION})")
@@ -42,12 +42,14 @@ set(CPACK_COMPONENT_TOOL_DESCRIPTION
  controller of a VMware ESXi host, as tables and as JSON. Needs the
  hypervisor's own management library; veskctl-sim runs anywhere.")
 set(CPACK_DEBIAN_SIMULATION_PACKAGE_NAME veskctl-sim)
+# veskctl has the capture library, the schemas and the pages that both programs share.
 set(CPACK_DEBIAN_SIMULATION_PACKAGE_DEPENDS
-  "libvesknvme0 (>= ${PROJECT_VERSION})")
+  "libvesknvme0 (>= ${PROJECT_VERSION}), veskctl (>= ${PROJECT_VERSION})")
 set(CPACK_COMPONENT_SIMULATION_DESCRIPTION
   "veskctl with a simulated NVMe RAID controller inside
  The program veskctl on a simulated host, with scenarios of healthy, degraded,
- worn and silent controllers, for trying it out and for testing what uses it.")
+ worn and silent controllers, for trying it out and for testing what uses it;
+ and a library to preload that puts the simulated host under other programs.")
 
 # Each package carries licence and changes below its own name.
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
