@@ -5,8 +5,8 @@
 Usage: commands_test.py SOURCE BUILD
 
 Commands of one document run in one shell, in a folder that looks like the source tree, where veskctl is
-the one with the simulated host. Each has to end with 0. Links lead somewhere, and scripts that are named
-are there.
+the one with the simulated host. Each has to end with 0. Links lead somewhere, scripts that are named
+are there, and a ctest that is named within a line finds tests.
 """
 import pathlib
 import re
@@ -90,6 +90,15 @@ def fault_of_a_script(command):
     return f"the script does not know {unknown[0]}" if unknown else None
 
 
+def faults_of_ctest(path):
+    """Of those within a line; NAME stands for any test."""
+    commands = [command for command in re.findall(r"`(ctest [^`\n]+)`", path.read_text())
+                if "NAME" not in command]
+    for command, (printed, _) in zip(commands, TREE.play([command + " -N" for command in commands])):
+        if not re.search(r"^Total Tests: [1-9]", printed, re.MULTILINE):
+            yield f"{TREE.name_of(path)}: {command} finds no tests"
+
+
 def headings_of(path):
     """As the anchors of links name them."""
     lines = FENCED.sub("", path.read_text()).splitlines()
@@ -116,9 +125,11 @@ def faults_of_references(path):
 def main():
     faults, run, told = [], 0, set()
     reasons = read_not_run()
+    of_ci = [line.strip() for line in (TREE.source / ".ci/run").read_text().splitlines()]
     for path in TREE.documents():
         name = TREE.name_of(path)
         faults += faults_of_references(path)
+        faults += faults_of_ctest(path)
         commands = commands_of(path.read_text())
         if (name, "*") in reasons:
             told.add((name, "*"))
@@ -129,8 +140,8 @@ def main():
         for command in commands:
             if command not in wanted and (fault := fault_of_a_script(command)):
                 faults.append(f"{name}: {command}: {fault}")
-            if command not in wanted and "run by .ci/run" in reasons[name, first_lines[command]] and \
-                    command.split()[0] not in (TREE.source / ".ci/run").read_text():
+            if command not in wanted and command not in of_ci and \
+                    reasons[name, first_lines[command]] == "run by .ci/run":
                 faults.append(f"{name}: {command}: not run by .ci/run")
         faults += [f"{name}: {command}: is not run here; give the reason in {NOT_RUN.name}"
                    for command in wanted if not is_harmless(command)]
