@@ -242,6 +242,8 @@ INTEGER VeskNVMeLibrary_Helper::readPollingIntervalFromINIFile() {
                                     text);
     } catch (const std::ios_base::failure&) {
         // The same: the default. An exception would end the process from the polling thread.
+        // ODDITY: that of a line without "=" and a value does. Pinned by
+        // EventMonitorDeathTest.IntervalLineWithoutAValueEndsTheProcess.
     } catch (const std::bad_alloc&) {
         // The same.
     }

@@ -258,6 +258,20 @@ TEST(EventMonitorDeathTest, DestructionWhileItPollsEndsTheProcess) {
         ::testing::KilledBySignal(SIGABRT), "");
 }
 
+// The thread has no handler: without "=" and a value, the line throws std::out_of_range.
+TEST(EventMonitorDeathTest, IntervalLineWithoutAValueEndsTheProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const PrivateHost host;
+    configure(host, "[Polling]\npollingIntervalInSeconds\n");
+    EXPECT_DEATH(
+        {
+            SleepGate gate;
+            CVeskNVMeMonitor::getUniqueInstance()->startMonitoring();
+            gate.waitForSleeper(1);
+        },
+        "terminate called");
+}
+
 TEST(EventMonitor, SecondStartEndsTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const PrivateHost host;
