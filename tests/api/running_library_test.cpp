@@ -2,6 +2,7 @@
 // host.
 #include "api/command_handler.h"
 #include "api/error_state.h"
+#include "api/lib_initializer.h"
 #include "events/event_monitor.h"
 #include "failing_calls.h"
 #include "memory_faults.h"
@@ -132,11 +133,14 @@ void expectTearDownToThrow() {
 }
 
 void expectNextStartToPoll(SimHost& host) {
+    // The next scan would leave the connection of the last one open.
+    CLibInitializer::deleteOSdeviceTalkerInstance();
     ZNV_Library_Initialize();
     EXPECT_EQ(ZT_Adapter_GetCount(), 1);
     EXPECT_TRUE(host.gate().waitForSleeper(1));
     host.gate().releaseAll();
     ZNV_Library_Finalize();
+    EXPECT_EQ(host.driver().openHandles(), 0U);
     EXPECT_EQ(CVeskNVMeMonitor::m_pNVMeMonitorInstance, nullptr);
 }
 
