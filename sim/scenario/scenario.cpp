@@ -36,9 +36,30 @@ std::string readText(const fs::path& file) {
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
+// A scenario may come from somebody else, and its keys and texts get to a terminal. Controls are
+// shown as JSON writes them; those from U+0080 to U+009F have C2 in front.
+std::string withoutControls(const std::string& text) {
+    std::string result;
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        const bool second =
+            !result.empty() && result.back() == '\xC2' && byte >= 0x80 && byte < 0xA0;
+        if (second) {
+            result.pop_back();
+        }
+        if (second || byte < 0x20 || byte == 0x7F) {
+            result += fmt::format("\\u{:04x}", byte);
+        } else {
+            result += character;
+        }
+    }
+    return result;
+}
+
 std::string compose(const std::string& source, const std::string& place, const std::string& reason,
                     const std::string& advice) {
-    return fmt::format("{}: {}{}{}. {}.", source, place, place.empty() ? "" : ": ", reason, advice);
+    return withoutControls(
+        fmt::format("{}: {}{}{}. {}.", source, place, place.empty() ? "" : ": ", reason, advice));
 }
 
 }  // namespace

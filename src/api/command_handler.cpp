@@ -46,10 +46,12 @@ void initialize() {
         // many a scan might find. Pinned by CommandHandler.InitializeCountsOneController.
         CommandHandler::m_ControllerCount = 1;
         CVeskNVMeMonitor* const monitor = CVeskNVMeMonitor::getUniqueInstance();
-        if (monitor != nullptr) {
-            monitor->startMonitoring();
-            logCommand("Event monitoring started...");
+        if (monitor == nullptr) {
+            // A start that went on would count a controller and never look at its events.
+            throw std::bad_alloc();
         }
+        monitor->startMonitoring();
+        logCommand("Event monitoring started...");
     }
     CommandHandler::m_libraryInitialized = 1;
     logCommand("end of ZT_API_Initialize.");

@@ -19,7 +19,8 @@ public:
     static CVeskNVMeMonitor* getUniqueInstance();  // null if it could not be created
     static VOID_ destroyMe();
 
-    // Starts the thread. On a monitor that was started before, this ends the process.
+    // Starts the thread, also behind a stop that threw because there was none. While a thread runs,
+    // this ends the process.
     VOID_ startMonitoring();
 
     // Signals the thread and waits for it, up to a whole polling interval. Throws std::system_error

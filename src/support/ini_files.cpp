@@ -129,8 +129,8 @@ VOID_ VeskNVMeLibrary_Helper::getLinuxINIPath() {
     for (const char* folder : kIniFolders) {
         std::FILE* file = std::fopen((std::string(folder) + kConfigFile).c_str(), "r");
         if (file != nullptr) {
+            std::fclose(file);  // first, as the text may find no memory
             m_LibPath = folder;
-            std::fclose(file);
             found = true;
             break;
         }
@@ -242,16 +242,23 @@ INTEGER VeskNVMeLibrary_Helper::readPollingIntervalFromINIFile() {
                                     text);
     } catch (const std::ios_base::failure&) {
         // The same: the default. An exception would end the process from the polling thread.
+        // ODDITY: that of a line without "=" and a value does. Pinned by
+        // EventMonitorDeathTest.IntervalLineWithoutAValueEndsTheProcess.
     } catch (const std::bad_alloc&) {
         // The same.
     }
     stg::logLine("CVeskNVMeMonitor::polling(): Polling interval value read from config file: ",
                  text);
-    const INTEGER seconds = toNumber(
-        text, "CVeskNVMeMonitor::polling(): Polling interval value (in integer): ",
-        "CVeskNVMeMonitor::polling(): Error converting polling interval from config file, to "
-        "integer: ",
-        kDefaultPollingInterval);
+    INTEGER seconds = kDefaultPollingInterval;
+    try {
+        seconds = toNumber(
+            text, "CVeskNVMeMonitor::polling(): Polling interval value (in integer): ",
+            "CVeskNVMeMonitor::polling(): Error converting polling interval from config file, to "
+            "integer: ",
+            kDefaultPollingInterval);
+    } catch (const std::bad_alloc&) {
+        // There is none either for the exception that says that the text is no number.
+    }
     LOG_EXIT;
     return seconds;
 }

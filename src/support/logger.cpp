@@ -75,6 +75,8 @@ VOID_ CLogger::startDebug() {
     m_logPath = getLogFilePath();
     m_active.store(true, std::memory_order_relaxed);
     m_reopening = false;
+    // ODDITY: a file that cannot be opened here is not tried again by the lines, which are dropped
+    // until another start. Pinned by Logger.FileThatCannotBeOpenedDropsTheLines.
     // ODDITY: a start on an open file fails the stream, and a failed stream is rotated and opened
     // anew by the next line: a start that is tried again begins a new file. Pinned by
     // RunningLogger.StartOnAnOpenFileRotatesItAtTheNextLine.

@@ -2,7 +2,10 @@
 // host.
 #include "api/command_handler.h"
 #include "api/error_state.h"
+#include "api/lib_initializer.h"
 #include "events/event_monitor.h"
+#include "failing_calls.h"
+#include "memory_faults.h"
 #include "noise.h"
 #include "sim_host.h"
 #include "transport/vmware_device_talker.h"
@@ -10,12 +13,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <future>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -116,6 +123,85 @@ TEST(LibraryStart, PlainStartAfterTearDownStartsAgain) {
     EXPECT_EQ(ZT_Adapter_GetCount(), 1);
     ZNV_Library_Finalize();
     EXPECT_EQ(host.driver().openHandles(), 0U);
+}
+
+namespace {
+
+// A tear-down that finds no thread throws and leaves a monitor whose stop is given.
+void expectTearDownToThrow() {
+    EXPECT_THROW(ZNV_Library_Finalize(), std::system_error);
+}
+
+void expectNextStartToPoll(SimHost& host) {
+    // The next scan would leave the connection of the last one open.
+    CLibInitializer::deleteOSdeviceTalkerInstance();
+    ZNV_Library_Initialize();
+    EXPECT_EQ(ZT_Adapter_GetCount(), 1);
+    EXPECT_TRUE(host.gate().waitForSleeper(1));
+    host.gate().releaseAll();
+    ZNV_Library_Finalize();
+    EXPECT_EQ(host.driver().openHandles(), 0U);
+    EXPECT_EQ(CVeskNVMeMonitor::m_pNVMeMonitorInstance, nullptr);
+}
+
+}  // namespace
+
+TEST(LibraryStart, PollsBehindATearDownThatCameBeforeSetUp) {
+    SimHost host;
+    expectTearDownToThrow();
+    expectNextStartToPoll(host);
+}
+
+TEST(LibraryStart, PollsBehindATearDownWithoutAController) {
+    vesksim::Scenario none;
+    none.adapters.clear();
+    SimHost host(none);
+    ZNV_Library_Initialize();
+    expectTearDownToThrow();
+    host.driver().load(vesksim::Scenario());
+    expectNextStartToPoll(host);
+}
+
+TEST(LibraryStart, PollsBehindATearDownOfAStartWhoseThreadWasRefused) {
+    SimHost host;
+    {
+        const vesktest::FailingCalls failing([](const char* call, const std::string&) {
+            return std::string(call) == "pthread_create" ? EAGAIN : 0;
+        });
+        EXPECT_THROW(ZNV_Library_Initialize(), std::system_error);
+    }
+    expectTearDownToThrow();
+    expectNextStartToPoll(host);
+}
+
+// A start takes no notice of what the tear-down before it threw; the tear-down does.
+TEST(LibraryStop, EachFurtherOneWithoutAThreadThrowsFutureError) {
+    SimHost host;
+    expectTearDownToThrow();
+    EXPECT_THROW(ZNV_Library_Finalize(), std::future_error);
+    expectNextStartToPoll(host);
+}
+
+TEST(LibraryStart, WithoutMemoryForTheMonitorThrowsAndCanBeTriedAgain) {
+    if (!vesktest::kCanFailNew) {
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
+    }
+    SimHost host;
+    bool thrown = false;
+    // The simulated host has allocations of that size too: without them no controller is found.
+    for (unsigned nth = 1; CommandHandler::m_ControllerCount == 0; ++nth) {
+        CommandHandler::m_libraryInitialized = 0;
+        const vesktest::FailNew fault(vesktest::AllocationSize::exactly(sizeof(CVeskNVMeMonitor)),
+                                      nth);
+        try {
+            ZNV_Library_Initialize();
+        } catch (const std::bad_alloc&) {
+            thrown = true;
+        }
+    }
+    EXPECT_TRUE(thrown);
+    EXPECT_EQ(CommandHandler::m_libraryInitialized, 0);
+    expectNextStartToPoll(host);
 }
 
 namespace {

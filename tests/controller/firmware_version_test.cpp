@@ -27,11 +27,17 @@ TEST(FirmwareVersion, IsReadWholeWhileAnotherCallWritesIt) {
             controller.setAttributes(reply);
         }
     });
-    int torn = 0;
-    for (int call = 0; call < 20000; ++call) {
+    const auto read = [] {
         Adapter_OEM_Data data{};
         ZT_Adapter_Get_OEM_Data(0, &data);
-        const _PackageVersion& version = data.firmwareVersion;
+        return data.firmwareVersion;
+    };
+    while (read().majorVersion == 0) {  // the writer may begin late
+        std::this_thread::yield();
+    }
+    int torn = 0;
+    for (int call = 0; call < 20000; ++call) {
+        const _PackageVersion version = read();
         const bool whole = version.majorVersion == version.minorVersion &&
                            version.minorVersion == version.revisionNumber &&
                            version.revisionNumber == version.buildNumber;

@@ -41,7 +41,7 @@ def quoted(text):
 def main():
     listed = subprocess.run(["ctest", "--test-dir", BUILD, "-N"], capture_output=True, text=True,
                             check=True).stdout
-    tests = set(re.findall(r"^ +Test +#\d+: (\S+)$", listed, re.MULTILINE))
+    tests = set(re.findall(r"^ +Test +#\d+: (\S+)", listed, re.MULTILINE))
     tests |= {re.sub(r"^\w+/|/\w+$", "", test) for test in tests}
     library = LIBRARY.read_bytes()
     codes = (DOCS / "veskctl-json.md").read_text() + (DOCS / "veskctl.md").read_text()

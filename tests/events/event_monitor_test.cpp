@@ -197,6 +197,19 @@ TEST(EventMonitor, NewInstanceStartsAgain) {
     }
 }
 
+TEST(EventMonitor, StartsAgainBehindAStopWithoutBeingDestroyed) {
+    const PrivateHost host;
+    for (int life = 0; life < 2; ++life) {
+        SleepGate gate;
+        CVeskNVMeMonitor* const monitor = CVeskNVMeMonitor::getUniqueInstance();
+        monitor->startMonitoring();
+        EXPECT_TRUE(gate.waitForSleeper(1));
+        gate.releaseAll();
+        monitor->stopMonitoring();
+    }
+    CVeskNVMeMonitor::destroyMe();
+}
+
 // Whether the kernel has the thread of this process wait.
 bool isBlocked(pid_t thread) {
     std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
@@ -256,6 +269,20 @@ TEST(EventMonitorDeathTest, DestructionWhileItPollsEndsTheProcess) {
             CVeskNVMeMonitor::destroyMe();
         },
         ::testing::KilledBySignal(SIGABRT), "");
+}
+
+// The thread has no handler: without "=" and a value, the line throws std::out_of_range.
+TEST(EventMonitorDeathTest, IntervalLineWithoutAValueEndsTheProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const PrivateHost host;
+    configure(host, "[Polling]\npollingIntervalInSeconds\n");
+    EXPECT_DEATH(
+        {
+            SleepGate gate;
+            CVeskNVMeMonitor::getUniqueInstance()->startMonitoring();
+            gate.waitForSleeper(1);
+        },
+        "terminate called");
 }
 
 TEST(EventMonitor, SecondStartEndsTheProcess) {

@@ -32,6 +32,11 @@ namespace {
 
 using namespace vesktest;
 
+// As the library is loaded: nothing was found yet, and the text has no room for a folder.
+void forgetFolder() {
+    std::string().swap(VeskNVMeLibrary_Helper::m_LibPath);
+}
+
 // Many lives of the library in one process.
 class LifeSweep : public ::testing::TestWithParam<Row> {
 protected:
@@ -52,7 +57,7 @@ protected:
         CommandHandler::m_libraryInitialized = 0;
         CommandHandler::m_libraryFinalized = 0;
         CommandHandler::m_ControllerCount = 0;
-        VeskNVMeLibrary_Helper::m_LibPath = kFirstIniFolder;
+        forgetFolder();
         m_host.driver().forgetHistory();
         m_host.files().writeMappingIni(m_mapping);
         if (GetParam().logged) {
@@ -142,8 +147,10 @@ TEST_P(StartSweep, StartFailsAsPromisedAndTheNextOneWorks) {
                        << "a refused thread, and nothing else";
                }
                EXPECT_TRUE(answer.result == 0 || answer.result == 1);
-               if (Resources().threads > before.threads) {
-                   EXPECT_EQ(answer.thrown, "");
+               const bool polls = Resources().threads > before.threads;
+               EXPECT_EQ(polls, answer.thrown.empty() && CommandHandler::m_ControllerCount == 1)
+                   << "a start that says it is one polls";
+               if (polls) {
                    EXPECT_EQ(ZT_Adapter_GetCount(), 1);
                    EXPECT_TRUE(m_gate->waitForSleeper(1));
                    stop();
@@ -264,25 +271,78 @@ TEST(MarkSweep, MarkIsTheOldOneOrTheNewOneAndStoredIfItIsSaidToBe) {
           kMark);
 }
 
-TEST(FolderSweep, FolderStaysAsItWasWithoutAConfiguration) {
+class FolderSweep : public ::testing::Test {
+protected:
+    // Ends the commands that looked for the working folder, whose streams stay open.
+    static void sweepSearch(const Extent& extent, const std::string& found) {
+        const Resources before;
+        std::size_t commandsRun = 0;
+        Answer answer;
+        sweep({forgetFolder,
+               [&answer] {
+                   answer = guarded([] {
+                       const InLibrary inside;
+                       VeskNVMeLibrary_Helper::getLinuxINIPath();
+                       return Answer();
+                   });
+               },
+               [&](const Injection&) {
+                   EXPECT_TRUE(answer.thrown.empty() || answer.thrown == "std::bad_alloc");
+                   const std::string& folder = VeskNVMeLibrary_Helper::m_LibPath;
+                   EXPECT_TRUE(folder.empty() || folder == found) << folder;
+                   while (waitpid(-1, nullptr, 0) > 0) {
+                       ++commandsRun;
+                   }
+                   Resources expected = before;
+                   expected.descriptors += commandsRun;
+                   EXPECT_EQ(Resources(), expected);
+               }},
+              extent);
+    }
+
+    const PrivateHost m_files;
+};
+
+TEST_F(FolderSweep, FolderStaysEmptyWithoutAConfiguration) {
+    sweepSearch(kFolder, "");
+}
+
+TEST_F(FolderSweep, FolderIsThatOfTheConfigurationOrStaysEmpty) {
+    m_files.writeConfigIni("[Logging]\n");
+    sweepSearch(kFolderWithConfiguration, kFirstIniFolder);
+}
+
+// On the polling thread, where an exception would end the process.
+TEST(IntervalSweep, IntervalIsThatOfTheFileOrTheDefaultAndNothingIsThrown) {
     const PrivateHost files;
-    VeskNVMeLibrary_Helper::m_LibPath = "/scratch/earlier/";
-    Answer answer;
-    sweep({[] {},
-           [&answer] {
-               answer = guarded([] {
-                   const InLibrary inside;
-                   VeskNVMeLibrary_Helper::getLinuxINIPath();
-                   return Answer();
-               });
-           },
-           [&answer](const Injection&) {
-               EXPECT_TRUE(answer.thrown.empty() || answer.thrown == "std::bad_alloc");
-               EXPECT_EQ(VeskNVMeLibrary_Helper::m_LibPath, "/scratch/earlier/");
-               while (waitpid(-1, nullptr, 0) > 0) {
-               }
-           }},
-          kFolder);
+    VeskNVMeLibrary_Helper::m_LibPath = kFirstIniFolder;
+    const struct {
+        const char* value;
+        INTEGER seconds;
+    } rows[] = {{"60", 60}, {"text", 50}, {"99999999999", 50}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.value);
+        files.writeConfigIni(std::string("[Polling]\npollingIntervalInSeconds=") + row.value +
+                             '\n');
+        const Resources before;
+        Answer answer;
+        sweep({[] {},
+               [&answer] {
+                   answer = guarded([] {
+                       Answer result;
+                       const InLibrary inside;
+                       result.result = VeskNVMeLibrary_Helper::readPollingIntervalFromINIFile();
+                       return result;
+                   });
+               },
+               [&](const Injection&) {
+                   EXPECT_EQ(answer.thrown, "");
+                   EXPECT_TRUE(answer.result == row.seconds || answer.result == 50)
+                       << answer.result;
+                   EXPECT_EQ(Resources(), before);
+               }},
+              kInterval);
+    }
 }
 
 // What symbols.txt says of calls that are swept holds for a library that makes them.

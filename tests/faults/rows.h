@@ -51,5 +51,7 @@ constexpr Row kStopRows[] = {
 constexpr Extent kRotation = {259};
 constexpr Extent kMark = {59};
 constexpr Extent kFolder = {29};
+constexpr Extent kFolderWithConfiguration = {16};
+constexpr Extent kInterval = {20};
 
 }  // namespace vesktest

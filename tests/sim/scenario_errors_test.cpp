@@ -37,6 +37,12 @@ const struct {
      "expected '[', '{', or a literal. Correct the JSON there."},
     {R"({"adapters": [{"name": "a", "name": "b"}]})",
      "/adapters/0/name: the key stands here twice. Take one of the two out."},
+    {R"({"adap\u001b[31mters\u007f\u0080\u009f\u00a0": []})",
+     "/adap\\u001b[31mters\\u007f\\u0080\\u009f\u00a0: the key is not known here. Take it out, or "
+     "write one of $schema, description, noise_seed, adapter_list, adapters, host_files."},
+    {R"({"adapters": [{"name": "\u001b[2J"}]})",
+     "/adapters/0/name: \"\\u001b[2J\" cannot be a name. Write 1 to 31 ASCII characters without "
+     "blanks."},
     {R"({"adapters": [{"name": "a"}, {"name": "a", "pci_address": "0000:01:00.0"}]})",
      "/adapters/1/name: the same value stands in an entry before this one. Give each entry its "
      "own."},

@@ -129,14 +129,18 @@ TEST_F(LogRotation, FailedRenameGivesOneAndTheOthersGoOn) {
 
 TEST_F(LogRotation, FileThatCannotBeReadIsPassedOver) {
     lout.startDebug();
-    writeNumbered({1, 4});
+    writeNumbered({1, 3, 4, 6});
     const FailingCalls failing([](const char* function, const std::string& path) {
-        return vesktest::isOpening(function) && path == numbered(4) ? EACCES : 0;
+        return vesktest::isOpening(function) && (path == numbered(4) || path == numbered(6))
+                   ? EACCES
+                   : 0;
     });
     EXPECT_EQ(rotate(), 0);
+    // Number 4 stayed, and gave way when number 3 moved onto it.
     EXPECT_EQ(files(), (Files{{"libVeskNVMe.log.1", ""},
                               {"libVeskNVMe.log.2", "file 1"},
-                              {"libVeskNVMe.log.4", "file 4"}}));
+                              {"libVeskNVMe.log.4", "file 3"},
+                              {"libVeskNVMe.log.6", "file 6"}}));
 }
 
 TEST_F(LogRotation, FailedRemoveIsIgnored) {

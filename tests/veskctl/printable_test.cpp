@@ -30,7 +30,10 @@ TEST(Printable, HiddenCharactersAreShownOrEscaped) {
         {"\u202A\u202E", "??", "\\u202a\\u202e"},
         {"\u2066\u2069", "??", "\\u2066\\u2069"},
         {"\uFEFF", "?", "\\ufeff"},
+        // The first and the last of the second set of controls, and what stands around it.
+        {"~\x7F\u0080", "~??", "~\\u007f\\u0080"},
         {"\u0085", "?", "\\u0085"},
+        {"\u009F\u00A0", "?\u00A0", "\\u009f\u00A0"},
         {"\x7F", "?", "\\u007f"},
         {"\u00AD", "?", "\\u00ad"},
         {"\U000E0041", "?", "\\udb40\\udc41"},

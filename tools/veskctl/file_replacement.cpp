@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,7 +18,12 @@ namespace veskctl {
 
 namespace {
 
-bool writeAll(int descriptor, const std::string& text, unsigned mode) {
+struct Owner {
+    uid_t user;
+    gid_t group;
+};
+
+bool writeAll(int descriptor, const std::string& text) {
     std::size_t written = 0;
     while (written < text.size()) {
         const ssize_t count = write(descriptor, text.data() + written, text.size() - written);
@@ -25,12 +32,31 @@ bool writeAll(int descriptor, const std::string& text, unsigned mode) {
         }
         written += count > 0 ? static_cast<std::size_t>(count) : 0;
     }
-    return fchmod(descriptor, mode) == 0 && fsync(descriptor) == 0;
+    return true;
 }
 
-[[noreturn]] void fail(const std::string& path, int error) {
-    throw ProblemError(
-        {ProblemKind::Internal, format("{} cannot be written: {}", path, std::strerror(error))});
+// Without an owner, that of this process. 0, or the error by which nothing has changed.
+int putInPlaceOf(const std::string& path, const std::string& text, unsigned mode,
+                 const Owner* owner) {
+    std::string beside = path + ".XXXXXX";
+    const int descriptor = mkostemp(beside.data(), O_CLOEXEC);
+    if (descriptor < 0) {
+        return errno;
+    }
+    const bool written = (owner == nullptr || fchown(descriptor, owner->user, owner->group) == 0) &&
+                         writeAll(descriptor, text) && fchmod(descriptor, mode) == 0 &&
+                         fsync(descriptor) == 0;
+    int error = written ? 0 : errno;
+    if (close(descriptor) != 0 && error == 0) {
+        error = errno;
+    }
+    if (error == 0 && rename(beside.c_str(), path.c_str()) != 0) {
+        error = errno;
+    }
+    if (error != 0) {
+        unlink(beside.c_str());
+    }
+    return error;
 }
 
 }  // namespace
@@ -41,22 +67,23 @@ void replaceFile(const std::string& path, const std::string& text, unsigned mode
         throw ProblemError(
             {ProblemKind::Internal, path + " is no file, so it is not replaced; name a file"});
     }
-    std::string beside = path + ".XXXXXX";
-    const int descriptor = mkostemp(beside.data(), O_CLOEXEC);
-    if (descriptor < 0) {
-        fail(path, errno);
+    const int error = putInPlaceOf(path, text, mode, nullptr);
+    if (error != 0) {
+        throw ProblemError({ProblemKind::Internal,
+                            format("{} cannot be written: {}", path, std::strerror(error))});
     }
-    const bool written = writeAll(descriptor, text, mode);
-    int error = errno;
-    const bool closed = close(descriptor) == 0;
-    if (written && !closed) {
-        error = errno;
+}
+
+bool replaceFileAlike(const std::string& path, const std::string& text) {
+    std::error_code unresolved;
+    const std::string file = std::filesystem::canonical(path, unresolved).string();
+    struct stat status = {};
+    if (unresolved || stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_nlink != 1) {
+        return false;
     }
-    if (!written || !closed || rename(beside.c_str(), path.c_str()) != 0) {
-        error = written && closed ? errno : error;
-        unlink(beside.c_str());
-        fail(path, error);
-    }
+    const Owner owner = {status.st_uid, status.st_gid};
+    return putInPlaceOf(file, text, status.st_mode & 07777U, &owner) == 0;
 }
 
 }  // namespace veskctl

@@ -1,5 +1,6 @@
 #include "veskctl/mark_file.h"
 
+#include "veskctl/file_replacement.h"
 #include "veskctl/format.h"
 #include "veskctl/problem.h"
 #include "veskctl/sequence_mark.h"
@@ -69,19 +70,18 @@ bool writeAll(int descriptor, const std::string& text, std::size_t from) {
     return ftruncate(descriptor, static_cast<off_t>(text.size())) == 0;
 }
 
+bool isFileAt(const std::string& path, int descriptor) {
+    struct stat there = {};
+    struct stat open = {};
+    return stat(path.c_str(), &there) == 0 && fstat(descriptor, &open) == 0 &&
+           there.st_dev == open.st_dev && there.st_ino == open.st_ino;
+}
+
 }  // namespace
 
-MarkLock::MarkLock(const std::string& path)
-    : m_descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
-    if (m_descriptor == -1) {
-        return;
-    }
-    for (int attempt = 0; flock(m_descriptor, LOCK_EX | LOCK_NB) != 0; ++attempt) {
-        if (errno != EWOULDBLOCK && errno != EINTR) {
-            return;
-        }
+MarkLock::MarkLock(const std::string& path) {
+    for (int attempt = 0; !take(path); ++attempt) {
         if (attempt == kLockAttempts) {
-            close(m_descriptor);
             throw ProblemError({ProblemKind::MarkInUse,
                                 format("another veskctl has held {} for 10 seconds; wait until it "
                                        "has taken its events, or end it",
@@ -89,6 +89,22 @@ MarkLock::MarkLock(const std::string& path)
         }
         std::this_thread::sleep_for(kLockPause);
     }
+}
+
+// Opened anew each time: who holds the lock may put another file in its place.
+bool MarkLock::take(const std::string& path) {
+    m_descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (m_descriptor == -1) {
+        return true;
+    }
+    const bool locked = flock(m_descriptor, LOCK_EX | LOCK_NB) == 0;
+    const bool waiting =
+        locked ? !isFileAt(path, m_descriptor) : errno == EWOULDBLOCK || errno == EINTR;
+    if (waiting) {
+        close(m_descriptor);
+        m_descriptor = -1;
+    }
+    return !waiting;
 }
 
 MarkLock::~MarkLock() {
@@ -140,9 +156,14 @@ void replaceText(const std::string& path, const std::string& before, const std::
         before.begin() + static_cast<std::ptrdiff_t>(std::min(before.size(), after.size())),
         after.begin());
     const auto from = static_cast<std::size_t>(first - before.begin());
+    // To replace a file takes no right to write it; to change its mark does.
     const int descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor == -1) {
         failed(path, errno);
+    }
+    if (replaceFileAlike(path, after)) {
+        close(descriptor);
+        return;
     }
     if (!writeAll(descriptor, after, from)) {
         const int error = errno;
@@ -159,16 +180,12 @@ std::string backUp(const std::string& path, const std::string& text) {
     const std::string backup = path + ".bak";
     struct stat status = {};
     const mode_t mode = stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0600;
-    const int descriptor = open(backup.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW, mode);
-    const bool written = descriptor != -1 && writeAll(descriptor, text, 0);
-    const int error = errno;
-    if (descriptor != -1) {
-        close(descriptor);
-    }
-    if (!written) {
-        throw ProblemError({ProblemKind::MarkNotStored,
-                            format("{} cannot be backed up as {}: {}; nothing was changed", path,
-                                   backup, std::strerror(error))});
+    try {
+        replaceFile(backup, text, mode);
+    } catch (const ProblemError& error) {
+        throw ProblemError(
+            {ProblemKind::MarkNotStored, format("{} was not changed, as it cannot be backed up: {}",
+                                                path, error.problem().message)});
     }
     return backup;
 }

@@ -8,7 +8,8 @@
 namespace veskctl {
 
 // An advisory lock on the file, among runs of this program: two that read events by one mark would
-// both get them. Other programs that have the library loaded do not heed it.
+// both get them. Other programs that have the library loaded do not heed it. It ends where
+// replaceText() puts another file in the place of this one.
 class MarkLock {
 public:
     // Waits for some seconds; then throws ProblemError. A file that cannot be opened or locked is
@@ -20,6 +21,9 @@ public:
     MarkLock& operator=(const MarkLock&) = delete;
 
 private:
+    // False while another one has it.
+    bool take(const std::string& path);
+
     int m_descriptor = -1;
 };
 
@@ -30,7 +34,9 @@ std::string withMark(const std::string& text, const std::string& path, std::uint
 // The same for a text that only the library is to read: never throws, drops what stands in the way.
 std::string copyWithMark(const std::string& text, std::uint32_t number);
 
-// Puts the text into the file, in place: owner, rights and links stay. Throws ProblemError.
+// Puts the text into the file; owner, rights and links stay. Whoever reads it meanwhile, or after a
+// kill, finds the text before or this one, unless no file can be put beside it: then it is written
+// in place. Throws ProblemError.
 void replaceText(const std::string& path, const std::string& before, const std::string& after);
 
 // Beside the file; what it is named. Throws ProblemError.
