@@ -83,10 +83,10 @@ bool isToFail(AllocationFault* fault, std::size_t size) {
     if (fault->nth == 0 || fault->seen < fault->nth || fault->seen - fault->nth > fault->others) {
         return false;
     }
-    if (!fault->triggered) {
-        fault->failedSize = size;
+    if (fault->failed < sizeof(fault->failedSizes) / sizeof(fault->failedSizes[0])) {
+        fault->failedSizes[fault->failed] = size;
     }
-    fault->triggered = true;
+    ++fault->failed;
     return true;
 }
 
