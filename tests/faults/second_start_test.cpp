@@ -1,5 +1,5 @@
-// A start under a fault, and then what a host does that knows the exported functions alone: it stops
-// what runs, starts anew, is given all events, and stops.
+// A start under a fault, and then what a host does that knows the exported functions alone: it
+// stops what runs, starts anew, is given all events, and stops.
 #include "fault.h"
 #include "operation.h"
 #include "rows.h"
@@ -130,7 +130,9 @@ TEST_P(SecondStart, BringsAllEventsWhateverFailedInTheFirst) {
                keepsMemory = left != 0 || m_commandsRun != commands;
                answer = Answer();
            },
-           [&keepsMemory] { return keepsMemory; }},
+           [&keepsMemory] {
+               return keepsMemory;
+           }},
           GetParam().extent);
 }
 
