@@ -1,6 +1,6 @@
-// The trace log: three threads insert pieces and whole lines at the same time, and each thread's must
-// stand in the file whole and in order. Input: pieces, each with a byte that says whose and what it
-// is; texts that are repeated have one more, up to 1.7 MB at the most.
+// The trace log: three threads insert pieces and whole lines at the same time, and each thread's
+// must stand in the file whole and in order. Input: pieces, each with a byte that says whose and
+// what it is; texts that are repeated have one more, up to 1.7 MB at the most.
 #include "fuzz_target.h"
 #include "input.h"
 #include "private_host.h"

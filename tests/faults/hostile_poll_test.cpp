@@ -18,6 +18,7 @@
 #include <future>
 #include <string>
 #include <thread>
+#include <variant>
 #include <vector>
 
 namespace {
@@ -26,8 +27,10 @@ using namespace vesktest;
 using Records = std::vector<std::vector<std::uint8_t>>;
 
 constexpr unsigned kReadEventLog = 0x4FE;
-// They reach into the last of the log's 16 pages.
-constexpr std::size_t kEventsOfAllPages = 900;
+// They reach into the last of the log's 16 pages: each but that one has 16 lines of 254 bytes, the
+// last of them with 8 bytes on the next page.
+constexpr std::size_t kEventsOfAllPages = 250;
+constexpr std::size_t kPadding = 254 - 70;
 // Each page but the last cuts a line, which takes a read of its own.
 constexpr int kReadsOfAPoll = 16 + 15;
 
@@ -37,7 +40,16 @@ const Operation& eventCall() {
 
 class DeviceThatDies : public ::testing::Test {
 protected:
-    DeviceThatDies() : m_host(scenarioFor(false, kEventsOfAllPages)) {
+    static vesksim::Scenario longLines() {
+        vesksim::Scenario scenario = scenarioFor(false, kEventsOfAllPages);
+        for (vesksim::EventEntry& event : scenario.adapters[0].events) {
+            std::string& line = std::get<std::string>(event);
+            line.insert(line.rfind('_'), kPadding, '.');
+        }
+        return scenario;
+    }
+
+    DeviceThatDies() : m_host(longLines()) {
         EXPECT_EQ(m_host.start(), 1);
         EXPECT_TRUE(m_host.gate().waitForSleeper(1));
         m_mapping = m_host.files().read(kMappingIniPath);
