@@ -78,7 +78,7 @@ public:
     }
     void insertUntilNul(const std::string& text) {
         m_steps.emplace_back([text] { stg::lout << text.c_str(); });
-        append(text.c_str());
+        append(std::string(text.c_str()));
     }
     void insert(int number) {
         m_steps.emplace_back([number] { stg::lout << number; });
