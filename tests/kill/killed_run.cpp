@@ -171,6 +171,7 @@ std::size_t killAtEachCall(const std::function<void()>& prepare, const std::func
         kills += killed ? 1 : 0;
         check();
     }
+    std::printf("%zu kills\n", kills);
     return kills;
 }
 

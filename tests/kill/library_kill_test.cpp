@@ -16,7 +16,6 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -182,7 +181,6 @@ TEST_F(KilledLibrary, StartWithTheLogLeavesWholeLinesAndAllEvents) {
                 << "the next life goes on behind it";
         },
         vesktest::Calls::kAll, step);
-    std::printf("%zu kills\n", kills);
     EXPECT_GT(kills * step, 1000U);
     EXPECT_NE(log.find("polling started"), std::string::npos);
 }
