@@ -55,8 +55,11 @@ inline void floorRewrite(const char* path, long number) {
     const ssize_t length = pread(file, tail, sizeof tail, from);
     const void* const sign = memrchr(tail, '=', static_cast<std::size_t>(length));
     const std::string text = std::to_string(number);
+    if (sign == nullptr) {
+        std::abort();
+    }
     const off_t place = from + (static_cast<const char*>(sign) - tail) + 1;
-    if (sign == nullptr || pwrite(file, text.data(), text.size(), place) < 0) {
+    if (pwrite(file, text.data(), text.size(), place) < 0) {
         std::abort();
     }
     close(file);

@@ -1,9 +1,11 @@
-// The trace log: three threads insert pieces at the same time, and each thread's lines must stand
-// in the file whole and in order. Input: pieces, each with a byte that says whose and what it is.
+// The trace log: three threads insert pieces and whole lines at the same time, and each thread's
+// must stand in the file whole and in order. Input: pieces, each with a byte that says whose and
+// what it is; texts that are repeated have one more, up to 1.7 MB at the most.
 #include "fuzz_target.h"
 #include "input.h"
 #include "private_host.h"
 
+#include "support/log_line.h"
 #include "support/logger.h"
 
 #include <condition_variable>
@@ -21,6 +23,8 @@ namespace {
 using veskfuzz::require;
 
 constexpr std::size_t kThreads = 3;
+constexpr std::size_t kBufferLimit = 0xFFFFF;
+constexpr int kMostLongTexts = 2;  // they take their time
 // Begins each entry of the file; pieces that contain it are not inserted.
 const std::string kEntry = "(T: ";
 
@@ -74,7 +78,7 @@ public:
     }
     void insertUntilNul(const std::string& text) {
         m_steps.emplace_back([text] { stg::lout << text.c_str(); });
-        append(text.c_str());
+        append(std::string(text.c_str()));
     }
     void insert(int number) {
         m_steps.emplace_back([number] { stg::lout << number; });
@@ -84,9 +88,16 @@ public:
         m_steps.emplace_back([character] { stg::lout << character; });
         append(std::string(1, character));
         if (character == '\n') {
-            m_entries.emplace_back(m_line.c_str());  // up to its first NUL
-            m_line.clear();
+            end();
         }
+    }
+    // All of a line by one statement.
+    void insertLine(const std::string& text, int number) {
+        m_steps.emplace_back([text, number] { stg::logLine(text, number); });
+        append(text);
+        append(std::to_string(number));
+        append("\n");
+        end();
     }
 
     void run() const {
@@ -97,7 +108,17 @@ public:
     const std::vector<std::string>& entries() const { return m_entries; }
 
 private:
-    void append(const std::string& text) { m_line += text; }
+    // What is too long for a buffer is an entry of its own.
+    void append(const std::string& text) {
+        m_line += text;
+        if (m_line.size() > kBufferLimit) {
+            end();
+        }
+    }
+    void end() {
+        m_entries.emplace_back(m_line.c_str());  // up to its first NUL
+        m_line.clear();
+    }
 
     std::vector<std::function<void()>> m_steps;
     std::string m_line;
@@ -122,8 +143,22 @@ std::map<std::string, std::vector<std::string>> entriesOf(const std::string& fil
     return entries;
 }
 
+std::string repeated(const std::string& text, std::size_t times) {
+    std::string result;
+    for (std::size_t i = 0; i < times; ++i) {
+        result += text;
+    }
+    return result;
+}
+
 std::vector<Statements> statementsOf(veskfuzz::Input input) {
     std::vector<Statements> threads(kThreads);
+    int longTexts = 0;
+    const auto repeatedText = [&](const std::string& text) {
+        const std::size_t times = input.byte();
+        const bool isLong = times > 0xF0 && ++longTexts <= kMostLongTexts;
+        return repeated(text, isLong ? times * 1000 : times % 16);
+    };
     while (!input.empty()) {
         const unsigned kind = input.byte();
         Statements& thread = threads[kind / 64 % kThreads];
@@ -137,14 +172,19 @@ std::vector<Statements> statementsOf(veskfuzz::Input input) {
             thread.insert('\n');
             break;
         case 2:
-        case 3:
             thread.insert(text);
+            break;
+        case 3:
+            thread.insert(repeatedText(text));
             break;
         case 4:
             thread.insertUntilNul(text);
             break;
         case 5:
             thread.insert(static_cast<int>(input.number()));
+            break;
+        case 6:
+            thread.insertLine(repeatedText(text), static_cast<int>(input.number()));
             break;
         default:
             thread.insert(text.empty() ? '\0' : text[0]);

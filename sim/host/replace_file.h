@@ -7,7 +7,8 @@
 
 namespace vesksim {
 
-// Written beside, under a name that is this process's own, and renamed. Throws std::system_error.
+// Written beside, under a name that is this process's own, and renamed. A process that is killed
+// before it renames leaves that file, FILE.PID.new, which nobody reads. Throws std::system_error.
 void replaceFile(const std::filesystem::path& file, const std::string& text);
 
 }  // namespace vesksim

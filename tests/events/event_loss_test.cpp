@@ -53,6 +53,23 @@ TEST(EventLoss, LastPageThatCouldNotBeReadComesWithTheNextPoll) {
     EXPECT_EQ(host.deliverNumbers(), numbers(4, 6));
 }
 
+TEST(EventLoss, CutLineWhoseEndCouldNotBeReadIsPassedByALaterOne) {
+    const std::string cut = eventLines(3, 3);
+    const std::size_t begin = vesktest::kEventPageSize - (cut.size() - 4);
+    QuietEventHost host(mappingWithMark("0\n"));
+    host.area().putPage(0, std::string(begin - vesktest::kEventTextStart, '\n'));
+    host.area().putPage(0, eventLines(1, 2));
+    host.area().put(begin, cut);
+    host.area().putPage(1, eventLines(4, 6));
+    host.talker().hook = [](std::size_t read) {
+        return read != 2;
+    };
+    host.poll();
+    EXPECT_EQ(host.deliverNumbers(), (Numbers{1, 2, 4, 5, 6}));
+    host.poll();
+    EXPECT_EQ(host.deliverNumbers(), Numbers{}) << "3 is below the mark";
+}
+
 struct Delivery {
     unsigned newest;  // the controller holds the numbers from 1 on
     Numbers delivered;

@@ -75,18 +75,21 @@ void Injection::end() {
     t_announced = nullptr;
     t_inForce = nullptr;
     if (m_malloc) {
-        m_triggered = m_malloc->triggered();
-        const std::size_t size = m_malloc->failedSize();
-        m_malloc.reset();
-        m_failedCall = "malloc " + std::to_string(size);
+        endOf("malloc ", m_malloc);
     } else if (m_new) {
-        m_triggered = m_new->triggered();
-        const std::size_t size = m_new->failedSize();
-        m_new.reset();
-        m_failedCall = "new " + std::to_string(size);
+        endOf("new ", m_new);
     } else {
         vesksim::setFailureHandler(nullptr);
-        m_triggered = m_calls >= m_fault.nth;
+    }
+}
+
+template <typename Fail>
+void Injection::endOf(const char* call, std::optional<Fail>& fault) {
+    m_failures = fault->failed();
+    const auto sizes = fault->failedSizes();
+    fault.reset();  // before anything is allocated here
+    for (unsigned i = 0; i < sizes.size() && i < m_failures; ++i) {
+        m_failedCalls.push_back(call + std::to_string(sizes.at(i)));
     }
 }
 
@@ -95,10 +98,12 @@ bool Injection::isToFail(FaultKind kind, const char* call) {
         return false;
     }
     ++m_calls;
-    if (m_calls == m_fault.nth) {
-        m_failedCall = call;
+    if (m_calls < m_fault.nth || m_calls - m_fault.nth > othersThatFail(m_fault.repeat)) {
+        return false;
     }
-    return m_calls >= m_fault.nth && m_calls - m_fault.nth <= othersThatFail(m_fault.repeat);
+    ++m_failures;
+    m_failedCalls.emplace_back(call);
+    return true;
 }
 
 Injection* Injection::current() {

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vesktest {
 
@@ -36,9 +37,11 @@ public:
     Injection& operator=(const Injection&) = delete;
 
     const Fault& fault() const { return m_fault; }
-    bool triggered() const { return m_triggered; }
-    // What failed first: "malloc 64", "new 8191", "fopen64 /opt/...", "vmk_MgmtUserInit".
-    const std::string& failedCall() const { return m_failedCall; }
+    bool triggered() const { return m_failures != 0; }
+    unsigned failures() const { return m_failures; }
+    // What failed, the first two of memory, all else: "malloc 64", "new 8191", "fopen64 /opt/...",
+    // "vmk_MgmtUserInit".
+    const std::vector<std::string>& failedCalls() const { return m_failedCalls; }
 
     // For the platform's functions: null where none is in force on this thread.
     static Injection* current();
@@ -49,14 +52,16 @@ private:
     friend class InLibrary;
     void begin();
     void end();
+    template <typename Fail>
+    void endOf(const char* call, std::optional<Fail>& fault);
 
 private:
     Fault m_fault;
     std::optional<FailMalloc> m_malloc;
     std::optional<FailNew> m_new;
-    bool m_triggered = false;
     unsigned m_calls = 0;
-    std::string m_failedCall;
+    unsigned m_failures = 0;
+    std::vector<std::string> m_failedCalls;
 };
 
 // Around the library's call alone: what the test allocates for itself is not to fail.

@@ -7,8 +7,8 @@
 #include "sim/host/simulated_host.h"
 #include "transport/vmk_mgmt.h"
 
-#include <atomic>
 #include <cstdarg>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -46,25 +46,32 @@ vesksim::SimulatedHost& host() {
     return vesksim::SimulatedHost::instance();
 }
 
-// Without a driver in between, calls of several threads overlap as they do on a host.
-std::atomic<bool> s_driverIsSet{false};
+// Calls of several threads overlap as they do on a host.
 std::mutex s_mutex;
-vesktest::HostileDriver s_driver;
+std::shared_ptr<const vesktest::HostileDriver> s_driver;
+
+std::shared_ptr<const vesktest::HostileDriver>
+exchangeDriver(std::shared_ptr<const vesktest::HostileDriver> driver) {
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    s_driver.swap(driver);
+    return driver;
+}
+
+std::shared_ptr<const vesktest::HostileDriver> currentDriver() {
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    return s_driver;
+}
 
 }  // namespace
 
 namespace vesktest {
 
 DriverInBetween::DriverInBetween(HostileDriver driver) {
-    const std::lock_guard<std::mutex> lock(s_mutex);
-    s_driver = std::move(driver);
-    s_driverIsSet = true;
+    exchangeDriver(std::make_shared<const HostileDriver>(std::move(driver)));
 }
 
 DriverInBetween::~DriverInBetween() {
-    const std::lock_guard<std::mutex> lock(s_mutex);
-    s_driverIsSet = false;
-    s_driver = nullptr;
+    exchangeDriver(nullptr);
 }
 
 }  // namespace vesktest
@@ -89,11 +96,8 @@ int vmk_MgmtUserCallbackInvokeInt(unsigned long handle, unsigned long instanceId
         return host().invoke(handle, instanceId, callbackId, parameterCount, parameter0,
                              parameter1);
     };
-    if (!s_driverIsSet) {
-        return honest();
-    }
-    const std::lock_guard<std::mutex> lock(s_mutex);
-    return s_driver ? s_driver(callbackId, parameter0, parameter1, honest) : honest();
+    const auto driver = currentDriver();
+    return driver != nullptr ? (*driver)(callbackId, parameter0, parameter1, honest) : honest();
 }
 
 // Closes also when it fails: there is nothing else that anybody could do with the handle.

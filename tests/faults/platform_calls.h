@@ -7,7 +7,8 @@
 namespace vesktest {
 
 // Called in the place of a callback: its number, its two parameters, and the honest answer, which
-// fills them in and is 0 on success. Its result is that of the callback. One call at a time.
+// fills them in and is 0 on success. Its result is that of the callback. Called by whatever thread
+// sends a command, also by several at once.
 using HostileDriver = std::function<int(unsigned long callbackId, void* parameter0,
                                         void* parameter1, const std::function<int()>& honest)>;
 

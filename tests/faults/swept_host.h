@@ -24,6 +24,7 @@ inline std::string nameOfRow(const ::testing::TestParamInfo<Row>& row) {
 
 // More events than a page holds: the line of the 58th, of 70 bytes, has 4 of them on the next page.
 constexpr std::size_t kEventsOfTwoPages = 60;
+constexpr std::size_t kEventsOfFirstPage = 57;
 
 // One controller with two volumes, and events that all have an external code.
 inline vesksim::Scenario scenarioFor(bool logged, std::size_t events = 4) {

@@ -12,8 +12,8 @@ struct AllocationFault {
     unsigned nth;
     unsigned others;  // behind the n-th, which fail as well
     unsigned seen;
-    bool triggered;
-    std::size_t failedSize;  // of the first that failed
+    unsigned failed;
+    std::size_t failedSizes[2];  // of the first that failed
 };
 
 // Counts an allocation of this size and says whether it is to fail. `fault` may be null.

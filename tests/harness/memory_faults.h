@@ -7,6 +7,7 @@
 
 #include "allocation_fault.h"
 
+#include <array>
 #include <climits>
 #include <cstddef>
 #include <cstdint>
@@ -53,16 +54,20 @@ public:
     FailAllocation(const FailAllocation&) = delete;
     FailAllocation& operator=(const FailAllocation&) = delete;
 
-    bool triggered() const { return m_fault.triggered; }
-    unsigned seen() const { return m_fault.seen; }                 // allocations of the size so far
-    std::size_t failedSize() const { return m_fault.failedSize; }  // of the first that failed
+    bool triggered() const { return m_fault.failed != 0; }
+    unsigned seen() const { return m_fault.seen; }      // allocations of the size so far
+    unsigned failed() const { return m_fault.failed; }  // those of them that failed
+    // Of the first and the second that failed; 0 where there was none.
+    std::array<std::size_t, 2> failedSizes() const {
+        return {m_fault.failedSizes[0], m_fault.failedSizes[1]};
+    }
 
 protected:
     using Exchange = AllocationFault*(AllocationFault*);
 
     FailAllocation(Exchange* exchange, AllocationSize size, unsigned nth, Repeat repeat)
         : m_exchange(exchange),
-          m_fault{size.least, size.most, nth, othersThatFail(repeat), 0, false, 0},
+          m_fault{size.least, size.most, nth, othersThatFail(repeat), 0, 0, {0, 0}},
           m_outer(exchange(&m_fault)) {}
     ~FailAllocation() { m_exchange(m_outer); }
 

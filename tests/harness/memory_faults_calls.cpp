@@ -5,6 +5,7 @@
 #include <link.h>
 
 #include <cerrno>
+#include <cinttypes>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -51,7 +52,7 @@ OwnNew findOwnNew() {
     const char* const text = std::getenv("VESK_OWN_NEW");
     if (text == nullptr ||
         // NOLINTNEXTLINE(cert-err34-c): from our own script, and too early for what allocates
-        std::sscanf(text, "%63s %zx %zx", own.library, &own.begin, &own.end) != 3 ||
+        std::sscanf(text, "%63s %" SCNxPTR " %" SCNxPTR, own.library, &own.begin, &own.end) != 3 ||
         dl_iterate_phdr(addBase, &own) != 1) {
         return {};
     }
@@ -83,10 +84,10 @@ bool isToFail(AllocationFault* fault, std::size_t size) {
     if (fault->nth == 0 || fault->seen < fault->nth || fault->seen - fault->nth > fault->others) {
         return false;
     }
-    if (!fault->triggered) {
-        fault->failedSize = size;
+    if (fault->failed < sizeof(fault->failedSizes) / sizeof(fault->failedSizes[0])) {
+        fault->failedSizes[fault->failed] = size;
     }
-    fault->triggered = true;
+    ++fault->failed;
     return true;
 }
 

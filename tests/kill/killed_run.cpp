@@ -162,15 +162,16 @@ bool killedAt(std::size_t call, const std::function<void()>& work, Calls counted
 }
 
 std::size_t killAtEachCall(const std::function<void()>& prepare, const std::function<void()>& work,
-                           const std::function<void()>& check, Calls counted) {
+                           const std::function<void()>& check, Calls counted, std::size_t step) {
     std::size_t kills = 0;
     bool killed = true;
     while (killed) {
         prepare();
-        killed = killedAt(kills + 1, work, counted);
+        killed = killedAt(kills * step + 1, work, counted);
         kills += killed ? 1 : 0;
         check();
     }
+    std::printf("%zu kills\n", kills);
     return kills;
 }
 

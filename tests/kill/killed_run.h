@@ -19,10 +19,11 @@ enum class Calls {
 // tracing. The work may turn into another program.
 bool killedAt(std::size_t call, const std::function<void()>& work, Calls counted = Calls::kAll);
 
-// For each such call of the work: prepare, work until then, check. The number of kills; the work
-// runs through once at the end, with a check behind it as well.
+// For each such call of the work, or one in `step`: prepare, work until then, check. The number of
+// kills; the work runs through once at the end, with a check behind it as well.
 std::size_t killAtEachCall(const std::function<void()>& prepare, const std::function<void()>& work,
-                           const std::function<void()>& check, Calls counted = Calls::kAll);
+                           const std::function<void()>& check, Calls counted = Calls::kAll,
+                           std::size_t step = 1);
 
 // The work in a child process to its end, without a kill. Throws as above.
 void runAlone(const std::function<void()>& work);

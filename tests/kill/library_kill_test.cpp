@@ -16,11 +16,13 @@
 
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <new>
 #include <string>
 #include <sys/mman.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -148,6 +150,39 @@ TEST_F(KilledLibrary, EventsAreLostBetweenTheStoredMarkAndTheReturnOnly) {
     // The calls that close the file.
     EXPECT_GT(account.lost, 0U);
     EXPECT_LT(account.lost, 4U);
+}
+
+// Each line of the log is a call: of more than a thousand one in so many is enough for each day.
+TEST_F(KilledLibrary, StartWithTheLogLeavesWholeLinesAndAllEvents) {
+    const std::size_t step = std::getenv("VESK_KILL_ALL") != nullptr ? 1 : 61;
+    m_files.writeConfigIni("[Logging]\nDebug=On\n");
+    const std::string before = m_files.read(vesktest::kMappingIniPath);
+    const std::vector<unsigned> all = nextLife();
+    ASSERT_FALSE(all.empty());
+    const auto start = [] {
+        vesktest::SleepGate gate;
+        ZT_API_Initialize();
+        gate.waitForSleeper(1);
+        _exit(0);
+    };
+    std::string log;  // of the last start, which is not killed
+    const std::size_t kills = killAtEachCall(
+        [&] {
+            m_files.writeMappingIni(before);
+            m_files.write(vesktest::kLogPath, "");
+        },
+        start,
+        [&] {
+            log = m_files.read(vesktest::kLogPath);
+            EXPECT_TRUE(log.empty() || log.back() == '\n') << log;
+            EXPECT_EQ(m_files.read(vesktest::kMappingIniPath), before);
+            EXPECT_EQ(nextLife(), all);
+            EXPECT_EQ(m_files.read(vesktest::kLogPath).compare(0, log.size(), log), 0)
+                << "the next life goes on behind it";
+        },
+        vesktest::Calls::kAll, step);
+    EXPECT_GT(kills * step, 1000U);
+    EXPECT_NE(log.find("polling started"), std::string::npos);
 }
 
 TEST_F(KilledLibrary, MarkIsTheOldOneOrTheNewOne) {

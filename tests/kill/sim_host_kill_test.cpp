@@ -9,7 +9,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
+#include <regex>
 #include <string>
 
 namespace {
@@ -56,23 +58,53 @@ TEST_F(KilledSimHost, HostFilesAreWholeOrAbsentAndTheNextHostHasThem) {
     EXPECT_GT(kills, 20U);
 }
 
-TEST_F(KilledSimHost, StateIsTheOldOneOrTheNewOne) {
-    constexpr const char* kState = "/controller_state.json";
+constexpr const char* kState = "/controller_state.json";
+
+// The state as it is kept, but for the time at which it was.
+std::string withoutTime(const std::string& state) {
+    return std::regex_replace(state, std::regex("\"saved_at\": [0-9]+"), "\"saved_at\": 0");
+}
+
+// Saves that this disk is being located, and nothing else.
+void saveLocating(unsigned disk, const std::string& root) {
     vesksim::SimulatedHost& host = vesksim::SimulatedHost::instance();
-    newHost();
     host.load(vesksim::Scenario());
+    host.setClock([] { return 0.0; });
+    vesksim::ControllerStates states = host.controllerStates();
+    states.begin()->second.locatingDisks = {disk};
+    host.restoreControllers(states, 0);
+    vesksim::saveState(root);
+}
+
+TEST_F(KilledSimHost, StateIsTheOldOneOrTheNewOne) {
+    newHost();
+    saveLocating(1, root());
+    const std::string newState = textOf(kState);
+    saveLocating(0, root());
+    const std::string oldState = textOf(kState);
+    ASSERT_NE(withoutTime(oldState), withoutTime(newState));
+    std::size_t asOld = 0;
+    std::size_t asNew = 0;
     const std::size_t kills =
-        killAtEachCall([] {},
-                       [&] {
-                           vesksim::loadState(root());
-                           vesksim::saveState(root());
-                       },
+        killAtEachCall([&] { m_files->write(kState, oldState); }, [&] { saveLocating(1, root()); },
                        [&] {
                            const std::string found = textOf(kState);
-                           EXPECT_TRUE(found == "absent" || found.back() == '\n') << found;
+                           const bool isNew = withoutTime(found) == withoutTime(newState);
+                           EXPECT_TRUE(found == oldState || isNew) << found;
+                           ++(isNew ? asNew : asOld);
                            EXPECT_NO_THROW(vesksim::loadState(root()));
                        });
     EXPECT_GT(kills, 10U);
+    EXPECT_GT(asOld, 5U);
+    EXPECT_GT(asNew, 0U);
+    // Each killed process leaves what it had begun, and no more.
+    std::size_t begun = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(root())) {
+        const std::string name = entry.path().filename();
+        begun += std::regex_match(name, std::regex("controller_state\\.json\\.[0-9]+\\.new"));
+    }
+    EXPECT_GT(begun, 0U);
+    EXPECT_LT(begun, kills);
 }
 
 }  // namespace

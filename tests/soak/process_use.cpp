@@ -1,8 +1,9 @@
 #include "process_use.h"
 
+#include "held_memory.h"
+
 #include <filesystem>
 #include <iterator>
-#include <malloc.h>
 #include <ostream>
 
 namespace vesktest {
@@ -16,7 +17,7 @@ std::size_t entriesOf(const char* folder) {
 }  // namespace
 
 ProcessUse ProcessUse::now() {
-    return {mallinfo2().uordblks, entriesOf("/proc/self/fd"), entriesOf("/proc/self/task")};
+    return {heldMemory(), entriesOf("/proc/self/fd"), entriesOf("/proc/self/task")};
 }
 
 std::ostream& operator<<(std::ostream& stream, const ProcessUse& use) {

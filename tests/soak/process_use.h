@@ -7,7 +7,7 @@
 namespace vesktest {
 
 struct ProcessUse {
-    std::size_t heapBytes;    // handed out by malloc and not given back; 0 under a sanitizer
+    std::size_t heapBytes;    // taken and not given back
     std::size_t descriptors;  // open ones
     std::size_t threads;
 
