@@ -177,11 +177,8 @@ Replay* Replay::active() {
 }
 
 void Replay::read(const std::string& file, const std::string& root) {
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream || fs::is_directory(file)) {
-        throw std::runtime_error(fmt::format("the capture {} cannot be opened", file));
-    }
     try {
+        std::ifstream stream = veskcap::openCapture(file);
         veskcap::CaptureReader reader(stream);
         Record record;
         while (reader.next(record)) {

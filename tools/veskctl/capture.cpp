@@ -382,15 +382,7 @@ CommandRunner declareShow(Options& options) {
     options.addPath(choice->file, "FILE", "The capture", true);
     options.addFlag("--hex", choice->hex, "Show all bytes");
     return [choice](const CommandContext& context, Report& report) {
-        std::error_code error;
-        std::ifstream stream(choice->file, std::ios::binary);
-        if (!stream || fs::is_directory(choice->file, error)) {
-            throw ProblemError({ProblemKind::CaptureDamaged,
-                                format("the capture {} cannot be opened: {}", choice->file,
-                                       stream ? "it is a folder" : std::strerror(errno))});
-        }
-        showCapture(stream, choice->file, context.format != OutputFormat::Table, choice->hex,
-                    report);
+        showCapture(choice->file, context.format != OutputFormat::Table, choice->hex, report);
     };
 }
 
@@ -457,13 +449,13 @@ void finishCapture(Report& report) {
     }
 }
 
-void showCapture(std::istream& stream, const std::string& name, bool json, bool hex,
-                 Report& report) {
+void showCapture(const std::string& name, bool json, bool hex, Report& report) {
     report.fields["format"] = nullptr;
     report.fields["masked"] = nullptr;
     report.fields["records"] = Json::array();
     report.items = "records";
     try {
+        std::ifstream stream = veskcap::openCapture(name);
         veskcap::CaptureReader reader(stream);
         const bool masked = (reader.header().flags & veskcap::kMasked) != 0;
         report.fields["format"] = reader.header().version;

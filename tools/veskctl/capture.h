@@ -1,7 +1,6 @@
 // Captures: taking one while a command runs, and showing one.
 #pragma once
 
-#include <istream>
 #include <string>
 
 namespace veskctl {
@@ -36,9 +35,8 @@ void endCapture();
 // Notes a capture that ended early among the problems.
 void finishCapture(Report& report);
 
-// Lists what the capture holds, as text or (json) in the fields. name: for messages.
-void showCapture(std::istream& stream, const std::string& name, bool json, bool hex,
-                 Report& report);
+// Lists what the capture holds, as text or (json) in the fields.
+void showCapture(const std::string& name, bool json, bool hex, Report& report);
 
 Command captureCommand();
 
