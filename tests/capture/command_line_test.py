@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """--capture, --mask, --replay and capture show, as a user has them: what is refused, and how.
 
-    command_line_test.py VESKCTL_SIM CAPTURE_LIBRARY
+    command_line_test.py VESKCTL_SIM CAPTURE_LIBRARY WITHOUT_PROC
 """
 
 import json
@@ -15,7 +15,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-PROGRAM, LIBRARY = sys.argv[1:3]
+PROGRAM, LIBRARY, WITHOUT_PROC = sys.argv[1:]
 
 
 def run(*arguments, program=PROGRAM, timeout=None, **environment):
@@ -220,6 +220,24 @@ class CommandLine(unittest.TestCase):
             result = run('--capture', path, 'events')
             self.assertEqual((result.returncode, result.stdout), (2, ''), result.stderr)
             self.assertIn('nothing is recorded', result.stderr)
+
+    def test_a_host_without_proc_will_do(self):
+        output = self.capture('controller', LD_PRELOAD=WITHOUT_PROC)
+        self.assertEqual(run('--replay', self.file, 'controller').stdout, output)
+        # However the program was called.
+        link = self.folder / 'link'
+        link.symlink_to(PROGRAM)
+        environment = {'LD_PRELOAD': WITHOUT_PROC,
+                       'PATH': f'{self.folder}:{Path(PROGRAM).parent}:{os.environ["PATH"]}'}
+        for called in (link, os.path.relpath(PROGRAM), 'link', Path(PROGRAM).name):
+            result = run('--capture', self.file, 'controller', program=called, **environment)
+            self.assertEqual((result.returncode, result.stdout), (0, output), result.stderr)
+
+    def test_a_program_that_cannot_start_itself_tells_the_other_way(self):
+        result = run('--capture', self.file, 'controller', LD_PRELOAD=WITHOUT_PROC,
+                     VESK_TEST_NO_EXEC='1')
+        self.assertEqual((result.returncode, result.stdout), (1, ''))
+        self.assertIn(f'LD_PRELOAD={LIBRARY} VESK_CAPTURE={self.file} ', result.stderr)
 
     def test_a_full_disk_leaves_the_answer_and_is_an_error(self):
         for _ in range(4):  # to be larger than what else is written
