@@ -1,5 +1,5 @@
-/* In front of a program (LD_PRELOAD), a host without /proc; with VESK_TEST_NO_EXEC, one that starts no
- * program either. Neither needs rights, as changing the root would. */
+/* In front of a program (LD_PRELOAD), a host without /proc; with VESK_TEST_NO_EXEC, one that starts
+ * no program either. Neither needs rights, as changing the root would. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>

@@ -221,8 +221,8 @@ bool CaptureFile::cutIncompleteRecord() {
 
 bool CaptureFile::sumIsRight(const RecordHeader& header, off_t at) const {
     constexpr std::size_t kSummed = offsetof(RecordHeader, length);
-    std::uint32_t crc = crc32c(0, reinterpret_cast<const char*>(&header) + kSummed,
-                               sizeof(header) - kSummed);
+    std::uint32_t crc =
+        crc32c(0, reinterpret_cast<const char*>(&header) + kSummed, sizeof(header) - kSummed);
     char part[4096];
     at += static_cast<off_t>(sizeof(header));
     for (std::size_t left = header.length; left > 0;) {

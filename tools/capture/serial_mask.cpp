@@ -16,9 +16,11 @@ constexpr std::size_t kShortestKnown = 4;
 constexpr std::size_t kShortestInside = 8;
 // Of a serial number that the end of a piece of text cuts, this much gives it away.
 constexpr std::size_t kShortestCut = 4;
-// A word of an event's text that could be a serial number.
+// A word of an event's text that could be a serial number. Letters and digits count.
 constexpr std::size_t kShortestLook = 8;
 constexpr std::size_t kFewestDigits = 3;
+// In capital letters, with punctuation, and with a part that has both letters and digits.
+constexpr std::size_t kFewestDigitsJoined = 2;
 constexpr std::size_t kMostKnown = 256;
 
 bool isDigit(char c) {
@@ -106,8 +108,82 @@ const char* behindTag(const char* at, const char* end) {
     return end;
 }
 
-bool endsMessage(char c) {
-    return c == '[' || c == '\n' || c == '\0';
+// Where the message ends: at the end of its line, or at a next tag, as in "[SEQ]".
+const char* endOfMessage(const char* at, const char* end) {
+    for (; at != end && *at != '\n' && *at != '\0'; ++at) {
+        if (*at == '[') {
+            const char* const name = at + 1;
+            const char* const behind =
+                std::find_if_not(name, end, [](char c) { return isUpper(c) || c == '_'; });
+            if (behind != name && behind != end && *behind == ']') {
+                break;
+            }
+        }
+    }
+    return at;
+}
+
+// What may stand between the parts of a serial number.
+bool isJoiner(char c) {
+    return c == '-' || c == '_' || c == ':' || c == '/';
+}
+
+// What stands between blanks, or known serial numbers.
+struct Word {
+    std::size_t characters = 0;
+    std::size_t digits = 0;
+    bool joined = false;
+    bool hasLower = false;
+    bool mixed = false;  // one of its parts has letters and digits
+    bool partHasLetter = false;
+    bool partHasDigit = false;
+
+    void add(char c) {
+        if (isJoiner(c)) {
+            joined = true;
+            partHasLetter = partHasDigit = false;
+            return;
+        }
+        ++characters;
+        digits += isDigit(c) ? 1 : 0;
+        hasLower = hasLower || isLower(c);
+        (isDigit(c) ? partHasDigit : partHasLetter) = true;
+        mixed = mixed || (partHasDigit && partHasLetter);
+    }
+
+    bool looksLikeSerial(bool atTheCut) const {
+        if (atTheCut) {
+            return characters >= kShortestCut && digits > 0;
+        }
+        const bool fewDigitsDo = joined && mixed && !hasLower;
+        return characters >= kShortestLook &&
+               digits >= (fewDigitsDo ? kFewestDigitsJoined : kFewestDigits);
+    }
+};
+
+// In the form, 0 stands for a digit and x for one of a hexadecimal number.
+bool startsLike(const char* form, const char* at, const char* end) {
+    for (; *form != '\0'; ++form, ++at) {
+        if (at == end) {
+            return false;
+        }
+        const bool isHex = isDigit(*at) || (*at >= 'a' && *at <= 'f') || (*at >= 'A' && *at <= 'F');
+        const bool fits = *form == '0' ? isDigit(*at) : *form == 'x' ? isHex : *form == *at;
+        if (!fits) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// "2026-11-22", "2026/11/22T10:00:00Z", and of "0000:3b:00.0" what stands before the point.
+bool isDateOrAddress(const char* at, const char* last, const char* end) {
+    if (startsLike("0000-00-00", at, last) || startsLike("0000/00/00", at, last)) {
+        return std::all_of(at + 10, last, [](char c) {
+            return isDigit(c) || c == ':' || c == '-' || c == 'T' || c == 'Z';
+        });
+    }
+    return last - at == 10 && startsLike("xxxx:xx:xx.0", at, end);
 }
 
 bool standsAsWord(const char* data, std::size_t size, std::size_t at, std::size_t length) {
@@ -273,22 +349,45 @@ void SerialMask::maskLooks(const std::string& before, char* text) const {
     const char* const end = whole + before.size();
     const char* at = whole;
     while ((at = behindTag(at, end)) != end) {
-        while (at != end && !endsMessage(*at)) {
-            const char* const last = std::find_if_not(at, end, isWordCharacter);
-            const auto size = static_cast<std::size_t>(last - at);
-            const bool cut = last == end;
-            // Most words are short: their digits need not be counted.
-            if (size >= (cut ? kShortestCut : kShortestLook)) {
-                const auto digits = static_cast<std::size_t>(std::count_if(at, last, isDigit));
-                char* const place = text + (at - whole);
-                // What was known has its mask already.
-                if (digits >= (cut ? 1 : kFewestDigits) && std::memcmp(place, at, size) == 0) {
-                    const std::string mask = maskOf(std::string(at, last));
-                    std::copy(mask.begin(), mask.end(), place);
-                }
-            }
-            at = last != at ? last : at + 1;
+        const char* const stop = endOfMessage(at, end);
+        // Readers cut the class off at the first underscore and the severity at the last one.
+        const char* behind = stop;
+        while (behind != at && isUpper(behind[-1])) {
+            --behind;
         }
+        const char* const severity = behind != at && behind[-1] == '_' ? behind - 1 : stop;
+        const char* const description = std::find(at, severity, '_');
+        maskWords(at, description, text + (at - whole), description == end);
+        maskWords(description, severity, text + (description - whole), severity == end);
+        at = stop;
+    }
+}
+
+// text: the same with known serial numbers masked. cut: it goes on on another page.
+void SerialMask::maskWords(const char* at, const char* end, char* text, bool cut) const {
+    const char* const begin = at;
+    // What was known has its mask already.
+    const auto isWord = [=](const char* c) {
+        return c != end && isWordCharacter(*c) && text[c - begin] == *c;
+    };
+    while (at != end) {
+        Word word;
+        const char* last = at;
+        while (isWord(last) || (last != at && last != end && isJoiner(*last) && isWord(last + 1))) {
+            word.add(*last++);
+        }
+        const bool atTheCut = cut && (last == end || (isJoiner(*last) && last + 1 == end));
+        if (word.looksLikeSerial(atTheCut) && !isDateOrAddress(at, last, end)) {
+            // Without punctuation, so that each spelling has the same mask.
+            std::string serial(at, last);
+            serial.erase(std::remove_if(serial.begin(), serial.end(), isJoiner), serial.end());
+            const std::string mask = maskOf(serial);
+            const char* next = mask.data();
+            for (const char* c = at; c != last; ++c) {
+                text[c - begin] = isJoiner(*c) ? *c : *next++;
+            }
+        }
+        at = last != at ? last : at + 1;
     }
 }
 

@@ -45,6 +45,7 @@ private:
     std::string learn(const std::string& serial);
     static char* findKnown(const Known& known, char* from, char* end);
     void maskLooks(const std::string& before, char* text) const;
+    void maskWords(const char* at, const char* end, char* text, bool cut) const;
 
     std::uint64_t m_key0 = 0;
     std::uint64_t m_key1 = 0;
