@@ -368,13 +368,26 @@ void SerialMask::maskWords(const char* at, const char* end, char* text, bool cut
     const char* const begin = at;
     // What was known has its mask already.
     const auto isWord = [=](const char* c) {
-        return c != end && isWordCharacter(*c) && text[c - begin] == *c;
+        return isWordCharacter(*c) && text[c - begin] == *c;
     };
-    while (at != end) {
-        Word word;
+    // By their digits, as most words have none.
+    while ((at = std::find_if(at, end, isDigit)) != end) {
+        if (!isWord(at)) {
+            ++at;
+            continue;
+        }
         const char* last = at;
-        while (isWord(last) || (last != at && last != end && isJoiner(*last) && isWord(last + 1))) {
-            word.add(*last++);
+        while (at != begin &&
+               (isWord(at - 1) || (at - 1 != begin && isJoiner(at[-1]) && isWord(at - 2)))) {
+            --at;
+        }
+        while (last != end &&
+               (isWord(last) || (last + 1 != end && isJoiner(*last) && isWord(last + 1)))) {
+            ++last;
+        }
+        Word word;
+        for (const char* c = at; c != last; ++c) {
+            word.add(*c);
         }
         const bool atTheCut = cut && (last == end || (isJoiner(*last) && last + 1 == end));
         if (word.looksLikeSerial(atTheCut) && !isDateOrAddress(at, last, end)) {
@@ -387,7 +400,7 @@ void SerialMask::maskWords(const char* at, const char* end, char* text, bool cut
                 text[c - begin] = isJoiner(*c) ? *c : *next++;
             }
         }
-        at = last != at ? last : at + 1;
+        at = last;
     }
 }
 
