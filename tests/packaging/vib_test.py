@@ -400,7 +400,7 @@ class StartScript(MakeVib):
         done = self.script('start')
         self.assertEqual(done.returncode, 5)
         self.assertIn('vesknvme: PCI text files were not made: vesk-pciconfig: the bytes of vmhba2 '
-                      'at 0000:3b:00.0 are cut: 15 of 16 rows\n', done.stdout)
+                      'at 0000:3b:00.0 are cut: 15 of 16 rows; not understood: f0: 00 ', done.stdout)
         self.assertEqual(self.script('status').returncode, 0)
 
     def test_missing_log_folder_does_not_keep_the_text_files_back(self):
