@@ -256,6 +256,13 @@ class Refusals(MakeVib):
         self.put('lib/libVeskNvme.so', ELF[:18] + b'\xb7\x00')
         self.expect_refused(f'{self.build}/lib/libVeskNvme.so is no program or library for x86-64')
 
+    def test_release_that_is_no_number(self):
+        for release in ('0', '-1', '1.2', '01', 'one', '', '1234567890'):
+            done = self.make(f'--release={release}')
+            self.assertEqual(done.returncode, 2)
+            self.assertIn(f'"{release}" is no number from 1 to 999999999', done.stderr)
+            self.assertFalse(self.vib.exists())
+
     def test_bad_time(self):
         # The last one is the first second that a bundle cannot hold.
         for epoch in ('today', '-1', '', '4354819200'):
@@ -310,6 +317,19 @@ class Bundle(MakeVib):
         self.expect_xml(self.bundle.read('vendor-index.xml'), 'vendor-index.xml')
         self.expect_xml(self.metadata.read('vmware.xml'), 'vmware.xml')
         self.expect_xml(self.metadata.read(self.metadata.namelist()[2]), 'bulletin.xml')
+
+    def test_release_is_the_number_behind_the_version_everywhere(self):
+        version, _, release = self.descriptor().findtext('version').rpartition('-')
+        self.assertEqual(release, '1')
+        self.made('--bundle', self.root / 'vesk.zip', '--release', '27')
+        self.assertEqual(self.descriptor().findtext('version'), f'{version}-27')
+        with zipfile.ZipFile(self.root / 'vesk.zip') as bundle:
+            self.assertIn(f'vib20/vesk-nvme/orvo_bootbank_vesk-nvme_{version}-27.vib',
+                          bundle.namelist())
+            with zipfile.ZipFile(io.BytesIO(bundle.read('metadata.zip'))) as metadata:
+                full = xml.fromstring(metadata.read('vmware.xml')).find('bulletin')
+                self.assertEqual(full.find('componentVersionSpec').get('version'), f'{version}-27')
+                self.assertEqual(full.findtext('id'), f'vesk-nvme-{version}-27')
 
     def test_its_files_may_be_read_by_everybody(self):
         for info in self.bundle.infolist() + self.metadata.infolist():
