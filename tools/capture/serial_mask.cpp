@@ -108,19 +108,29 @@ const char* behindTag(const char* at, const char* end) {
     return end;
 }
 
-// Where the message ends: at the end of its line, or at a next tag, as in "[SEQ]".
-const char* endOfMessage(const char* at, const char* end) {
-    for (; at != end && *at != '\n' && *at != '\0'; ++at) {
-        if (*at == '[') {
-            const char* const name = at + 1;
-            const char* const behind =
-                std::find_if_not(name, end, [](char c) { return isUpper(c) || c == '_'; });
-            if (behind != name && behind != end && *behind == ']') {
-                break;
-            }
+struct Message {
+    const char* end;
+    bool hasDigit;  // without any, nothing in it looks like a serial number
+};
+
+bool isTag(const char* at) {
+    const char* const name = at + 1;
+    const std::size_t length = std::strspn(name, "ABCDEFGHIJKLMNOPQRSTUVWXYZ_");
+    return length > 0 && name[length] == ']';
+}
+
+// To the end of its line, or to a next tag, as in "[SEQ]". The text ends with a NUL.
+Message messageAt(const char* at) {
+    Message message = {at, false};
+    for (;; ++at) {
+        // The C library looks at many characters at once.
+        at += std::strcspn(at, message.hasDigit ? "[\n" : "0123456789[\n");
+        message.hasDigit = message.hasDigit || isDigit(*at);
+        if (*at == '\n' || *at == '\0' || (*at == '[' && isTag(at))) {
+            message.end = at;
+            return message;
         }
     }
-    return at;
 }
 
 // What may stand between the parts of a serial number.
@@ -247,8 +257,10 @@ std::string SerialMask::learn(const std::string& serial) {
     if (m_known.size() == kMostKnown) {
         throw std::length_error("more serial numbers than can be masked");
     }
-    // Digits and blanks are everywhere.
-    const auto letter = std::find_if(serial.begin(), serial.end(), isUpper);
+    // Digits and blanks are everywhere, letters of the log's tags in each of its lines.
+    const auto letter = std::find_if(serial.begin(), serial.end(), [](char c) {
+        return isUpper(c) && std::strchr("SEQVTIDMG", c) == nullptr;
+    });
     const auto rare = letter == serial.end() ? 0 : letter - serial.begin();
     const auto shorter = std::find_if(m_known.begin(), m_known.end(), [&](const Known& known) {
         return known.serial.size() < serial.size();
@@ -349,7 +361,12 @@ void SerialMask::maskLooks(const std::string& before, char* text) const {
     const char* const end = whole + before.size();
     const char* at = whole;
     while ((at = behindTag(at, end)) != end) {
-        const char* const stop = endOfMessage(at, end);
+        const Message message = messageAt(at);
+        const char* const stop = message.end;
+        if (!message.hasDigit) {
+            at = stop;
+            continue;
+        }
         // Readers cut the class off at the first underscore and the severity at the last one.
         const char* behind = stop;
         while (behind != at && isUpper(behind[-1])) {
@@ -371,9 +388,8 @@ void SerialMask::maskWords(const char* at, const char* end, char* text, bool cut
         return isWordCharacter(*c) && text[c - begin] == *c;
     };
     // By their digits, as most words have none.
-    while ((at = std::find_if(at, end, isDigit)) != end) {
-        if (!isWord(at)) {
-            ++at;
+    for (; at != end; ++at) {
+        if (!isDigit(*at) || !isWord(at)) {
             continue;
         }
         const char* last = at;
@@ -400,7 +416,7 @@ void SerialMask::maskWords(const char* at, const char* end, char* text, bool cut
                 text[c - begin] = isJoiner(*c) ? *c : *next++;
             }
         }
-        at = last;
+        at = last - 1;
     }
 }
 
