@@ -22,6 +22,7 @@ constexpr std::size_t kFewestDigits = 3;
 // In capital letters, with punctuation, and with a part that has both letters and digits.
 constexpr std::size_t kFewestDigitsJoined = 2;
 constexpr std::size_t kMostKnown = 256;
+constexpr std::size_t kLongestSerial = 20;
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -313,6 +314,11 @@ char* SerialMask::findKnown(const Known& known, char* from, char* end) {
 }
 
 void SerialMask::maskKnown(char* data, std::size_t size) const {
+    maskKnown(data, size, nullptr);
+}
+
+// rest: a copy of the data or null; what is masked becomes blank there.
+void SerialMask::maskKnown(char* data, std::size_t size, char* rest) const {
     for (const Known& known : m_known) {
         const std::size_t length = known.serial.size();
         char* at = data;
@@ -324,41 +330,50 @@ void SerialMask::maskKnown(char* data, std::size_t size) const {
                 continue;
             }
             at = std::copy(known.mask.begin(), known.mask.end(), at);
+            if (rest != nullptr) {
+                std::fill_n(rest + offset, length, ' ');
+            }
         }
     }
 }
 
 void SerialMask::maskEvents(char* text, std::size_t size) const {
-    const std::string before(text, size);
-    maskKnown(text, size);
+    const std::string before(text, std::min(size, kLongestSerial));
+    std::string rest(text, size);
+    maskKnown(text, size, rest.data());
     for (const Known& known : m_known) {
         const std::size_t length = known.serial.size();
+        const auto mask = [&](std::size_t at, std::size_t from, std::size_t count) {
+            std::memcpy(text + at, known.mask.data() + from, count);
+            std::fill_n(rest.begin() + static_cast<std::ptrdiff_t>(at), count, ' ');
+        };
         // The text begins inside it, ends inside it, or both.
         const std::size_t most = std::min(length - 1, size);
         for (std::size_t kept = most; kept >= kShortestCut; --kept) {
             if (std::memcmp(text + size - kept, known.serial.data(), kept) == 0) {
-                std::memcpy(text + size - kept, known.mask.data(), kept);
+                mask(size - kept, 0, kept);
                 break;
             }
         }
         for (std::size_t kept = most; kept >= kShortestCut; --kept) {
             if (std::memcmp(text, known.serial.data() + length - kept, kept) == 0) {
-                std::memcpy(text, known.mask.data() + length - kept, kept);
+                mask(0, length - kept, kept);
                 break;
             }
         }
         const std::size_t inside =
             size >= kShortestCut && size < length ? known.serial.find(before) : std::string::npos;
         if (inside != std::string::npos) {
-            std::memcpy(text, known.mask.data() + inside, size);
+            mask(0, inside, size);
         }
     }
-    maskLooks(before, text);
+    maskLooks(rest, text);
 }
 
-void SerialMask::maskLooks(const std::string& before, char* text) const {
-    const char* const whole = before.data();
-    const char* const end = whole + before.size();
+// rest: the text, with blanks where it is masked already.
+void SerialMask::maskLooks(const std::string& rest, char* text) const {
+    const char* const whole = rest.data();
+    const char* const end = whole + rest.size();
     const char* at = whole;
     while ((at = behindTag(at, end)) != end) {
         const Message message = messageAt(at);
@@ -380,25 +395,20 @@ void SerialMask::maskLooks(const std::string& before, char* text) const {
     }
 }
 
-// text: the same with known serial numbers masked. cut: it goes on on another page.
+// text: what to mask in. cut: it goes on on another page.
 void SerialMask::maskWords(const char* at, const char* end, char* text, bool cut) const {
     const char* const begin = at;
-    // What was known has its mask already.
-    const auto isWord = [=](const char* c) {
-        return isWordCharacter(*c) && text[c - begin] == *c;
-    };
     // By their digits, as most words have none.
-    for (; at != end; ++at) {
-        if (!isDigit(*at) || !isWord(at)) {
-            continue;
-        }
+    while ((at = std::find_if(at, end, isDigit)) != end) {
         const char* last = at;
         while (at != begin &&
-               (isWord(at - 1) || (at - 1 != begin && isJoiner(at[-1]) && isWord(at - 2)))) {
+               (isWordCharacter(at[-1]) ||
+                (at - 1 != begin && isJoiner(at[-1]) && isWordCharacter(at[-2])))) {
             --at;
         }
         while (last != end &&
-               (isWord(last) || (last + 1 != end && isJoiner(*last) && isWord(last + 1)))) {
+               (isWordCharacter(*last) ||
+                (last + 1 != end && isJoiner(*last) && isWordCharacter(last[1])))) {
             ++last;
         }
         Word word;
@@ -416,7 +426,7 @@ void SerialMask::maskWords(const char* at, const char* end, char* text, bool cut
                 text[c - begin] = isJoiner(*c) ? *c : *next++;
             }
         }
-        at = last - 1;
+        at = last;
     }
 }
 
