@@ -35,11 +35,10 @@ struct Reply {
     UNSIGNED_INTEGER cdw12;
     UNSIGNED_INTEGER size;
 };
-constexpr Reply kReplies[] = {
-    {"512 bytes", 0xE0, 512},
-    {"933 bytes", 0xE0, 933},
-    {"4096 bytes", 0xE0, 4096},
-    {"a page of events", 0x4FE, 4096}};
+constexpr Reply kReplies[] = {{"512 bytes", 0xE0, 512},
+                              {"933 bytes", 0xE0, 933},
+                              {"4096 bytes", 0xE0, 4096},
+                              {"a page of events", 0x4FE, 4096}};
 
 struct Side {
     const char* name;

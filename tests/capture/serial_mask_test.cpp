@@ -187,8 +187,9 @@ TEST(SerialMask, LeavesReadableInTextsOfEventsWhatIsNoSerial) {
 TEST(SerialMask, OfAWordThatHoldsAKnownSerialTheRestIsLookedAtAlone) {
     SerialMask mask("key");
     const std::string is = masked(mask, "VD00480A000170").substr(0, 14);
-    EXPECT_EQ(maskedEvents(mask, "[MSG]PD_serial:VD00480A000170 or VD00480A000170/S4EVNX0R5062_INFO\n"),
-              "[MSG]PD_serial:" + is + " or " + is + "/" + mask.maskOf("S4EVNX0R5062") + "_INFO\n");
+    EXPECT_EQ(
+        maskedEvents(mask, "[MSG]PD_serial:VD00480A000170 or VD00480A000170/S4EVNX0R5062_INFO\n"),
+        "[MSG]PD_serial:" + is + " or " + is + "/" + mask.maskOf("S4EVNX0R5062") + "_INFO\n");
 }
 
 TEST(SerialMask, TakesAnySizeOfText) {

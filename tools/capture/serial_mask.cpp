@@ -401,14 +401,12 @@ void SerialMask::maskWords(const char* at, const char* end, char* text, bool cut
     // By their digits, as most words have none.
     while ((at = std::find_if(at, end, isDigit)) != end) {
         const char* last = at;
-        while (at != begin &&
-               (isWordCharacter(at[-1]) ||
-                (at - 1 != begin && isJoiner(at[-1]) && isWordCharacter(at[-2])))) {
+        while (at != begin && (isWordCharacter(at[-1]) ||
+                               (at - 1 != begin && isJoiner(at[-1]) && isWordCharacter(at[-2])))) {
             --at;
         }
-        while (last != end &&
-               (isWordCharacter(*last) ||
-                (last + 1 != end && isJoiner(*last) && isWordCharacter(last[1])))) {
+        while (last != end && (isWordCharacter(*last) ||
+                               (last + 1 != end && isJoiner(*last) && isWordCharacter(last[1])))) {
             ++last;
         }
         Word word;
