@@ -28,14 +28,17 @@ std::string file = "/dev/shm/vesk-capture-bench";
 using Invoke = decltype(&vmk_MgmtUserCallbackInvokeInt);
 using Init = decltype(&vmk_MgmtUserInit);
 
-// One kind of command, and how much it fetches: all of the bytes count, none is zero.
+// One kind of command, and how much it fetches: all of the bytes count, none is zero. The exchanges
+// of "veskctl dump" on a healthy host have 933 bytes each without zeros at the end, on average.
 struct Reply {
     const char* name;
     UNSIGNED_INTEGER cdw12;
     UNSIGNED_INTEGER size;
 };
-constexpr Reply kReplies[] = {
-    {"512 bytes", 0xE0, 512}, {"4096 bytes", 0xE0, 4096}, {"a page of events", 0x4FE, 4096}};
+constexpr Reply kReplies[] = {{"512 bytes", 0xE0, 512},
+                              {"933 bytes", 0xE0, 933},
+                              {"4096 bytes", 0xE0, 4096},
+                              {"a page of events", 0x4FE, 4096}};
 
 struct Side {
     const char* name;

@@ -1,10 +1,10 @@
 // A capture file: as the bytes are, and once more with the checksums set right, since hardly any
 // change gets past those. The reader has to end, and to keep to what the file has.
+#include "capture_sums.h"
 #include "fuzz_target.h"
 
 #include "capture/capture_reader.h"
 #include "capture/command_name.h"
-#include "capture/crc32c.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,32 +14,6 @@
 namespace {
 
 using veskfuzz::require;
-
-void mendSum(char* at, std::size_t from, std::size_t size) {
-    const std::uint32_t crc = veskcap::crc32c(0, at + from, size);
-    std::memcpy(from == 0 ? at + size : at, &crc, sizeof(crc));
-}
-
-std::string withRightSums(std::string bytes) {
-    using veskcap::FileHeader;
-    using veskcap::RecordHeader;
-    if (bytes.size() < sizeof(FileHeader)) {
-        return bytes;
-    }
-    mendSum(bytes.data(), 0, offsetof(FileHeader, crc));
-    std::size_t at = sizeof(FileHeader);
-    while (bytes.size() - at >= sizeof(RecordHeader)) {
-        RecordHeader header;
-        std::memcpy(&header, &bytes[at], sizeof(header));
-        if (header.length > bytes.size() - at - sizeof(header)) {
-            break;
-        }
-        constexpr std::size_t kSummed = offsetof(RecordHeader, length);
-        mendSum(&bytes[at], kSummed, sizeof(header) - kSummed + header.length);
-        at += sizeof(header) + header.length;
-    }
-    return bytes;
-}
 
 void read(const std::string& bytes) {
     std::istringstream stream(bytes);
@@ -77,6 +51,6 @@ void read(const std::string& bytes) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes(reinterpret_cast<const char*>(data), size);
     read(bytes);
-    read(withRightSums(bytes));
+    read(veskfuzz::withRightSums(bytes));
     return 0;
 }

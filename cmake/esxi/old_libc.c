@@ -38,6 +38,18 @@ int fstat64(int descriptor, struct stat64* result) {
     return __fxstat64(kStatVersion, descriptor, result);
 }
 
+/* The one that 2.17 exports is for old programs: it forgets whose the functions are, and calls them
+ * at a fork when their library is gone. */
+extern void* __dso_handle;
+#pragma GCC visibility push(default)
+int __register_atfork(void (*prepare)(void), void (*parent)(void), void (*child)(void),
+                      void* library);
+#pragma GCC visibility pop
+
+int pthread_atfork(void (*prepare)(void), void (*parent)(void), void (*child)(void)) {
+    return __register_atfork(prepare, parent, child, __dso_handle);
+}
+
 /* Where the unwind table of the code at an address is: what dl_iterate_phdr tells, and the unwinder
  * asked that itself before 2.35. */
 struct search {

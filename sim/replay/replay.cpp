@@ -160,16 +160,26 @@ struct Replay::Connection {
 
 Replay::Replay() = default;
 
-Replay& Replay::start(const std::string& file, const std::string& root) {
-    // Never destroyed: threads of the process may still send commands while it ends.
-    auto* const replay = new Replay();
+Replay::~Replay() {
+    if (m_shared != nullptr) {
+        munmap(m_shared, m_sharedSize);
+    }
+}
+
+std::unique_ptr<Replay> Replay::load(const std::string& file, const std::string& root) {
+    std::unique_ptr<Replay> replay(new Replay());
     for (const char* const folder : {"scratch/log", "var/log"}) {
         fs::create_directories(hostFolder(root) / folder);
     }
     replay->read(file, root);
     replay->share();
-    theReplay = replay;
-    return *replay;
+    return replay;
+}
+
+Replay& Replay::start(const std::string& file, const std::string& root) {
+    // Never destroyed: threads of the process may still send commands while it ends.
+    theReplay = load(file, root).release();
+    return *theReplay;
 }
 
 Replay* Replay::active() {
@@ -177,11 +187,8 @@ Replay* Replay::active() {
 }
 
 void Replay::read(const std::string& file, const std::string& root) {
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream || fs::is_directory(file)) {
-        throw std::runtime_error(fmt::format("the capture {} cannot be opened", file));
-    }
     try {
+        std::ifstream stream = veskcap::openCapture(file);
         veskcap::CaptureReader reader(stream);
         Record record;
         while (reader.next(record)) {
@@ -252,9 +259,9 @@ void Replay::take(Record&& record, const std::string& root) {
 }
 
 void Replay::share() {
-    const std::size_t size = sizeof(Shared) + m_answers.size() * sizeof(std::size_t);
+    m_sharedSize = sizeof(Shared) + m_answers.size() * sizeof(std::size_t);
     void* const memory =
-        mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        mmap(nullptr, m_sharedSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) {
         throw std::bad_alloc();
     }

@@ -33,6 +33,11 @@ public:
     static Replay& start(const std::string& file, const std::string& root);
     // Null if there is none.
     static Replay* active();
+    // The same for nobody's calls yet.
+    static std::unique_ptr<Replay> load(const std::string& file, const std::string& root);
+    ~Replay();
+    Replay(const Replay&) = delete;
+    Replay& operator=(const Replay&) = delete;
 
     // The commands that could not be answered, in words, each once, in this process and in those
     // that were forked off; of their first threads only, or of all. There is room for some.
@@ -71,6 +76,7 @@ private:
     // With the processes that are forked off, of which there is one at a time: each goes on in the
     // capture where the last one ended.
     Shared* m_shared = nullptr;
+    std::size_t m_sharedSize = 0;
     std::string m_damage;
 };
 

@@ -1,8 +1,12 @@
 /* A host in C that loads the library, calls it and unloads it: nothing of it may stay mapped.
- *   unload_host PLATFORM_LIBRARY LIBRARY */
+ *   unload_host PLATFORM_LIBRARY LIBRARY
+ *   VESK_CAPTURE=FILE unload_host PLATFORM_LIBRARY CAPTURE_LIBRARY capture
+ * The second one has begun to record when it goes; and nothing of it is called at a fork. */
 #include <dlfcn.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 static int isMapped(const char* name) {
     char line[4096];
@@ -17,12 +21,33 @@ static int isMapped(const char* name) {
     return found;
 }
 
+static int answers(void* library) {
+    unsigned char (*getCount)(void);
+    *(void**)&getCount = dlsym(library, "ZT_Adapter_GetCount");
+    return getCount != NULL && getCount() == 0;
+}
+
+static int records(void* library) {
+    const char* (*start)(void);
+    *(void**)&start = dlsym(library, "vesk_capture_start");
+    return start != NULL && start() == NULL;
+}
+
+static int canFork(void) {
+    int status = -1;
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(0);
+    }
+    return waitpid(child, &status, 0) == child && status == 0;
+}
+
 int main(int argc, char** argv) {
     void* library;
-    unsigned char (*getCount)(void);
+    const char* name;
 
     /* In the place of the platform's own; the simulated one is in C++ and would stay. */
-    if (argc != 3 || dlopen(argv[1], RTLD_NOW | RTLD_GLOBAL) == NULL) {
+    if (argc < 3 || dlopen(argv[1], RTLD_NOW | RTLD_GLOBAL) == NULL) {
         fprintf(stderr, "unload_host: %s\n", dlerror());
         return 2;
     }
@@ -31,14 +56,18 @@ int main(int argc, char** argv) {
         fprintf(stderr, "unload_host: %s\n", dlerror());
         return 2;
     }
-    *(void**)&getCount = dlsym(library, "ZT_Adapter_GetCount");
-    if (getCount == NULL || getCount() != 0 || !isMapped("libVeskNvme.so")) {
+    name = strrchr(argv[2], '/') != NULL ? strrchr(argv[2], '/') : argv[2];
+    if (!(argc == 3 ? answers(library) : records(library)) || !isMapped(name)) {
         fprintf(stderr, "unload_host: the library does not answer\n");
         return 1;
     }
     dlclose(library);
-    if (isMapped("libVeskNvme.so")) {
+    if (isMapped(name)) {
         fprintf(stderr, "unload_host: the library is still mapped after dlclose\n");
+        return 1;
+    }
+    if (!canFork()) {
+        fprintf(stderr, "unload_host: the host cannot fork without the library\n");
         return 1;
     }
     return 0;

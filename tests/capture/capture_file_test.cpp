@@ -1,6 +1,7 @@
 #include "capture/capture_file.h"
 
 #include "scratch_file.h"
+#include "size_limit.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,6 @@
 #include <filesystem>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -134,25 +134,23 @@ TEST(CaptureFile, DoesNotCutOffMoreThanOneRecordCouldBe) {
 
 TEST(CaptureFile, FailsAtALimitOfSizeAndTheSignalDoesNotEndTheProcess) {
     const ScratchFile scratch;
-    rlimit limit = {};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit before = limit;
-    limit.rlim_cur = 1000;
-    setrlimit(RLIMIT_FSIZE, &limit);
     CaptureFile file;
-    const bool opened = file.open(scratch.name(), 0, 0);
+    bool opened = false;
     int written = 0;
-    while (written < 100 && append(file, std::string(200, 'x'))) {
-        ++written;
+    {
+        const SizeLimit limit(1000);
+        opened = file.open(scratch.name(), 0, 0);
+        while (written < 100 && append(file, std::string(200, 'x'))) {
+            ++written;
+        }
     }
     const std::string problem = file.problem();
-    setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_TRUE(opened);
     EXPECT_EQ(written, 4);
     EXPECT_TRUE(contains(problem, "writing to it failed")) << problem;
     const ReadCapture capture = readCapture(scratch.content());
     EXPECT_EQ(capture.records.size(), 4U);
-    EXPECT_NE(capture.damage, "") << "half a record is left";
+    EXPECT_EQ(capture.damage, "") << "half a record is left";
     CaptureFile next;
     ASSERT_TRUE(next.open(scratch.name(), 0, 0)) << next.problem();
     EXPECT_TRUE(append(next, "later"));
@@ -160,6 +158,61 @@ TEST(CaptureFile, FailsAtALimitOfSizeAndTheSignalDoesNotEndTheProcess) {
     sigset_t pending;
     sigpending(&pending);
     EXPECT_EQ(sigismember(&pending, SIGXFSZ), 0);
+}
+
+TEST(CaptureFile, FailsAtALimitOfSizeThatIsSetLater) {
+    const ScratchFile scratch;
+    CaptureFile file;
+    ASSERT_TRUE(file.open(scratch.name(), 0, 0));
+    ASSERT_TRUE(append(file));
+    {
+        const SizeLimit limit(100);
+        EXPECT_FALSE(append(file, std::string(200, 'x')));
+    }
+    EXPECT_TRUE(contains(file.problem(), "writing to it failed")) << file.problem();
+    EXPECT_EQ(readCapture(scratch.content()).damage, "");
+}
+
+// As another process does between half a record and its being taken back.
+TEST(CaptureFile, DoesNotGoOnBehindWhatHasAWrongSum) {
+    const ScratchFile scratch;
+    {
+        CaptureFile file;
+        ASSERT_TRUE(file.open(scratch.name(), 0, 0));
+        EXPECT_TRUE(append(file, std::string(100, 'a')) && append(file, std::string(300, 'b')));
+    }
+    const std::string whole = scratch.content();
+    std::string flipped = whole;
+    flipped[80] = '!';
+    for (const std::string& content : {flipped, whole.substr(0, 100) + whole.substr(32 + 132)}) {
+        scratch.write(content);
+        EXPECT_TRUE(contains(refusal(scratch), "damaged"));
+        EXPECT_EQ(scratch.content(), content);
+    }
+}
+
+TEST(CaptureFile, WritesAHeaderAnewThatAKilledWriterLeftIncomplete) {
+    const ScratchFile scratch;
+    EXPECT_EQ(refusal(scratch), "");
+    const std::string header = scratch.content();
+    ASSERT_EQ(header.size(), 32U);
+    for (std::size_t size = 1; size < header.size(); ++size) {
+        scratch.write(header.substr(0, size));
+        EXPECT_EQ(refusal(scratch), "") << size;
+        EXPECT_EQ(scratch.content(), header) << size;
+    }
+    scratch.write("VESKtop");
+    EXPECT_TRUE(contains(refusal(scratch), "no capture file"));
+    EXPECT_EQ(scratch.content(), "VESKtop");
+}
+
+TEST(CaptureFile, LeavesNoHalfOfAHeader) {
+    const ScratchFile scratch;
+    {
+        const SizeLimit limit(10);
+        EXPECT_TRUE(contains(refusal(scratch), "writing to it failed"));
+    }
+    EXPECT_EQ(scratch.content(), "");
 }
 
 TEST(CaptureFile, KeepsAwayFromLowDescriptors) {

@@ -2,6 +2,7 @@
 #include "capture/capture_format.h"
 #include "platform_for_capture.h"
 #include "scratch_file.h"
+#include "size_limit.h"
 #include "transport/management_tables.h"
 #include "transport/nvme_adapter_list.h"
 #include "transport/vmk_mgmt.h"
@@ -16,7 +17,6 @@
 #include <map>
 #include <thread>
 
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -229,20 +229,17 @@ TEST_F(CaptureLibrary, TellsForkedChildrenApartAndNoneOfThemHangs) {
 }
 
 TEST_F(CaptureLibrary, EndsRecordingOnAFullDiskSaysSoOnceAndGoesOn) {
-    rlimit limit = {};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit before = limit;
-    limit.rlim_cur = 8000;
-    setrlimit(RLIMIT_FSIZE, &limit);
     testing::internal::CaptureStderr();
-    const unsigned long handle = open();
     bool good = true;
-    char buffer[512] = {};
-    for (int i = 0; i < 100; ++i) {
-        nvme_uio uio = command(buffer, sizeof(buffer), 3);
-        good = good && send(handle, uio) == 0 && buffer[511] == 3;
+    {
+        const SizeLimit limit(8000);
+        const unsigned long handle = open();
+        char buffer[512] = {};
+        for (int i = 0; i < 100; ++i) {
+            nvme_uio uio = command(buffer, sizeof(buffer), 3);
+            good = good && send(handle, uio) == 0 && buffer[511] == 3;
+        }
     }
-    setrlimit(RLIMIT_FSIZE, &before);
     const std::string said = testing::internal::GetCapturedStderr();
     EXPECT_TRUE(good);
     EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
@@ -250,6 +247,48 @@ TEST_F(CaptureLibrary, EndsRecordingOnAFullDiskSaysSoOnceAndGoesOn) {
     EXPECT_NE(vesk_capture_problem(), nullptr);
     const ReadCapture read = capture();
     EXPECT_GT(read.exchanges().size(), 5U);
+}
+
+// A host that limits itself when it has opened what it needs.
+TEST_F(CaptureLibrary, ASizeLimitThatIsSetLaterDoesNotEndTheHost) {
+    const unsigned long handle = open();
+    char buffer[512] = {};
+    nvme_uio uio = command(buffer, sizeof(buffer), 3);
+    testing::internal::CaptureStderr();
+    {
+        const SizeLimit limit(100);
+        EXPECT_EQ(send(handle, uio), 0);
+    }
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(buffer[511], 3);
+    EXPECT_EQ(capture().damage, "");
+}
+
+// Otherwise what it writes would stand behind half a record, where nothing can be read.
+TEST_F(CaptureLibrary, EndsRecordingInAllForkedProcessesWhereOneCannotWrite) {
+    const unsigned long handle = open();
+    char buffer[512] = {};
+    nvme_uio uio = command(buffer, sizeof(buffer), 3);
+    EXPECT_EQ(send(handle, uio), 0);
+    const std::size_t before = m_file.content().size();
+    const ScratchFile said;
+    const pid_t child = fork();
+    if (child == 0) {
+        static_cast<void>(!std::freopen(said.name(), "w", stderr));
+        const SizeLimit limit(before + 300);
+        _exit(send(handle, uio) == 0 ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(send(handle, uio), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "the other one has said it";
+    const std::string text = said.content();
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1) << text;
+    EXPECT_NE(vesk_capture_problem(), nullptr);
+    EXPECT_EQ(m_file.content().size(), before);
+    EXPECT_EQ(capture().damage, "");
 }
 
 TEST_F(CaptureLibrary, RecordsNothingBehindItsEnd) {

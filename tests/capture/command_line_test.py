@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """--capture, --mask, --replay and capture show, as a user has them: what is refused, and how.
 
-    command_line_test.py VESKCTL_SIM CAPTURE_LIBRARY
+    command_line_test.py VESKCTL_SIM CAPTURE_LIBRARY WITHOUT_PROC
 """
 
 import json
@@ -15,13 +15,13 @@ import tempfile
 import unittest
 from pathlib import Path
 
-PROGRAM, LIBRARY = sys.argv[1:3]
+PROGRAM, LIBRARY, WITHOUT_PROC = sys.argv[1:]
 
 
-def run(*arguments, program=PROGRAM, **environment):
+def run(*arguments, program=PROGRAM, timeout=None, **environment):
     environment = {**os.environ, 'ASAN_OPTIONS': 'verify_asan_link_order=0', **environment}
     return subprocess.run([program, *map(str, arguments)], capture_output=True, text=True,
-                          check=False, env=environment)
+                          check=False, env=environment, timeout=timeout)
 
 
 def crc32c(data):
@@ -147,15 +147,38 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(document['records'], whole[:10])
         self.assertEqual(document['errors'][0]['code'], 'capture_damaged')
         self.assertIn(f'record 11 at offset {whole[10]["offset"]}', document['errors'][0]['message'])
-        # What stands before the damage is replayed, and a note tells of it.
-        self.assertIn('ends early', run('--replay', self.file, 'version').stderr)
+
+    def test_a_replay_tells_of_damage_where_an_answer_is_missing_and_where_none_is(self):
+        self.capture('controller')
+        self.capture('disks')
+        records = self.shown()[1]['records']
+        second = [record for record in records if record['type'] == 'start'][1]
+        content = self.file.read_bytes()
+        self.file.write_bytes(content[:second['offset'] + 5])
+        place = f'record {second["number"]} at offset {second["offset"]}: the file ends inside'
+
+        result = run('--replay', self.file, 'disks', '--json')
+        self.assertEqual((result.returncode, 'disks' in json.loads(result.stdout)), (1, False))
+        errors = json.loads(result.stdout)['errors']
+        self.assertEqual([error['code'] for error in errors[:2]],
+                         ['capture_damaged', 'not_in_capture'])
+        self.assertIn(place, errors[0]['message'])
+        self.assertIn(place, result.stderr)
+        self.assertNotIn('take one of this command', result.stderr)
+
+        result = run('--replay', self.file, 'controller')
+        self.assertEqual(result.returncode, 0)
+        self.assertIn('note: ', result.stderr)
+        self.assertIn(place, result.stderr)
 
     def test_foreign_and_newer_files_are_refused(self):
         self.capture('controller')
         newer = bytearray(self.file.read_bytes())
         newer[8:10] = struct.pack('<H', 7)
         for content, reason in ((b'some text that is no capture at all', 'no capture file'),
-                                (b'', 'empty'), (bytes(newer), 'newer program (format 7')):
+                                (b'', 'empty'), (bytes(newer), 'newer program (format 7'),
+                                (b'VESKC', 'ends inside its header, at offset 5'),
+                                (bytes(newer[:8]), 'ends inside its header, at offset 8')):
             self.file.write_bytes(content)
             for arguments, code in ((['capture', 'show', self.file], 1),
                                     (['--replay', self.file, 'disks'], 2)):
@@ -177,19 +200,44 @@ class CommandLine(unittest.TestCase):
 
     def test_files_that_are_not_there(self):
         for arguments, code in ((['capture', 'show', self.file], 1),
-                                (['--replay', self.file, 'disks'], 2),
-                                (['capture', 'show', self.folder], 1),
-                                (['--replay', self.folder, 'disks'], 2)):
+                                (['--replay', self.file, 'disks'], 2)):
             result = run(*arguments)
             self.assertEqual(result.returncode, code)
-            self.assertIn('cannot be opened', result.stderr)
+            self.assertIn('cannot be opened: No such file', result.stderr)
         self.assertEqual(run('capture', 'show').returncode, 2)
+
+    def test_what_is_no_plain_file_is_refused_and_not_read_for_ever(self):
+        os.mkfifo(self.file)
+        for path in (self.file, '/dev/zero', self.folder):
+            for arguments, code in ((['capture', 'show', path], 1),
+                                    (['--replay', path, 'disks'], 2)):
+                result = run(*arguments, timeout=30)
+                self.assertEqual(result.returncode, code)
+                self.assertIn('is no plain file', result.stderr)
 
     def test_a_capture_that_cannot_be_written_comes_before_the_command(self):
         for path in ('/nonexistent/capture', self.folder, '/dev/full'):
             result = run('--capture', path, 'events')
             self.assertEqual((result.returncode, result.stdout), (2, ''), result.stderr)
             self.assertIn('nothing is recorded', result.stderr)
+
+    def test_a_host_without_proc_will_do(self):
+        output = self.capture('controller', LD_PRELOAD=WITHOUT_PROC)
+        self.assertEqual(run('--replay', self.file, 'controller').stdout, output)
+        # However the program was called.
+        link = self.folder / 'link'
+        link.symlink_to(PROGRAM)
+        environment = {'LD_PRELOAD': WITHOUT_PROC,
+                       'PATH': f'{self.folder}:{Path(PROGRAM).parent}:{os.environ["PATH"]}'}
+        for called in (link, os.path.relpath(PROGRAM), 'link', Path(PROGRAM).name):
+            result = run('--capture', self.file, 'controller', program=called, **environment)
+            self.assertEqual((result.returncode, result.stdout), (0, output), result.stderr)
+
+    def test_a_program_that_cannot_start_itself_tells_the_other_way(self):
+        result = run('--capture', self.file, 'controller', LD_PRELOAD=WITHOUT_PROC,
+                     VESK_TEST_NO_EXEC='1')
+        self.assertEqual((result.returncode, result.stdout), (1, ''))
+        self.assertIn(f'LD_PRELOAD={LIBRARY} VESK_CAPTURE={self.file} ', result.stderr)
 
     def test_a_full_disk_leaves_the_answer_and_is_an_error(self):
         for _ in range(4):  # to be larger than what else is written

@@ -140,6 +140,58 @@ TEST(SerialMask, HidesInTextsOfEventsWhatLooksLikeASerial) {
     EXPECT_EQ(maskedEvents(mask, plain), plain);
 }
 
+// The mask of the letters and digits alone, with the punctuation where it was.
+std::string spelled(const SerialMask& mask, const std::string& serial) {
+    std::string plain;
+    for (const char c : serial) {
+        plain += std::isalnum(static_cast<unsigned char>(c)) != 0 ? std::string(1, c) : "";
+    }
+    const std::string is = mask.maskOf(plain);
+    std::string result = serial;
+    std::size_t next = 0;
+    for (char& c : result) {
+        c = std::isalnum(static_cast<unsigned char>(c)) != 0 ? is[next++] : c;
+    }
+    return result;
+}
+
+TEST(SerialMask, HidesInTextsOfEventsSerialsWithPunctuation) {
+    SerialMask mask("key");
+    masked(mask, "VD00480A000170");
+    for (const std::string serial : {"S4EV-NX0R-5062", "WD-WCC4N7", "AB-12-9988", "00:11:22:AB:CD",
+                                     "VD00-480A-000170", "S4EV_NX0R_5062", "S4EV/NX0R:5062"}) {
+        const std::string is = spelled(mask, serial);
+        ASSERT_NE(is, serial);
+        for (const std::string end :
+             {" gone_INFO\n", "_CRITICAL\n", "] gone_WARNING[SEQ]12345678\n", ""}) {
+            const std::string text = "[MSG]PD_Drive [" + serial + end;
+            EXPECT_EQ(maskedEvents(mask, text), "[MSG]PD_Drive [" + is + end);
+        }
+    }
+    EXPECT_EQ(spelled(mask, "VD00-480A-000170").substr(5, 4),
+              mask.maskOf("VD00480A000170").substr(4, 4));
+}
+
+TEST(SerialMask, LeavesReadableInTextsOfEventsWhatIsNoSerial) {
+    SerialMask mask("key");
+    for (const std::string text :
+         {"[MSG]PD_Drive gone_INFO\n", "[MSG]PD_Temperature 75_CRITICAL\n",
+          "[MSG]VD_RAID-10 volume_12 at 2026-11-22T10:00:00Z or 2026/11/22_INFO\n",
+          "[MSG]NVMe_Link at 0000:3b:00.0 is Gen4-x4 since 10:20:30_WARNING\n",
+          "[MSG]PD_Drive 12 firmware 1.2.3.1004 Controller started_INFO\n",
+          "[MSG]PD_Temperature 75_CRIT", "[MSG]PD_Temperature of drive 1_"}) {
+        EXPECT_EQ(maskedEvents(mask, text), text);
+    }
+}
+
+TEST(SerialMask, OfAWordThatHoldsAKnownSerialTheRestIsLookedAtAlone) {
+    SerialMask mask("key");
+    const std::string is = masked(mask, "VD00480A000170").substr(0, 14);
+    EXPECT_EQ(
+        maskedEvents(mask, "[MSG]PD_serial:VD00480A000170 or VD00480A000170/S4EVNX0R5062_INFO\n"),
+        "[MSG]PD_serial:" + is + " or " + is + "/" + mask.maskOf("S4EVNX0R5062") + "_INFO\n");
+}
+
 TEST(SerialMask, TakesAnySizeOfText) {
     SerialMask mask("key");
     masked(mask, "VD00480A000170");

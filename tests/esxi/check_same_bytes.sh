@@ -25,9 +25,9 @@ second() {
         exit 1
     fi
 }
-targets=(VeskNvme veskctl)
+targets=(VeskNvme vesk_capture veskctl)
 second esxi -DVESK_ESXI_UNWINDER="$unwinder"
-targets=(VeskNvme)
+targets=(VeskNvme vesk_capture)
 second release -DVESK_BUILD_TESTS=OFF
 
 failed=0
@@ -40,7 +40,10 @@ compare() {
         failed=1
     fi
 }
-compare "$host/lib/libVeskNvme.so" "$copy/build/esxi/lib/libVeskNvme.so"
-compare "$host/bin/veskctl" "$copy/build/esxi/bin/veskctl"
-compare "$release/lib/libVeskNvme.so" "$copy/build/release/lib/libVeskNvme.so"
+for file in lib/libVeskNvme.so lib/libvesk-capture.so bin/veskctl; do
+    compare "$host/$file" "$copy/build/esxi/$file"
+done
+for file in lib/libVeskNvme.so lib/libvesk-capture.so; do
+    compare "$release/$file" "$copy/build/release/$file"
+done
 exit $failed

@@ -33,7 +33,8 @@ for file in "${files[@]}"; do
 
     # What it asks of the host: libraries, versions, symbols.
     allowed=$libraries
-    [ "$name" = veskctl ] || allowed+='|libvmkmgmt\.so'
+    # The capture library loads the platform's itself: as a dependency it would come in front of it.
+    [ "$name" != libVeskNvme.so ] || allowed+='|libvmkmgmt\.so'
     others=$(grep NEEDED <<<"$dynamic" | grep -vE "\[($allowed)\]" || true)
     [ -z "$others" ] || fail "$file needs a library that hosts may not have: $others
     Link it in (cmake/esxi/esxi.cmake), or do without it."
@@ -86,4 +87,7 @@ unchecked=$(grep -v -e -D_FORTIFY_SOURCE=2 <<<"$commands" || true)
 cc -o "$work/unload_host" "$here/../abi/unload_host.c" -ldl
 "$work/unload_host" "$build/stubs/libvmkmgmt.so" "$build/lib/libVeskNvme.so" ||
     fail "libVeskNvme.so cannot be loaded and unloaded; a unique symbol (nm -D | grep ' u ') keeps it"
+"$here/../abi/check_capture.sh" "$work/unload_host" "$build/stubs/libvmkmgmt.so" \
+    "$build/lib/libvesk-capture.so" ||
+    fail "libvesk-capture.so exports other names than the release build, or cannot be unloaded"
 exit $failed

@@ -60,15 +60,18 @@ REFUSED = [
      'vesk-pciconfig: list them as root, with lspci -e or lspci -xxx; files that are there stay as '
      'they are\n'),
     ('a listing that ends within a row', 'cut_in_a_row.txt', [], 5,
-     'vesk-pciconfig: the bytes of vmhba2 at 0000:3b:00.0 are cut: 15 of 16 rows\n'
+     'vesk-pciconfig: the bytes of vmhba2 at 0000:3b:00.0 are cut: 15 of 16 rows; '
+     'not understood: f0: 00 00 00 00 00 00 00 00 00\n'
      'vesk-pciconfig: list them as root, with lspci -e or lspci -xxx; files that are there stay as '
      'they are\n'),
     ('a missing row', 'row_missing.txt', [], 5,
-     'vesk-pciconfig: the bytes of vmhba2 at 0000:3b:00.0 are cut: 7 of 16 rows\n'
+     'vesk-pciconfig: the bytes of vmhba2 at 0000:3b:00.0 are cut: 7 of 16 rows; '
+     'not understood: 80: 40 00 43 10 00 00 00 00 00 00 00 00 00 00 00 00\n'
      'vesk-pciconfig: list them as root, with lspci -e or lspci -xxx; files that are there stay as '
      'they are\n'),
     ('a byte that is none', 'bad_byte.txt', [], 5,
-     'vesk-pciconfig: the bytes of vmhba2 at 0000:3b:00.0 are cut: 7 of 16 rows\n'
+     'vesk-pciconfig: the bytes of vmhba2 at 0000:3b:00.0 are cut: 7 of 16 rows; '
+     'not understood: 70: 10 00 02 00 c1 8f 00 10 37 28 0a 00 8g 30 40 00\n'
      'vesk-pciconfig: list them as root, with lspci -e or lspci -xxx; files that are there stay as '
      'they are\n'),
     ('no bytes at all', 'host_plain.txt', [], 5,
@@ -201,8 +204,33 @@ class Listings(HostShell):
         done = self.run_script('--from', '-', '--adapter', 'vmhba2=3b:00.0',
                                text=listing.replace('\n40: ', '\n40: ' + '00 ' * 300000))
         self.assertEqual(done.returncode, 5)
-        self.assertIn('are cut: 4 of 16 rows\n', done.stderr)
+        self.assertIn('are cut: 4 of 16 rows; not understood: 40: 00 00 ', done.stderr)
+        self.assertLess(len(done.stderr), 400)
         self.expect_untouched()
+
+    def test_rows_of_another_form_are_shown(self):
+        listing = (LISTINGS / 'pciutils_xxx.txt').read_text()
+        for old, new, shown in (
+                (': ', '\t', '00\t4b 1b 37 52'), ('\n', '\n0x', '0x00: 4b 1b 37 52'),
+                ('00: 4b 1b', '000: 4b1b', '000: 4b1b 37 52')):
+            head, device, rows = listing.partition('3b:00.0 ')
+            title, _, rows = rows.partition('\n')
+            done = self.run_script('--from', '-', '--adapter', 'vmhba2=3b:00.0',
+                                   text=f'{head}{device}{title}\n' +
+                                        f'\n{rows}'.replace(old, new)[1:])
+            self.assertEqual(done.returncode, 5)
+            self.assertIn(f'are cut: 0 of 16 rows; not understood: {shown}'.replace('\t', '?'),
+                          done.stderr)
+
+    def test_cut_copy_of_an_adapter_does_not_count_beside_a_whole_one(self):
+        whole = (LISTINGS / 'pciutils_xxx.txt').read_text()
+        cut = (LISTINGS / 'pciutils_x.txt').read_text()
+        for name, text in (('behind it', whole + cut), ('before it', cut + whole)):
+            with self.subTest(name):
+                shutil.rmtree(self.target, ignore_errors=True)
+                done = self.run_script('--from', '-', '--adapter', 'vmhba2=3b:00.0', text=text)
+                self.assertEqual(done.returncode, 0, done.stderr)
+                self.expect_controller()
 
     def test_closed_standard_input_is_told(self):
         done = self.run_script('--from', '-', before='exec <&-;')
@@ -239,6 +267,23 @@ class Host(HostShell):
         done = self.run_script()
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertEqual(self.read(ADDRESS_FILE), CONTROLLER_AND_SATA)
+
+    def test_names_of_lspci_and_of_the_device_list_go_together(self):
+        self.lspci(f"'') sed '/3b:00/s/ .vmhba.*//' {LISTINGS}/host_plain.txt ;;\n"
+                   f'-e) cat {LISTINGS}/host_e.txt ;;')
+        self.program('localcli', f'sed "/Name: vmhba0/d" {LISTINGS}/host_pci_list.txt\n')
+        done = self.run_script()
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(self.read(ADDRESS_FILE), CONTROLLER_AND_SATA)
+
+    def test_names_that_contradict_each_other_are_told(self):
+        self.lspci(f"'') cat {LISTINGS}/host_plain.txt ;;\n-e) cat {LISTINGS}/host_e.txt ;;")
+        self.program('localcli', f'sed "s/vmhba0/vmhba2/" {LISTINGS}/host_pci_list.txt\n')
+        self.fill_target()
+        done = self.run_script()
+        self.assertEqual(done.returncode, 4)
+        self.assertIn('vmhba2 stands at 0000:3b:00.0 and at 0000:00:17.0\n', done.stderr)
+        self.expect_untouched()
 
     def test_next_option_is_tried_where_one_lists_too_little(self):
         self.lspci(f"-e) cat {LISTINGS}/pciutils_x.txt ;;\n"
@@ -395,6 +440,18 @@ class Target(HostShell):
         done = self.run_script(*self.GOOD_ARGUMENTS)
         self.assertEqual(done.returncode, 6)
         self.expect_untouched()
+
+    def test_what_killed_runs_left_goes_and_what_running_ones_have_stays(self):
+        gone = subprocess.Popen([str(self.programs / 'sh'), '-c', ':'])
+        gone.wait(60)
+        self.target.mkdir(parents=True)
+        kept = [f'{ADDRESS_FILE}.{os.getpid()}', f'{CONFIG_FILE}.old', 'other.1']
+        for name in [f'{ADDRESS_FILE}.{gone.pid}', f'{CONFIG_FILE}.{gone.pid}', *kept]:
+            (self.target / name).write_text('left\n')
+        for _ in range(2):  # one that writes, and one that need not
+            self.assertEqual(self.run_script(*self.GOOD_ARGUMENTS).returncode, 0)
+            self.assertEqual(sorted(os.listdir(self.target)),
+                             sorted([ADDRESS_FILE, CONFIG_FILE, *kept]))
 
     def test_nobody_has_to_listen(self):
         done = self.run_script(*self.GOOD_ARGUMENTS, before='exec >&-;')

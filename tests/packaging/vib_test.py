@@ -270,6 +270,13 @@ class Refusals(MakeVib):
         self.put('lib/libVeskNvme.so', ELF[:18] + b'\xb7\x00')
         self.expect_refused(f'{self.build}/lib/libVeskNvme.so is no program or library for x86-64')
 
+    def test_release_that_is_no_number(self):
+        for release in ('0', '-1', '1.2', '01', 'one', '', '1234567890'):
+            done = self.make(f'--release={release}')
+            self.assertEqual(done.returncode, 2)
+            self.assertIn(f'"{release}" is no number from 1 to 999999999', done.stderr)
+            self.assertFalse(self.vib.exists())
+
     def test_bad_time(self):
         # The last one is the first second that a bundle cannot hold.
         for epoch in ('today', '-1', '', '4354819200'):
@@ -324,6 +331,19 @@ class Bundle(MakeVib):
         self.expect_xml(self.bundle.read('vendor-index.xml'), 'vendor-index.xml')
         self.expect_xml(self.metadata.read('vmware.xml'), 'vmware.xml')
         self.expect_xml(self.metadata.read(self.metadata.namelist()[2]), 'bulletin.xml')
+
+    def test_release_is_the_number_behind_the_version_everywhere(self):
+        version, _, release = self.descriptor().findtext('version').rpartition('-')
+        self.assertEqual(release, '1')
+        self.made('--bundle', self.root / 'vesk.zip', '--release', '27')
+        self.assertEqual(self.descriptor().findtext('version'), f'{version}-27')
+        with zipfile.ZipFile(self.root / 'vesk.zip') as bundle:
+            self.assertIn(f'vib20/vesk-nvme/orvo_bootbank_vesk-nvme_{version}-27.vib',
+                          bundle.namelist())
+            with zipfile.ZipFile(io.BytesIO(bundle.read('metadata.zip'))) as metadata:
+                full = xml.fromstring(metadata.read('vmware.xml')).find('bulletin')
+                self.assertEqual(full.find('componentVersionSpec').get('version'), f'{version}-27')
+                self.assertEqual(full.findtext('id'), f'vesk-nvme-{version}-27')
 
     def test_its_files_may_be_read_by_everybody(self):
         for info in self.bundle.infolist() + self.metadata.infolist():
@@ -414,7 +434,7 @@ class StartScript(MakeVib):
         done = self.script('start')
         self.assertEqual(done.returncode, 5)
         self.assertIn('vesknvme: PCI text files were not made: vesk-pciconfig: the bytes of vmhba2 '
-                      'at 0000:3b:00.0 are cut: 15 of 16 rows\n', done.stdout)
+                      'at 0000:3b:00.0 are cut: 15 of 16 rows; not understood: f0: 00 ', done.stdout)
         self.assertEqual(self.script('status').returncode, 0)
 
     def test_missing_log_folder_does_not_keep_the_text_files_back(self):

@@ -26,6 +26,9 @@ constexpr int kHighDescriptor = 200;
 // More than that at the end of a file is damage, not a record that was cut short.
 constexpr off_t kLongestCutRecord = 65536;
 
+constexpr const char* kDamaged =
+    "it is damaged: name another file; 'veskctl capture show' tells where";
+
 FileHeader makeHeader(std::uint32_t flags, std::uint32_t keyCheck) {
     FileHeader header = {};
     std::memcpy(header.magic, kMagic, sizeof(kMagic));
@@ -40,9 +43,15 @@ FileHeader makeHeader(std::uint32_t flags, std::uint32_t keyCheck) {
 }  // namespace
 
 CaptureFile::~CaptureFile() {
+    close();
+}
+
+// Gives up the lock, too.
+void CaptureFile::close() {
     if (m_descriptor >= 0) {
-        close(m_descriptor);
+        ::close(m_descriptor);
     }
+    m_descriptor = -1;
 }
 
 bool CaptureFile::fail(const char* doing, int error) {
@@ -62,7 +71,7 @@ bool CaptureFile::takeHigh(int descriptor) {
         m_descriptor = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     }
     const int error = errno;
-    close(descriptor);
+    ::close(descriptor);
     return m_descriptor >= 0 || fail("opening it", error);
 }
 
@@ -82,33 +91,82 @@ bool CaptureFile::open(const char* path, std::uint32_t flags, std::uint32_t keyC
     if (!S_ISREG(m_identity.st_mode)) {
         return refuse("it is no plain file: name another one");
     }
-    rlimit limit = {};
-    m_sizeIsLimited = getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY;
 
     // Whoever gets the lock for itself alone is the only writer, and puts the file in order.
     const bool alone = flock(m_descriptor, LOCK_EX | LOCK_NB) == 0;
     if (!alone && errno == EWOULDBLOCK) {
         flock(m_descriptor, LOCK_SH);
     }
-    struct stat now = {};
-    if (fstat(m_descriptor, &now) != 0) {
-        return fail("looking at it", errno);
+    if (!putInOrder(alone)) {
+        close();  // whoever comes next is alone again
+        return false;
     }
-    const bool good =
-        now.st_size == 0 ? writeHeader() : checkHeader() && (!alone || cutIncompleteRecord());
     if (alone) {
         flock(m_descriptor, LOCK_SH);
     }
-    return good;
+    return true;
+}
+
+bool CaptureFile::putInOrder(bool alone) {
+    FileHeader found = {};
+    const ssize_t got = pread(m_descriptor, &found, sizeof(found), 0);
+    if (got < 0) {
+        return fail("reading it", errno);
+    }
+    const auto size = static_cast<std::size_t>(got);
+    const bool cutInside = size > 0 && size < sizeof(found) &&
+                           std::memcmp(&found, kMagic, std::min(size, sizeof(kMagic))) == 0;
+    if (cutInside && (!alone || ftruncate(m_descriptor, 0) != 0)) {
+        return refuse("it ends inside its header: name another file");
+    }
+    if (size == 0 || cutInside) {
+        return writeHeader();
+    }
+    return checkHeader() && (!alone || cutIncompleteRecord());
+}
+
+// A limit of the file's size brings a signal, which would end the host. The host itself, or others
+// from outside, may set one at any time.
+bool CaptureFile::writeWhole(const void* data, std::size_t size) {
+    std::optional<HeldSignals> held;
+    rlimit limit = {};
+    if (getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur != RLIM_INFINITY) {
+        held.emplace();
+    }
+    const ssize_t written = write(m_descriptor, data, size);
+    if (written == static_cast<ssize_t>(size)) {
+        return true;
+    }
+    fail("writing to it", written < 0 ? errno : ENOSPC);
+    if (written > 0) {
+        takeBack(data, static_cast<std::size_t>(written));
+    }
+    return false;
+}
+
+// Half a record would hide all that others write behind it. If they have, it stays.
+void CaptureFile::takeBack(const void* data, std::size_t size) {
+    struct stat now = {};
+    if (fstat(m_descriptor, &now) != 0 || now.st_size < static_cast<off_t>(size)) {
+        return;
+    }
+    const off_t from = now.st_size - static_cast<off_t>(size);
+    char part[4096];
+    for (std::size_t at = 0; at < size; at += sizeof(part)) {
+        const std::size_t count = std::min(size - at, sizeof(part));
+        if (pread(m_descriptor, part, count, from + static_cast<off_t>(at)) !=
+                static_cast<ssize_t>(count) ||
+            std::memcmp(part, static_cast<const char*>(data) + at, count) != 0) {
+            return;
+        }
+    }
+    if (ftruncate(m_descriptor, from) != 0) {
+        // The next run cuts it off.
+    }
 }
 
 bool CaptureFile::writeHeader() {
-    const HeldSignals held;
-    const ssize_t written = write(m_descriptor, &m_header, sizeof(m_header));
-    if (written != static_cast<ssize_t>(sizeof(m_header))) {
-        return fail("writing to it", written < 0 ? errno : ENOSPC);
-    }
-    return true;
+    return writeWhole(&m_header, sizeof(m_header));
 }
 
 bool CaptureFile::checkHeader() {
@@ -148,14 +206,35 @@ bool CaptureFile::cutIncompleteRecord() {
                            header.length <= left - static_cast<off_t>(sizeof(header));
         if (!whole) {
             if (got < 0 || left > kLongestCutRecord) {
-                return refuse(
-                    "it is damaged: name another file; 'veskctl capture show' tells where");
+                return refuse(kDamaged);
             }
             return ftruncate(m_descriptor, at) == 0 || fail("cutting off half a record", errno);
+        }
+        // No kill makes this: what follows must not be cut off, and cannot be gone on with.
+        if (!sumIsRight(header, at)) {
+            return refuse(kDamaged);
         }
         at += static_cast<off_t>(sizeof(header)) + header.length;
     }
     return true;
+}
+
+bool CaptureFile::sumIsRight(const RecordHeader& header, off_t at) const {
+    constexpr std::size_t kSummed = offsetof(RecordHeader, length);
+    std::uint32_t crc =
+        crc32c(0, reinterpret_cast<const char*>(&header) + kSummed, sizeof(header) - kSummed);
+    char part[4096];
+    at += static_cast<off_t>(sizeof(header));
+    for (std::size_t left = header.length; left > 0;) {
+        const std::size_t count = std::min(left, sizeof(part));
+        if (pread(m_descriptor, part, count, at) != static_cast<ssize_t>(count)) {
+            return false;
+        }
+        crc = crc32c(crc, part, count);
+        at += static_cast<off_t>(count);
+        left -= count;
+    }
+    return crc == header.crc;
 }
 
 // A host may close descriptors that it does not know, and get our number for a file of its own.
@@ -189,16 +268,8 @@ bool CaptureFile::append(char* record, std::size_t size) {
     if (!stillOurs()) {
         return false;
     }
-    std::optional<HeldSignals> held;
-    if (m_sizeIsLimited) {
-        held.emplace();
-    }
-    const ssize_t written = write(m_descriptor, record, size);
-    if (written != static_cast<ssize_t>(size)) {
-        fail("writing to it", written < 0 ? errno : ENOSPC);
-        // Gives up the lock, so that whoever comes next cuts off what may be half a record.
-        close(m_descriptor);
-        m_descriptor = -1;
+    if (!writeWhole(record, size)) {
+        close();  // so that whoever comes next is alone, and cuts off what may be half a record
         return false;
     }
     return true;

@@ -3,7 +3,10 @@
 #include "capture/crc32c.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+
+#include <sys/stat.h>
 
 namespace veskcap {
 
@@ -97,6 +100,18 @@ const Piece* Record::find(PieceKind kind, unsigned index) const {
     return found == pieces.end() ? nullptr : &*found;
 }
 
+std::ifstream openCapture(const std::string& path) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        throw CaptureError("it is no plain file: name one, or copy into one what this gives");
+    }
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream) {
+        throw CaptureError(std::string("it cannot be opened: ") + std::strerror(errno));
+    }
+    return stream;
+}
+
 CaptureReader::CaptureReader(std::istream& stream) : m_stream(stream) {
     m_stream.seekg(0, std::ios::end);
     const std::streamoff size = m_stream.tellg();
@@ -107,7 +122,7 @@ CaptureReader::CaptureReader(std::istream& stream) : m_stream(stream) {
     m_size = static_cast<std::uint64_t>(size);
     m_stream.read(reinterpret_cast<char*>(&m_header), sizeof(m_header));
     const auto got = static_cast<std::size_t>(m_stream.gcount());
-    if (got < sizeof(kMagic) || std::memcmp(m_header.magic, kMagic, sizeof(kMagic)) != 0) {
+    if (got == 0 || std::memcmp(m_header.magic, kMagic, std::min(got, sizeof(kMagic))) != 0) {
         throw CaptureError(m_size == 0 ? "it is empty: nothing was recorded"
                                        : "it is no capture file: another one is needed");
     }
@@ -117,7 +132,8 @@ CaptureReader::CaptureReader(std::istream& stream) : m_stream(stream) {
                            std::to_string(kVersion) + "): use that program");
     }
     if (got < sizeof(m_header)) {
-        throw CaptureError("it ends inside its header, at offset " + std::to_string(got));
+        throw CaptureError("it ends inside its header, at offset " + std::to_string(got) +
+                           ": nothing was recorded");
     }
     if (m_header.version != kVersion || m_header.length != sizeof(m_header) ||
         m_header.crc != crc32c(0, &m_header, offsetof(FileHeader, crc))) {

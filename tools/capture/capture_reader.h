@@ -5,6 +5,7 @@
 #include "capture/capture_format.h"
 
 #include <cstdint>
+#include <fstream>
 #include <istream>
 #include <stdexcept>
 #include <string>
@@ -39,6 +40,10 @@ struct Record {
     // The first piece of this kind, null if there is none.
     const Piece* find(PieceKind kind, unsigned index = 0) const;
 };
+
+// The file, to be read. Throws CaptureError if it cannot be opened, and for what is no plain file:
+// of a pipe or a device the end may never come.
+std::ifstream openCapture(const std::string& path);
 
 class CaptureReader {
 public:

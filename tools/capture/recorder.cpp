@@ -191,7 +191,7 @@ void Recorder::beginFile(const char* path) {
 }
 
 void Recorder::stop(const char* reason) noexcept {
-    if (!m_recording.exchange(false)) {
+    if (!m_recording.exchange(false) || m_end->ended.exchange(true)) {
         return;
     }
     if (!m_begun) {
@@ -259,6 +259,9 @@ char* Recorder::put(const void* data, std::size_t size) {
 }
 
 void Recorder::append() {
+    if (m_end->ended) {
+        m_recording = false;  // as it has for a process that shares the file
+    }
     if (m_recording && !m_file.append(m_record.data(), m_record.size())) {
         stop(m_file.problem());
     }

@@ -95,8 +95,10 @@ private:
         std::string content;
     };
 
-    // How recording ended, for this process and those that are forked off: one says it for all.
+    // How recording ended, for this process and those that are forked off: it ends for all of them,
+    // and one says it.
     struct End {
+        std::atomic<bool> ended{false};
         std::atomic<bool> said{false};
         char reason[5120] = "";  // empty: it goes on
     };

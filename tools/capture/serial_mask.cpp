@@ -16,10 +16,13 @@ constexpr std::size_t kShortestKnown = 4;
 constexpr std::size_t kShortestInside = 8;
 // Of a serial number that the end of a piece of text cuts, this much gives it away.
 constexpr std::size_t kShortestCut = 4;
-// A word of an event's text that could be a serial number.
+// A word of an event's text that could be a serial number. Letters and digits count.
 constexpr std::size_t kShortestLook = 8;
 constexpr std::size_t kFewestDigits = 3;
+// In capital letters, with punctuation, and with a part that has both letters and digits.
+constexpr std::size_t kFewestDigitsJoined = 2;
 constexpr std::size_t kMostKnown = 256;
+constexpr std::size_t kLongestSerial = 20;
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -106,8 +109,92 @@ const char* behindTag(const char* at, const char* end) {
     return end;
 }
 
-bool endsMessage(char c) {
-    return c == '[' || c == '\n' || c == '\0';
+struct Message {
+    const char* end;
+    bool hasDigit;  // without any, nothing in it looks like a serial number
+};
+
+bool isTag(const char* at) {
+    const char* const name = at + 1;
+    const std::size_t length = std::strspn(name, "ABCDEFGHIJKLMNOPQRSTUVWXYZ_");
+    return length > 0 && name[length] == ']';
+}
+
+// To the end of its line, or to a next tag, as in "[SEQ]". The text ends with a NUL.
+Message messageAt(const char* at) {
+    Message message = {at, false};
+    for (;; ++at) {
+        // The C library looks at many characters at once.
+        at += std::strcspn(at, message.hasDigit ? "[\n" : "0123456789[\n");
+        message.hasDigit = message.hasDigit || isDigit(*at);
+        if (*at == '\n' || *at == '\0' || (*at == '[' && isTag(at))) {
+            message.end = at;
+            return message;
+        }
+    }
+}
+
+// What may stand between the parts of a serial number.
+bool isJoiner(char c) {
+    return c == '-' || c == '_' || c == ':' || c == '/';
+}
+
+// What stands between blanks, or known serial numbers.
+struct Word {
+    std::size_t characters = 0;
+    std::size_t digits = 0;
+    bool joined = false;
+    bool hasLower = false;
+    bool mixed = false;  // one of its parts has letters and digits
+    bool partHasLetter = false;
+    bool partHasDigit = false;
+
+    void add(char c) {
+        if (isJoiner(c)) {
+            joined = true;
+            partHasLetter = partHasDigit = false;
+            return;
+        }
+        ++characters;
+        digits += isDigit(c) ? 1 : 0;
+        hasLower = hasLower || isLower(c);
+        (isDigit(c) ? partHasDigit : partHasLetter) = true;
+        mixed = mixed || (partHasDigit && partHasLetter);
+    }
+
+    bool looksLikeSerial(bool atTheCut) const {
+        if (atTheCut) {
+            return characters >= kShortestCut && digits > 0;
+        }
+        const bool fewDigitsDo = joined && mixed && !hasLower;
+        return characters >= kShortestLook &&
+               digits >= (fewDigitsDo ? kFewestDigitsJoined : kFewestDigits);
+    }
+};
+
+// In the form, 0 stands for a digit and x for one of a hexadecimal number.
+bool startsLike(const char* form, const char* at, const char* end) {
+    for (; *form != '\0'; ++form, ++at) {
+        if (at == end) {
+            return false;
+        }
+        const bool isHex = isDigit(*at) || (*at >= 'a' && *at <= 'f') || (*at >= 'A' && *at <= 'F');
+        const bool fits = *form == '0' ? isDigit(*at) : *form == 'x' ? isHex : *form == *at;
+        if (!fits) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// "2026-11-22", "2026/11/22T10:00:00Z", and of "0000:3b:00.0" what stands before the point.
+bool isDateOrAddress(const char* at, const char* last, const char* end) {
+    if (startsLike("0000-00-00", at, last) || startsLike("0000/00/00", at, last)) {
+        return std::all_of(at + 10, last, [](char c) {
+            return isDigit(c) || c == ':' || c == '-' || c == 'T' || c == 'Z';
+        });
+    }
+    return last - at == 10 && startsLike("xxxx:xx:xx.0", at, end);
 }
 
 bool standsAsWord(const char* data, std::size_t size, std::size_t at, std::size_t length) {
@@ -171,8 +258,10 @@ std::string SerialMask::learn(const std::string& serial) {
     if (m_known.size() == kMostKnown) {
         throw std::length_error("more serial numbers than can be masked");
     }
-    // Digits and blanks are everywhere.
-    const auto letter = std::find_if(serial.begin(), serial.end(), isUpper);
+    // Digits and blanks are everywhere, letters of the log's tags in each of its lines.
+    const auto letter = std::find_if(serial.begin(), serial.end(), [](char c) {
+        return isUpper(c) && std::strchr("SEQVTIDMG", c) == nullptr;
+    });
     const auto rare = letter == serial.end() ? 0 : letter - serial.begin();
     const auto shorter = std::find_if(m_known.begin(), m_known.end(), [&](const Known& known) {
         return known.serial.size() < serial.size();
@@ -225,6 +314,11 @@ char* SerialMask::findKnown(const Known& known, char* from, char* end) {
 }
 
 void SerialMask::maskKnown(char* data, std::size_t size) const {
+    maskKnown(data, size, nullptr);
+}
+
+// rest: a copy of the data or null; what is masked becomes blank there.
+void SerialMask::maskKnown(char* data, std::size_t size, char* rest) const {
     for (const Known& known : m_known) {
         const std::size_t length = known.serial.size();
         char* at = data;
@@ -236,59 +330,101 @@ void SerialMask::maskKnown(char* data, std::size_t size) const {
                 continue;
             }
             at = std::copy(known.mask.begin(), known.mask.end(), at);
+            if (rest != nullptr) {
+                std::fill_n(rest + offset, length, ' ');
+            }
         }
     }
 }
 
 void SerialMask::maskEvents(char* text, std::size_t size) const {
-    const std::string before(text, size);
-    maskKnown(text, size);
+    const std::string before(text, std::min(size, kLongestSerial));
+    std::string rest(text, size);
+    maskKnown(text, size, rest.data());
     for (const Known& known : m_known) {
         const std::size_t length = known.serial.size();
+        const auto mask = [&](std::size_t at, std::size_t from, std::size_t count) {
+            std::memcpy(text + at, known.mask.data() + from, count);
+            std::fill_n(rest.begin() + static_cast<std::ptrdiff_t>(at), count, ' ');
+        };
         // The text begins inside it, ends inside it, or both.
         const std::size_t most = std::min(length - 1, size);
         for (std::size_t kept = most; kept >= kShortestCut; --kept) {
             if (std::memcmp(text + size - kept, known.serial.data(), kept) == 0) {
-                std::memcpy(text + size - kept, known.mask.data(), kept);
+                mask(size - kept, 0, kept);
                 break;
             }
         }
         for (std::size_t kept = most; kept >= kShortestCut; --kept) {
             if (std::memcmp(text, known.serial.data() + length - kept, kept) == 0) {
-                std::memcpy(text, known.mask.data() + length - kept, kept);
+                mask(0, length - kept, kept);
                 break;
             }
         }
         const std::size_t inside =
             size >= kShortestCut && size < length ? known.serial.find(before) : std::string::npos;
         if (inside != std::string::npos) {
-            std::memcpy(text, known.mask.data() + inside, size);
+            mask(0, inside, size);
         }
     }
-    maskLooks(before, text);
+    maskLooks(rest, text);
 }
 
-void SerialMask::maskLooks(const std::string& before, char* text) const {
-    const char* const whole = before.data();
-    const char* const end = whole + before.size();
+// rest: the text, with blanks where it is masked already.
+void SerialMask::maskLooks(const std::string& rest, char* text) const {
+    const char* const whole = rest.data();
+    const char* const end = whole + rest.size();
     const char* at = whole;
     while ((at = behindTag(at, end)) != end) {
-        while (at != end && !endsMessage(*at)) {
-            const char* const last = std::find_if_not(at, end, isWordCharacter);
-            const auto size = static_cast<std::size_t>(last - at);
-            const bool cut = last == end;
-            // Most words are short: their digits need not be counted.
-            if (size >= (cut ? kShortestCut : kShortestLook)) {
-                const auto digits = static_cast<std::size_t>(std::count_if(at, last, isDigit));
-                char* const place = text + (at - whole);
-                // What was known has its mask already.
-                if (digits >= (cut ? 1 : kFewestDigits) && std::memcmp(place, at, size) == 0) {
-                    const std::string mask = maskOf(std::string(at, last));
-                    std::copy(mask.begin(), mask.end(), place);
-                }
-            }
-            at = last != at ? last : at + 1;
+        const Message message = messageAt(at);
+        const char* const stop = message.end;
+        if (!message.hasDigit) {
+            at = stop;
+            continue;
         }
+        // Readers cut the class off at the first underscore and the severity at the last one.
+        const char* behind = stop;
+        while (behind != at && isUpper(behind[-1])) {
+            --behind;
+        }
+        const char* const severity = behind != at && behind[-1] == '_' ? behind - 1 : stop;
+        const char* const description = std::find(at, severity, '_');
+        maskWords(at, description, text + (at - whole), description == end);
+        maskWords(description, severity, text + (description - whole), severity == end);
+        at = stop;
+    }
+}
+
+// text: what to mask in. cut: it goes on on another page.
+void SerialMask::maskWords(const char* at, const char* end, char* text, bool cut) const {
+    const char* const begin = at;
+    // By their digits, as most words have none.
+    while ((at = std::find_if(at, end, isDigit)) != end) {
+        const char* last = at;
+        while (at != begin && (isWordCharacter(at[-1]) ||
+                               (at - 1 != begin && isJoiner(at[-1]) && isWordCharacter(at[-2])))) {
+            --at;
+        }
+        while (last != end && (isWordCharacter(*last) ||
+                               (last + 1 != end && isJoiner(*last) && isWordCharacter(last[1])))) {
+            ++last;
+        }
+        Word word;
+        for (const char* c = at; c != last; ++c) {
+            word.add(*c);
+        }
+        const bool atTheCut = cut && (last == end || (isJoiner(*last) && last + 1 == end));
+        if (word.looksLikeSerial(atTheCut) && !isDateOrAddress(at, last, end)) {
+            // Without punctuation, so that each spelling has the same mask.
+            std::string serial(at, last);
+            serial.erase(std::remove_if(serial.begin(), serial.end(), isJoiner), serial.end());
+            const std::string mask = maskOf(serial);
+            const char* next = mask.data();
+            for (const char* c = at; c != last; ++c) {
+                text[c - begin] = isJoiner(*c) ? *c : *next++;
+            }
+        }
+        at = last;
     }
 }
 

@@ -44,7 +44,9 @@ private:
     // The mask of a serial number that is known from then on, if it is long enough.
     std::string learn(const std::string& serial);
     static char* findKnown(const Known& known, char* from, char* end);
-    void maskLooks(const std::string& before, char* text) const;
+    void maskKnown(char* data, std::size_t size, char* rest) const;
+    void maskLooks(const std::string& rest, char* text) const;
+    void maskWords(const char* at, const char* end, char* text, bool cut) const;
 
     std::uint64_t m_key0 = 0;
     std::uint64_t m_key1 = 0;

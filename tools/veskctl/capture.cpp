@@ -22,6 +22,7 @@
 #include <vector>
 
 #include <dlfcn.h>
+#include <sys/auxv.h>
 #include <unistd.h>
 
 namespace veskctl {
@@ -45,11 +46,21 @@ ProblemFunction captureFunction(const char* name) {
     return reinterpret_cast<ProblemFunction>(dlsym(RTLD_DEFAULT, name));
 }
 
-std::string findCaptureLibrary(const std::string& libraryName) {
+// As the kernel was told; /proc may be missing.
+fs::path programPath() {
     std::error_code error;
-    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    const auto* const told = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+    fs::path program = told != nullptr ? fs::canonical(told, error) : fs::path();
+    if (program.empty()) {
+        program = fs::read_symlink("/proc/self/exe", error);
+    }
+    return program;
+}
+
+std::string findCaptureLibrary(const fs::path& program, const std::string& libraryName) {
+    std::error_code error;
     const fs::path beside = program.parent_path().parent_path() / "lib" / kCaptureLibrary;
-    if (!error && fs::exists(beside, error)) {
+    if (!program.empty() && fs::exists(beside, error)) {
         return beside.string();
     }
     const fs::path library = Library(libraryName).path();
@@ -78,7 +89,8 @@ std::string randomKey() {
     return key;
 }
 
-[[noreturn]] void runAnew(const std::string& library) {
+[[noreturn]] void runAnew(const fs::path& program, const std::string& library,
+                          std::vector<std::string> words) {
     if (library.find_first_of(" :") != std::string::npos) {
         throw UsageError(format("the loader takes no blank and no colon in the path {}: put the "
                                 "package elsewhere",
@@ -89,20 +101,18 @@ std::string randomKey() {
     setenv("LD_PRELOAD", (none ? library : library + ":" + others).c_str(), 1);
     setenv(kStartedVariable, std::to_string(getpid()).c_str(), 1);
 
-    std::ifstream stream("/proc/self/cmdline", std::ios::binary);
-    std::vector<std::string> words;
-    for (std::string word; std::getline(stream, word, '\0');) {
-        words.push_back(word);
-    }
     std::vector<char*> arguments;
     arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }
     arguments.push_back(nullptr);
-    execv("/proc/self/exe", arguments.data());
-    throw ProblemError({ProblemKind::CaptureFailed,
-                        format("the program cannot run itself anew: {}", std::strerror(errno))});
+    execv(program.c_str(), arguments.data());
+    throw ProblemError(
+        {ProblemKind::CaptureFailed,
+         format("the program cannot run itself anew: {}; start it with LD_PRELOAD={} {}={} in its "
+                "environment instead, and without --capture",
+                std::strerror(errno), library, kFileVariable, std::getenv(kFileVariable))});
 }
 
 // ---- Showing one.
@@ -382,15 +392,7 @@ CommandRunner declareShow(Options& options) {
     options.addPath(choice->file, "FILE", "The capture", true);
     options.addFlag("--hex", choice->hex, "Show all bytes");
     return [choice](const CommandContext& context, Report& report) {
-        std::error_code error;
-        std::ifstream stream(choice->file, std::ios::binary);
-        if (!stream || fs::is_directory(choice->file, error)) {
-            throw ProblemError({ProblemKind::CaptureDamaged,
-                                format("the capture {} cannot be opened: {}", choice->file,
-                                       stream ? "it is a folder" : std::strerror(errno))});
-        }
-        showCapture(stream, choice->file, context.format != OutputFormat::Table, choice->hex,
-                    report);
+        showCapture(choice->file, context.format != OutputFormat::Table, choice->hex, report);
     };
 }
 
@@ -403,7 +405,8 @@ void addCaptureOptions(Options& target, CaptureOptions& options) {
     target.onlyWith("--mask", "--capture");
 }
 
-void startCapture(const CaptureOptions& options, const std::string& libraryName) {
+void startCapture(const CaptureOptions& options, const std::string& libraryName,
+                  const std::vector<std::string>& words) {
     if (options.file.empty()) {
         return;
     }
@@ -415,14 +418,15 @@ void startCapture(const CaptureOptions& options, const std::string& libraryName)
     if (captureFunction("vesk_capture_start") != nullptr) {
         return;
     }
-    const std::string library = findCaptureLibrary(libraryName);
+    const fs::path program = programPath();
+    const std::string library = findCaptureLibrary(program, libraryName);
     const char* const started = std::getenv(kStartedVariable);
     if (started != nullptr && started == std::to_string(getpid())) {
         throw ProblemError(
             {ProblemKind::CaptureFailed,
              format("the loader did not take {} in front; its reason stands above", library)});
     }
-    runAnew(library);
+    runAnew(program, library, words);
 }
 
 void beginCapture(const CaptureOptions& options) {
@@ -457,13 +461,13 @@ void finishCapture(Report& report) {
     }
 }
 
-void showCapture(std::istream& stream, const std::string& name, bool json, bool hex,
-                 Report& report) {
+void showCapture(const std::string& name, bool json, bool hex, Report& report) {
     report.fields["format"] = nullptr;
     report.fields["masked"] = nullptr;
     report.fields["records"] = Json::array();
     report.items = "records";
     try {
+        std::ifstream stream = veskcap::openCapture(name);
         veskcap::CaptureReader reader(stream);
         const bool masked = (reader.header().flags & veskcap::kMasked) != 0;
         report.fields["format"] = reader.header().version;

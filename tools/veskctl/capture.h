@@ -1,8 +1,8 @@
 // Captures: taking one while a command runs, and showing one.
 #pragma once
 
-#include <istream>
 #include <string>
+#include <vector>
 
 namespace veskctl {
 
@@ -19,8 +19,10 @@ void addCaptureOptions(Options& target, CaptureOptions& options);
 
 // Runs the whole program anew with libvesk-capture.so in front of the platform's library, and
 // returns in that second run only. Does nothing without a file. libraryName: of libVeskNvme.so,
-// which the capture library may stand beside. Throws ProblemError.
-void startCapture(const CaptureOptions& options, const std::string& libraryName);
+// which the capture library may stand beside. words: the command line, with the program's name.
+// Throws ProblemError.
+void startCapture(const CaptureOptions& options, const std::string& libraryName,
+                  const std::vector<std::string>& words);
 
 // In that second run, once the host's files are where the program finds them, and before the
 // library is given copies in the place of some: opens the capture, which takes them in. Throws
@@ -36,9 +38,8 @@ void endCapture();
 // Notes a capture that ended early among the problems.
 void finishCapture(Report& report);
 
-// Lists what the capture holds, as text or (json) in the fields. name: for messages.
-void showCapture(std::istream& stream, const std::string& name, bool json, bool hex,
-                 Report& report);
+// Lists what the capture holds, as text or (json) in the fields.
+void showCapture(const std::string& name, bool json, bool hex, Report& report);
 
 Command captureCommand();
 

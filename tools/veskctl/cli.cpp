@@ -97,12 +97,13 @@ void reported(Report& report, Work work) {
 }
 
 void runCommand(const Request& request, CommandContext& context, const CliHooks& hooks,
-                const CaptureOptions& capture, Report& report) {
+                const CaptureOptions& capture, const std::vector<std::string>& words,
+                Report& report) {
     reported(report, [&] {
         if (request.aboutProgram && !capture.file.empty()) {
             throw UsageError("--capture is for commands that ask the controller");
         }
-        startCapture(capture, context.libraryName);
+        startCapture(capture, context.libraryName, words);
         if (hooks.prepare && !request.aboutProgram) {
             hooks.prepare(context);
         }
@@ -150,7 +151,8 @@ CliOutcome evaluateCli(int argc, const char* const* argv, const CliHooks& hooks,
     } else if (context.host.empty()) {
         context.host = hooks.simulated ? kSimulatedHostName : nameOfThisHost();
     }
-    runCommand(request, context, hooks, line.common().capture(), report);
+    const std::vector<std::string> words(argv, argv + argc);
+    runCommand(request, context, hooks, line.common().capture(), words, report);
     report.host = context.host;
     CliOutcome outcome = outcomeOf(request.words, report, context);
     if (exitCodeOf(report.problems) == ExitCode::Usage) {

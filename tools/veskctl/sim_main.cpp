@@ -70,22 +70,30 @@ void finishReplay(const std::string& file, const std::string& command, veskctl::
     if (replay == nullptr) {
         return;
     }
-    if (!replay->damage().empty()) {
-        report.notes.push_back(format("the capture {} ends early: {}", file, replay->damage()));
-    }
+    const std::string damage =
+        replay->damage().empty()
+            ? std::string()
+            : format("the capture {} is damaged: {}; what stands before it is played back", file,
+                     replay->damage());
     // Only a command that says something of the events waits for that look; one that failed does
     // not.
     const bool ofEvents = kCommandsOfEvents.count(command) != 0 && report.problems.empty();
     const std::vector<std::string> refusals = replay->refusals(ofEvents);
     if (refusals.empty()) {
+        if (!damage.empty()) {
+            report.notes.push_back(damage);
+        }
         return;
     }
     report = veskctl::Report();
+    if (!damage.empty()) {
+        report.problems.push_back({veskctl::ProblemKind::CaptureDamaged, damage});
+    }
     for (const std::string& refusal : refusals) {
         report.problems.push_back(
             {veskctl::ProblemKind::NotInCapture,
-             format("the capture {} does not hold the answer to {}; take one of this command", file,
-                    refusal)});
+             format("the capture {} does not hold the answer to {}; {}", file, refusal,
+                    damage.empty() ? "take one of this command" : "take it anew")});
     }
 }
 
