@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # The recipes of packaging/fleet, without a daemon.
-#   recipes_test.sh alerts|playbook|scripts|units
-#   recipes_test.sh expressions VESKCTL_SIM
+#   recipes_test.sh alerts|central|playbook|scripts|spread|units
+#   recipes_test.sh expressions|sender VESKCTL_SIM
 set -euo pipefail
 recipes=$(cd "$(dirname "$0")/../.." && pwd)/packaging/fleet
+simulator=${2:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -41,7 +42,7 @@ print(json.dumps({"groups": [{"name": "dashboard", "rules": rules}]}))
 PYTHON
         promtool check rules "$work/dashboard.yml" "$recipes/metrics/vesk-alerts.yml"
         for scenario in worn degraded; do
-            "$2" --scenario "$scenario" metrics 2>/dev/null
+            "$simulator" --scenario "$scenario" metrics 2>/dev/null
         done | sed -n 's/^\(vesk_[a-z_]*\).*/\1/p' | sort -u >"$work/there"
         # In the rules also the texts have names of metrics, but none that is not there.
         grep -oh 'vesk_[a-z_]*' "$work/dashboard.yml" <(grep -v alert: "$recipes/metrics/vesk-alerts.yml") |
@@ -53,6 +54,56 @@ PYTHON
         need ansible-playbook ansible-core
         cd "$recipes/collect"
         ANSIBLE_LOCAL_TEMP=$work ansible-playbook --syntax-check -i hosts.yml vesk-fleet.yml
+        ;;
+    central)
+        need rsyslogd rsyslog
+        said=$(rsyslogd -N1 -f "$recipes/events/vesk-central.conf" 2>&1) || fail "$said"
+        ;;
+    sender)
+        export LOGGER_CODE=0
+        # Ends with what veskctl ended with, though a pipe would end with the code of logger.
+        printf '#!/bin/sh\ncat >>%s\nexit \044LOGGER_CODE\n' "$work/sent" >"$work/logger"
+        chmod +x "$work/logger"
+        export PATH=$work:$PATH
+        send() {
+            code=0
+            "$recipes/events/vesk-events" again logs.example 514 "$@" 2>/dev/null || code=$?
+        }
+        while read -r scenario wanted; do
+            send "$simulator" --scenario "$scenario"
+            [ "$code" -eq "$wanted" ] || fail "$scenario: the code is $code, not $wanted"
+        done <<'TABLE'
+healthy 0
+commands-fail 1
+no-controller 3
+TABLE
+        [ "$(wc -l <"$work/sent")" -eq 4 ] || fail "not four events were sent"
+        send veskctl-that-is-not-there
+        [ "$code" -eq 127 ] || fail "without veskctl the code is $code"
+        LOGGER_CODE=5 send "$simulator"
+        [ "$code" -eq 5 ] || fail "when logger fails the code is $code"
+        ;;
+    spread)
+        need busybox busybox
+        mkdir "$work/bin"
+        for tool in cut md5sum mktemp rm; do
+            ln -s "$(command -v busybox)" "$work/bin/$tool"
+        done
+        echo "echo \$NAME" >"$work/bin/hostname"
+        echo "echo \$1" >"$work/bin/sleep"
+        chmod +x "$work/bin/"*
+        # With a veskctl that says nothing, so that nothing is pushed.
+        wait_of() {
+            NAME=$1 PATH=$work/bin "$busybox" sh "$recipes/metrics/vesk-push" -s 50 http://none true || true
+        }
+        busybox=$(command -v busybox)
+        for number in $(seq 100); do
+            wait_of "esx$number.example"
+        done >"$work/waits"
+        awk '$1 !~ /^[0-9]+$/ || $1 > 49 { exit 1 }' "$work/waits" || fail "not all wait 0 to 49 seconds"
+        seconds=$(sort -u "$work/waits" | wc -l)
+        [ "$seconds" -gt 30 ] || fail "100 hosts push in $seconds seconds of 50"
+        [ "$(wait_of esx7.example)" = "$(sed -n 7p "$work/waits")" ] || fail "a host waits now so, now so"
         ;;
     scripts)
         need shellcheck shellcheck
