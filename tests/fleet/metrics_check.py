@@ -74,14 +74,26 @@ def check_alerts(url, name_of):
         expect(raised == wanted, f'{alert}: {", ".join(sorted(raised)) or "nobody"}')
 
 
+def panel(title):
+    """The expression of a panel of the dashboard, for all instances."""
+    for found in json.loads((METRICS / 'vesk-dashboard.json').read_text())['panels']:
+        if found['title'] == title:
+            return found['targets'][0]['expr'].replace('$instance', '.*')
+    return expect(False, f'there is a panel {title}')
+
+
 def check_stale(daemons, url, targets):
     """Files that nobody writes any more, and hosts that do not push any more."""
+    def oldest_metrics():
+        return float(query(url, panel('Oldest metrics'))[0]['value'][1])
+    expect(oldest_metrics() < 600, f'Oldest metrics: {oldest_metrics():.0f} s, as all are fresh')
     old = time.time() - 1200
     os.utime(daemons.folder / 'healthy' / 'vesk.prom', (old, old))
     stale = dict(rules())['VeskDataStale']
     rows = wait_until(lambda: query(url, stale), 'the stale file is not noticed')
     expect({row['metric']['instance'] for row in rows} == {targets['healthy']},
            'VeskDataStale: the host whose file is 20 minutes old, and no other')
+    expect(1200 <= oldest_metrics() < 1800, 'Oldest metrics: 20 minutes')
     at = int((time.time() - 3600) * 1000)
     http(url + '/api/v1/import/prometheus?extra_label=job=vesk&extra_label=instance=gone',
          f'vesk_up 1 {at}\n'.encode())
@@ -89,6 +101,7 @@ def check_stale(daemons, url, targets):
     rows = wait_until(lambda: query(url, missing), 'the missing host is not noticed')
     expect({row['metric']['instance'] for row in rows} == {'gone'},
            'VeskDataMissing: the host whose last metrics are an hour old, and no other')
+    wait_until(lambda: oldest_metrics() >= 3540, 'Oldest metrics: an hour')
 
 
 def check_dashboard(url):
