@@ -39,7 +39,7 @@ def start_scraped_host(daemons, name):
     """A node exporter with a file that the unit's own command line has made; its address."""
     folder = daemons.folder / name
     folder.mkdir()
-    line = re.search(r'^ExecStart=/usr/bin/veskctl (.*)$',
+    line = re.search(r'^ExecStart=veskctl (.*)$',
                      (METRICS / 'vesk-metrics.service').read_text(), re.MULTILINE).group(1)
     words = line.replace('/var/lib/prometheus/node-exporter', str(folder)).split()
     done = subprocess.run([*simulator(daemons, name), *words], check=False, capture_output=True)

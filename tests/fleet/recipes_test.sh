@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The recipes of packaging/fleet, without a daemon.
-#   recipes_test.sh alerts|central|playbook|scripts|spread|units
+#   recipes_test.sh alerts|central|document|playbook|scripts|spread|units
 #   recipes_test.sh expressions|sender VESKCTL_SIM
 set -euo pipefail
 recipes=$(cd "$(dirname "$0")/../.." && pwd)/packaging/fleet
@@ -34,13 +34,26 @@ case $1 in
         need promtool prometheus
         python3 -B - "$recipes/metrics/vesk-dashboard.json" >"$work/dashboard.yml" <<'PYTHON'
 import json
+import re
 import sys
-panels = json.load(open(sys.argv[1]))["panels"]
-expressions = [target["expr"] for panel in panels for target in panel["targets"]]
-rules = [{"record": f"panel_{i}", "expr": text} for i, text in enumerate(expressions)]
+rules = [{"record": re.sub(r"\W", "_", panel["title"]) + "_" + target["refId"],
+          "expr": target["expr"].replace("$instance", ".*")}
+         for panel in json.load(open(sys.argv[1]))["panels"] for target in panel["targets"]]
 print(json.dumps({"groups": [{"name": "dashboard", "rules": rules}]}))
 PYTHON
         promtool check rules "$work/dashboard.yml" "$recipes/metrics/vesk-alerts.yml"
+        # A file that nobody writes any more is old, though it is scraped.
+        cat >"$work/age.yml" <<'YAML'
+rule_files: [dashboard.yml]
+tests:
+  - interval: 1m
+    input_series:
+      - {series: 'vesk_up{instance="a"}', values: '1x40'}
+      - {series: 'node_textfile_mtime_seconds{instance="a",file="/prom/vesk.prom"}', values: '600x40'}
+    promql_expr_test:
+      - {expr: Oldest_metrics_A, eval_time: 30m, exp_samples: [{labels: Oldest_metrics_A, value: 1200}]}
+YAML
+        promtool test rules "$work/age.yml"
         for scenario in worn degraded; do
             "$simulator" --scenario "$scenario" metrics 2>/dev/null
         done | sed -n 's/^\(vesk_[a-z_]*\).*/\1/p' | sort -u >"$work/there"
@@ -58,6 +71,15 @@ PYTHON
     central)
         need rsyslogd rsyslog
         said=$(rsyslogd -N1 -f "$recipes/events/vesk-central.conf" 2>&1) || fail "$said"
+        ;;
+    document)
+        # What its reader is to copy is there; in each command the last word is where to.
+        sed -nE 's/^    (cp|install( -D -m [0-7]+)?) (.*) [^ ]*$/\3/p' "$recipes/../../docs/fleet.md" |
+            tr ' ' '\n' >"$work/copied"
+        [ "$(wc -l <"$work/copied")" -gt 10 ] || fail "docs/fleet.md has nothing copied"
+        while read -r name; do
+            compgen -G "$recipes/*/$name" >/dev/null || fail "docs/fleet.md: there is no $name"
+        done <"$work/copied"
         ;;
     sender)
         export LOGGER_CODE=0
