@@ -67,6 +67,8 @@ def rules():
 
 
 def check_alerts(url, name_of):
+    subprocess.run(['vmalert', '-dryRun', f'-rule={METRICS}/vesk-alerts.yml'], check=True,
+                   capture_output=True)
     expected = {**SCRAPED, **PUSHED}
     for alert, expression in rules():
         raised = {name_of[row['metric']['instance']] for row in query(url, expression)}
