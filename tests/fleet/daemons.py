@@ -164,7 +164,9 @@ class Daemons:
         config = with_changes(recipes / 'vesk-central.conf', self.folder / 'central.conf', **{
             '/var/spool/rsyslog': self.folder / 'spool',
             'port="514"': f'address="127.0.0.1" port="{port}"',
-            '/var/log/vesk-events-': self.folder / 'vesk-events-',
+            '/var/log/vesk-events': self.folder / 'vesk-events',
+            'output="/var/log': f'output="{self.folder}',
+            'file="/var/log/vesk-refused': f'file="{self.folder}/vesk-refused',
             '/usr/local/bin/vesk-to-clickhouse http://localhost:8123':
                 f'{recipes}/vesk-to-clickhouse {clickhouse.rstrip("/")}',
             'action.resumeInterval="5"': 'action.resumeInterval="1"'})

@@ -39,7 +39,7 @@ def start_scraped_host(daemons, name):
     """A node exporter with a file that the unit's own command line has made; its address."""
     folder = daemons.folder / name
     folder.mkdir()
-    line = re.search(r'^ExecStart=/usr/bin/veskctl (.*)$',
+    line = re.search(r'^ExecStart=veskctl (.*)$',
                      (METRICS / 'vesk-metrics.service').read_text(), re.MULTILINE).group(1)
     words = line.replace('/var/lib/prometheus/node-exporter', str(folder)).split()
     done = subprocess.run([*simulator(daemons, name), *words], check=False, capture_output=True)
@@ -67,6 +67,8 @@ def rules():
 
 
 def check_alerts(url, name_of):
+    subprocess.run(['vmalert', '-dryRun', f'-rule={METRICS}/vesk-alerts.yml'], check=True,
+                   capture_output=True)
     expected = {**SCRAPED, **PUSHED}
     for alert, expression in rules():
         raised = {name_of[row['metric']['instance']] for row in query(url, expression)}
@@ -74,14 +76,26 @@ def check_alerts(url, name_of):
         expect(raised == wanted, f'{alert}: {", ".join(sorted(raised)) or "nobody"}')
 
 
+def panel(title):
+    """The expression of a panel of the dashboard, for all instances."""
+    for found in json.loads((METRICS / 'vesk-dashboard.json').read_text())['panels']:
+        if found['title'] == title:
+            return found['targets'][0]['expr'].replace('$instance', '.*')
+    return expect(False, f'there is a panel {title}')
+
+
 def check_stale(daemons, url, targets):
     """Files that nobody writes any more, and hosts that do not push any more."""
+    def oldest_metrics():
+        return float(query(url, panel('Oldest metrics'))[0]['value'][1])
+    expect(oldest_metrics() < 600, f'Oldest metrics: {oldest_metrics():.0f} s, as all are fresh')
     old = time.time() - 1200
     os.utime(daemons.folder / 'healthy' / 'vesk.prom', (old, old))
     stale = dict(rules())['VeskDataStale']
     rows = wait_until(lambda: query(url, stale), 'the stale file is not noticed')
     expect({row['metric']['instance'] for row in rows} == {targets['healthy']},
            'VeskDataStale: the host whose file is 20 minutes old, and no other')
+    expect(1200 <= oldest_metrics() < 1800, 'Oldest metrics: 20 minutes')
     at = int((time.time() - 3600) * 1000)
     http(url + '/api/v1/import/prometheus?extra_label=job=vesk&extra_label=instance=gone',
          f'vesk_up 1 {at}\n'.encode())
@@ -89,6 +103,7 @@ def check_stale(daemons, url, targets):
     rows = wait_until(lambda: query(url, missing), 'the missing host is not noticed')
     expect({row['metric']['instance'] for row in rows} == {'gone'},
            'VeskDataMissing: the host whose last metrics are an hour old, and no other')
+    wait_until(lambda: oldest_metrics() >= 3540, 'Oldest metrics: an hour')
 
 
 def check_dashboard(url):

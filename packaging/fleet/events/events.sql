@@ -1,19 +1,20 @@
 -- The store: an event is the same one if host, number and time are the same. The number alone does
 -- not do, as a replaced controller counts anew. Repeats vanish when ClickHouse merges, and at once
--- from what is selected with FINAL.
+-- from what is selected with FINAL. Not partitioned by time: a controller may report any, and repeats
+-- are the same only within a partition.
 CREATE TABLE vesk.events (
     host String,
     sequence UInt32,
     time_raw UInt32,
-    class String,
+    class Nullable(String),
     code UInt32,
-    severity String,
+    -- NULL: the controller's text names none.
+    severity Nullable(String),
     severity_code UInt8,
     device_id UInt16,
-    message String,
+    message Nullable(String),
     time DateTime MATERIALIZED toDateTime(time_raw),
     received DateTime MATERIALIZED now()
 )
 ENGINE = ReplacingMergeTree
-PARTITION BY toYYYYMM(toDateTime(time_raw))
 ORDER BY (host, sequence, time_raw)
