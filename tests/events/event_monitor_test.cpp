@@ -197,19 +197,6 @@ TEST(EventMonitor, NewInstanceStartsAgain) {
     }
 }
 
-TEST(EventMonitor, StartsAgainBehindAStopWithoutBeingDestroyed) {
-    const PrivateHost host;
-    for (int life = 0; life < 2; ++life) {
-        SleepGate gate;
-        CVeskNVMeMonitor* const monitor = CVeskNVMeMonitor::getUniqueInstance();
-        monitor->startMonitoring();
-        EXPECT_TRUE(gate.waitForSleeper(1));
-        gate.releaseAll();
-        monitor->stopMonitoring();
-    }
-    CVeskNVMeMonitor::destroyMe();
-}
-
 // Whether the kernel has the thread of this process wait.
 bool isBlocked(pid_t thread) {
     std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
