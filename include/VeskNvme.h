@@ -534,7 +534,8 @@ VOID_ ZNV_Library_Initialize(VOID_);
 
 /* Tears the library down at once. Waits as ZT_API_Finalize does. Throws std::system_error where
  * there is no thread to wait for: without a controller, before set-up and behind a tear-down; and
- * std::future_error when it is called again after that. */
+ * std::future_error when it is called again after that. Behind one that threw, further starts in
+ * this process collect no events. */
 VOID_ ZNV_Library_Finalize(VOID_);
 
 /* Number of controllers, 0 or 1, as found at set-up; 0 before it. Not an error code. */

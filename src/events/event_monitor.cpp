@@ -64,15 +64,9 @@ VOID_ CVeskNVMeMonitor::startMonitoring() {
     LOG_ENTRY;
     CVeskNVMeMonitor* const monitor = getUniqueInstance();
     if (monitor != nullptr) {
-        // A tear-down that found no thread threw and left a stop that is given: with it, the new
-        // thread would end before its first poll, and nobody would be told.
-        std::future<void>& stop = monitor->m_stopFuture;
-        const bool running = monitor->m_pollingThread.joinable();
-        if (!running && (!stop.valid() ||
-                         stop.wait_for(std::chrono::seconds(0)) == std::future_status::ready)) {
-            monitor->m_stopPromise = std::promise<void>();
-            stop = monitor->m_stopPromise.get_future();
-        }
+        // ODDITY: an instance starts once and stops once. A tear-down without a thread throws and
+        // leaves a stop that is given: behind it the new thread ends before its first poll, and
+        // nobody is told. Pinned by LibraryStart.PollsNothingBehindATearDownThatThrew.
         // ODDITY: assigned over whatever is there: over a running thread that ends the process, and
         // a second start is meant to. Pinned by EventMonitor.SecondStartEndsTheProcess.
         monitor->m_pollingThread =

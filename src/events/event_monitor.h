@@ -19,8 +19,8 @@ public:
     static CVeskNVMeMonitor* getUniqueInstance();  // null if it could not be created
     static VOID_ destroyMe();
 
-    // Starts the thread, also behind a stop that threw because there was none. While a thread runs,
-    // this ends the process.
+    // Starts the thread. On a monitor that was started before, this ends the process; on one whose
+    // stop threw because there was no thread, the new one polls nothing.
     VOID_ startMonitoring();
 
     // Signals the thread and waits for it, up to a whole polling interval. Throws std::system_error
