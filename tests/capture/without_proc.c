@@ -16,14 +16,18 @@ static int isMissing(const char* path) {
     return 1;
 }
 
-FILE* fopen(const char* path, const char* mode) {
+static FILE* openFile(const char* path, const char* mode) {
     FILE* (*real)(const char*, const char*) = NULL;
     *(void**)&real = dlsym(RTLD_NEXT, "fopen");
     return isMissing(path) ? NULL : real(path, mode);
 }
 
+FILE* fopen(const char* path, const char* mode) {
+    return openFile(path, mode);
+}
+
 FILE* fopen64(const char* path, const char* mode) {
-    return fopen(path, mode);
+    return openFile(path, mode);
 }
 
 ssize_t readlink(const char* path, char* target, size_t size) {
