@@ -93,7 +93,7 @@ for delay in 0 0.01 0.03; do
         "$tool" --scenario busy-log --state "$storm" mark set 900 >/dev/null 2>&1
     done
 done
-for _ in $(seq 200); do
+for _ in $(seq 2000); do
     [ -z "$(find "$work" -name 'veskctl-mapping-*')" ] && break
     sleep 0.01
 done

@@ -19,3 +19,13 @@ grep -q "\"library_path\": \"$work/prefix/" "$work/out" || fail "$(cat "$work/ou
 grep -q '"simulated": true' "$work/out" || fail "the simulated host is not named"
 LD_LIBRARY_PATH=$work/host "$work/prefix/bin/veskctl" version | head -1 |
     grep -qx 'SIMULATED HOST' || fail "the simulated host is not named in front"
+
+# The installed ones name no folder but their own package's.
+for file in "$work/prefix"/lib*/libVeskNvme.so "$work/prefix"/lib*/*/libVeskNvme.so; do
+    [ ! -e "$file" ] || ! readelf -d "$file" | grep -E 'R(UN)?PATH' || fail "$file has a run path"
+done
+! readelf -d "$work/prefix/bin/veskctl" | grep -E 'R(UN)?PATH.*(::|\[:|:\])' ||
+    fail "the run path of veskctl has an empty element"
+mkfifo "$work/pipe"
+(cd "$work" && timeout 20 "$work/prefix/bin/veskctl" --library pipe version >"$work/out") ||
+    fail "a name without a slash is looked for in the current folder"

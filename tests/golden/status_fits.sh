@@ -8,7 +8,7 @@ scenarios=$2
 for file in "$scenarios"/*.json; do
     name=$(basename "$file" .json)
     [ "$name" != scenario.schema ] || continue
-    for screen in "80 12" "50 26"; do
+    for screen in "80 12" "50 30"; do
         read -r columns most <<<"$screen"
         text=$(COLUMNS=$columns LC_ALL=C.UTF-8 "$tool" --scenario "$name" status 2>/dev/null || true)
         lines=$(wc -l <<<"$text")

@@ -1,5 +1,8 @@
 #include "veskctl/doctor.h"
 
+#include "veskctl/sequence_mark.h"
+#include "veskctl/unlisted_events.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -18,34 +21,35 @@ Event eventWith(unsigned classCode, unsigned code) {
 }
 
 TEST(Doctor, NamesEachCodeWithoutARowOnce) {
-    HostFiles files;
-    files.mapping.path = "/a/b.ini";
-    std::vector<Finding> findings;
-    files.alerts = readAlertMapping("[Adapter]\n1=2001\n2=65535\n", "", findings);
-    ASSERT_TRUE(findings.empty());
-
-    findings = findUnmapped(files, {eventWith(0, 1), eventWith(0, 2), eventWith(0, 3),
-                                    eventWith(0, 3), eventWith(1, 1), eventWith(7, 9)});
-    ASSERT_EQ(findings.size(), 2U)
-        << "1 has a row, 2 is dropped on purpose, no section has class 7";
+    const std::vector<Finding> findings = findUnlisted(
+        {eventWith(0, 3), eventWith(0, 3), eventWith(1, 1), eventWith(7, 9)}, "/a/b.ini");
+    ASSERT_EQ(findings.size(), 3U);
     EXPECT_EQ(findings[0].code, "mapping_row_missing");
     EXPECT_EQ(findings[0].text, "there is no row for code 3 of class adapter, so 2 events that the "
-                                "controller holds are not reported, the last one 'Something'");
+                                "controller holds are not reported, the last one 'Something', "
+                                "severity unknown");
     EXPECT_EQ(findings[1].text,
               "there is no row for code 1 of class virtual_disk, so 1 event that the "
-              "controller holds is not reported, the last one 'Something'");
+              "controller holds is not reported, the last one 'Something', severity unknown");
     EXPECT_EQ(findings[1].path, "/a/b.ini");
+    EXPECT_NE(findings[2].text.find("of class 7"), std::string::npos);
 }
 
-TEST(Doctor, LooksAtEveryCodeWithAMappingOfItsOwn) {
+TEST(Doctor, LooksAtEveryCodeThatIsNotListedWithAMappingOfItsOwn) {
     std::vector<Finding> findings;
-    const AlertMapping mapping = readAlertMapping(mappingOfEveryCode(), "", findings);
+    const AlertMapping own = readAlertMapping("[Adapter]\n101=2101\n0=1\n2=65535\n", "", findings);
+    const std::string text = mappingOfOtherCodes(own) + "17\n";
+    const AlertMapping mapping = readAlertMapping(text, "", findings);
     EXPECT_TRUE(findings.empty());
-    for (const unsigned classCode : {0U, 1U, 2U}) {
-        for (const unsigned code : {0U, 1U, 10U, 999U, 9999U}) {
-            EXPECT_EQ(mapping.rowOf(classCode, code)->reported, code);
-        }
-        EXPECT_FALSE(mapping.rowOf(classCode, 10000));
+    EXPECT_EQ(readSequenceMark(text, "", findings).value, 17);
+    for (const unsigned code : {0U, 1U, 2U, 10U, 101U}) {  // 1 and 10 begin the key of 101
+        EXPECT_TRUE(mapping.isDropped(0, code)) << code;
+    }
+    for (const unsigned code : {3U, 11U, 999U, 9999U}) {
+        EXPECT_EQ(mapping.rowOf(0, code)->reported, code);
+    }
+    for (const unsigned classCode : {1U, 2U, 3U, 6U, 255U}) {
+        EXPECT_EQ(mapping.rowOf(classCode, 101)->reported, 101U) << classCode;
     }
 }
 

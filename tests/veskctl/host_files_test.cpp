@@ -34,7 +34,7 @@ protected:
         fs::create_directories(root + "/current");
         fs::current_path(root + "/current");
         for (const char* file : {"Templspcibdf.txt", "Templspciconfig.txt"}) {
-            put(std::string("/opt/orvo/pciconfig/") + file, "");
+            put(std::string("/opt/orvo/pciconfig/") + file, "something\n");
         }
     }
     ~HostFilesTest() override {

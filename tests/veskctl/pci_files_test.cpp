@@ -70,7 +70,6 @@ TEST_P(PciFilesTest, NamesWhatIsMissing) {
     put("Templspciconfig.txt", GetParam().dumps);
     std::vector<Finding> findings;
     const PciFiles files = readPciFiles(root, findings);
-    ASSERT_TRUE(findings.empty());
     judgePciFiles(files, GetParam().controller, findings);
     std::vector<std::string> codes;
     codes.reserve(findings.size());
@@ -87,6 +86,14 @@ Controller changed(void (*change)(Controller&)) {
 }
 
 const PciCase kCases[] = {
+    {"Empty",
+     "",
+     "",
+     changed([](Controller& controller) {
+         controller.pci.addressRaw = 0;
+         controller.link = {};
+     }),
+     {"pci_file_empty", "pci_file_empty"}},
     {"Good", "0000:3b:00.0 x\n", dumpOf("0000:3b:00.0 vmhba2", kOurs), controllerAt3b(), {}},
     {"ForeignAdapterBeside",
      "0000:3b:00.0 x\n",
@@ -99,7 +106,7 @@ const PciCase kCases[] = {
      controllerAt3b(),
      {"controller_not_followed"}},
     {"SecondControllerWhileTheFirstHasNoAddress",
-     "",
+     "something\n",
      dumpOf("0000:3b:00.0 vmhba2", kOurs) + dumpOf("0000:5e:00.0 vmhba3", kOurs),
      changed([](Controller& controller) { controller.pci.addressRaw = 0; }),
      {"pci_address_missing", "controller_not_followed"}},
@@ -115,7 +122,7 @@ const PciCase kCases[] = {
      {"pci_address_missing"}},
     {"NoLink",
      "0000:3b:00.0 x\n",
-     "",
+     "something\n",
      changed([](Controller& controller) { controller.link = {}; }),
      {"pci_dump_missing"}},
     {"ShortDump",

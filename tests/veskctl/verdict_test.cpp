@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
@@ -17,6 +18,7 @@ Disk goodDisk(unsigned slot) {
     disk.slot = slot;
     disk.presence = Presence::Present;
     disk.info = sampleDiskInfo();
+    disk.info->serialNumber[0] = static_cast<char>('0' + slot);
     disk.config = sampleDiskConfig();
     disk.raidStatus = sampleRaidStatus();
     disk.raidStatus->raidStatus = 1;
@@ -103,6 +105,10 @@ TEST_P(VerdictTest, HasItsReasons) {
     GetParam().change(snapshot);
     const Verdict verdict = judge(snapshot, Thresholds());
     EXPECT_EQ(reasonsOf(verdict), GetParam().reasons);
+    const std::vector<std::string> codes = reasonCodes();
+    for (const Reason& reason : verdict.reasons) {
+        EXPECT_EQ(std::count(codes.begin(), codes.end(), reason.code), 1) << reason.code;
+    }
     const std::string level =
         GetParam().reasons.empty()
             ? "ok"
@@ -224,7 +230,17 @@ const VerdictCase kVerdicts[] = {
     {"SlowLink",
      [](Snapshot& snapshot) { snapshot.controller->link.currentSpeedCode = 2; },
      {"warning link_below_maximum link"}},
-    {"UnknownLink", [](Snapshot& snapshot) { snapshot.controller->link = {}; }, {}},
+    {"UnknownLink",
+     [](Snapshot& snapshot) { snapshot.controller->link = {}; },
+     {"warning link_unknown link"}},
+    {"LinkOfSixteenLanes",
+     [](Snapshot& snapshot) {
+         snapshot.controller->link = {3, 3, 0, 0};
+     },
+     {}},
+    {"OneSerialNumberTwice",
+     [](Snapshot& snapshot) { snapshot.disks[1] = snapshot.disks[0]; },
+     {"warning serial_number_twice controller"}},
     {"SilentController",
      [](Snapshot& snapshot) {
          snapshot.reach = Reach::Silent;
@@ -271,11 +287,32 @@ const VerdictCase kVerdicts[] = {
          snapshot.newEvents->gap = EventGap{3, 9};
      },
      {"warning events_missed events"}},
-    {"MinorEvent",
+    {"LogReadInPart",
+     [](Snapshot& snapshot) {
+         snapshot.newEvents->incomplete = true;
+         snapshot.problems = {*doubtAbout(*snapshot.newEvents)};
+     },
+     {"unknown events_incomplete events"}},
+    {"MinorEvent", [](Snapshot& snapshot) { snapshot.newEvents->events = {eventOf(4)}; }, {}},
+    {"EventWithoutAName",
      [](Snapshot& snapshot) {
          snapshot.newEvents->events = {eventOf(4), eventOf(255)};
      },
+     {"warning events_of_unknown_severity events"}},
+    {"EventOfOtherSeverity",
+     [](Snapshot& snapshot) { snapshot.newEvents->events = {eventOf(1)}; },
+     {"warning events_of_unknown_severity events"}},
+    {"MinorEventWithoutARow",
+     [](Snapshot& snapshot) { snapshot.newEvents->unlisted = {eventOf(4)}; },
      {}},
+    {"GraveEventWithoutARow",
+     [](Snapshot& snapshot) {
+         snapshot.newEvents->unlisted = {eventOf(6), eventOf(2)};
+     },
+     {"warning events_not_listed events"}},
+    {"EventOfUnknownSeverityWithoutARow",
+     [](Snapshot& snapshot) { snapshot.newEvents->unlisted = {eventOf(0)}; },
+     {"warning events_not_listed events"}},
     {"MajorEvent",
      [](Snapshot& snapshot) {
          snapshot.newEvents->events = {eventOf(2), eventOf(5), eventOf(2)};
@@ -288,14 +325,18 @@ const VerdictCase kVerdicts[] = {
      [](Snapshot& snapshot) {
          snapshot.newEvents.reset();
          snapshot.hostFiles.alerts.reset();
+         snapshot.hostFiles.findings = {
+             {Severity::Error, "ini_none_found", "", std::nullopt, "text"}};
      },
-     {}},
+     {"unknown ini_none_found host files"}},
     {"EventsWithAnEmptyMapping",
      [](Snapshot& snapshot) {
          snapshot.newEvents.reset();
          snapshot.hostFiles.alerts->rows.clear();
+         snapshot.hostFiles.findings = {
+             {Severity::Error, "mapping_empty", "/a", std::nullopt, "text"}};
      },
-     {}},
+     {"unknown mapping_empty host files"}},
     {"BrokenHostFile",
      [](Snapshot& snapshot) {
          snapshot.hostFiles.findings = {

@@ -8,13 +8,15 @@
 #include <array>
 #include <cstdlib>
 #include <map>
+#include <set>
 
 namespace veskctl {
 
 namespace {
 
-// In the order of the class codes.
-constexpr std::array<const char*, 3> kSections = {"Adapter", "VirtualDevice", "PhysicalDevice"};
+// In the order of the class codes. The library looks for events of any other class in a section
+// without a name.
+constexpr std::array<const char*, 4> kSections = {"Adapter", "VirtualDevice", "PhysicalDevice", ""};
 constexpr const char* kDigits = "0123456789";
 constexpr unsigned kNotReported = 65535;
 
@@ -26,9 +28,9 @@ bool isNumber(const std::string& text) {
 // Of one section. Finds what the library would not take for what it looks like.
 class SectionReader {
 public:
-    SectionReader(unsigned classCode, const std::string& path, AlertMapping& mapping,
+    SectionReader(unsigned section, const std::string& path, AlertMapping& mapping,
                   std::vector<Finding>& findings)
-        : m_classCode(classCode), m_path(path), m_mapping(mapping), m_findings(findings) {}
+        : m_section(section), m_path(path), m_mapping(mapping), m_findings(findings) {}
 
     void take(const IniLine& line) {
         const std::string text = withoutLineEnd(line.text);
@@ -59,8 +61,8 @@ private:
                           code, shadowedBy->second, code),
                    "put the row in front of that line");
         }
-        MappingRow row = {m_classCode,
-                          static_cast<unsigned>(std::strtoul(code.c_str(), nullptr, 10)), 0, line};
+        MappingRow row = {m_section, static_cast<unsigned>(std::strtoul(code.c_str(), nullptr, 10)),
+                          0, line};
         if (isNumber(value) && std::strtoul(value.c_str(), nullptr, 10) <= kNotReported) {
             row.reported = static_cast<unsigned>(std::strtoul(value.c_str(), nullptr, 10));
         } else {
@@ -84,7 +86,7 @@ private:
         m_findings.push_back({severity, code, m_path, line, text, remedy});
     }
 
-    unsigned m_classCode;
+    unsigned m_section;
     const std::string& m_path;
     AlertMapping& m_mapping;
     std::vector<Finding>& m_findings;
@@ -106,13 +108,18 @@ bool isCommentedRow(const IniLine& line) {
 
 namespace {
 
+unsigned sectionOf(unsigned classCode) {
+    return std::min<unsigned>(classCode, kSections.size() - 1);
+}
+
 // The first one whose key begins with the code.
 std::optional<MappingRow> firstMatch(const std::vector<MappingRow>& rows, unsigned classCode,
                                      unsigned code) {
     const std::string wanted = std::to_string(code);
+    const unsigned section = sectionOf(classCode);
     for (const MappingRow& row : rows) {
         const std::string key = std::to_string(row.code);
-        if (row.classCode == classCode && key.compare(0, wanted.size(), wanted) == 0) {
+        if (row.section == section && key.compare(0, wanted.size(), wanted) == 0) {
             MappingRow taken = row;
             if (key != wanted) {
                 taken.reported = 0;  // the value is read from the middle of the longer key
@@ -135,27 +142,39 @@ bool AlertMapping::isDropped(unsigned classCode, unsigned code) const {
     return row && row->reported == kNotReported;
 }
 
-std::string mappingOfEveryCode() {
+std::string mappingOfOtherCodes(const AlertMapping& mapping) {
+    // The library reads the file from its begin for each event: with all of 65535 codes a full log
+    // takes it seconds.
     constexpr unsigned kCodes = 10000;
-    std::string rows;
-    // Rising, so that each key stands in front of those that begin with it.
-    for (unsigned code = 0; code < kCodes; ++code) {
-        rows += format("{}={}\n", code, code);
+    std::array<std::set<unsigned>, kSections.size()> listed;
+    for (const MappingRow& row : mapping.rows) {
+        for (unsigned code = row.code; code > 0; code /= 10) {  // a key serves its beginnings too
+            listed.at(row.section).insert(code);
+        }
+        if (row.code == 0) {
+            listed.at(row.section).insert(0);
+        }
     }
     std::string text;
-    for (const char* section : kSections) {
-        text += format("[{}]\n{}", section, rows);
+    for (std::size_t section = 0; section < kSections.size(); ++section) {
+        text += format("[{}]\n", kSections.at(section));
+        // Rising, so that each key stands in front of those that begin with it.
+        for (unsigned code = 0; code < kCodes; ++code) {
+            const std::string key = std::to_string(code);
+            const bool other = listed.at(section).count(code) == 0;
+            text.append(key).append("=").append(other ? key : "65535").append("\n");
+        }
     }
-    return text + format("[{}]\n{}=0\n", kMarkSection, kMarkKey);
+    return text + format("[{}]\n{}=", kMarkSection, kMarkKey);
 }
 
 AlertMapping readAlertMapping(const std::string& text, const std::string& path,
                               std::vector<Finding>& findings) {
     AlertMapping mapping;
     const IniText ini(text);
-    for (unsigned classCode = 0; classCode < kSections.size(); ++classCode) {
-        SectionReader reader(classCode, path, mapping, findings);
-        for (const IniLine& line : ini.section(kSections.at(classCode))) {
+    for (unsigned section = 0; section < kSections.size(); ++section) {
+        SectionReader reader(section, path, mapping, findings);
+        for (const IniLine& line : ini.section(kSections.at(section))) {
             reader.take(line);
         }
     }

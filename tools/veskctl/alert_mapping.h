@@ -11,9 +11,9 @@
 namespace veskctl {
 
 struct MappingRow {
-    unsigned classCode = 0;  // 0 adapter, 1 virtual disk, 2 physical disk
-    unsigned code = 0;       // the controller's
-    unsigned reported = 0;   // what the library takes it for; 65535: not reported
+    unsigned section = 0;   // 0 to 2 as the class codes, 3 of all other classes
+    unsigned code = 0;      // the controller's
+    unsigned reported = 0;  // what the library takes it for; 65535: not reported
     unsigned line = 0;
 };
 
@@ -27,9 +27,10 @@ struct AlertMapping {
     bool isDropped(unsigned classCode, unsigned code) const;
 };
 
-// A mapping that reports every code of up to four digits as itself, with a mark of 0: for looking
-// at what the controller's log holds beside what is reported.
-std::string mappingOfEveryCode();
+// A mapping that reports every code of up to four digits as itself but for those that this one has
+// a row for: for looking at what the controller's log holds beside what is reported. The number of
+// the mark, at its end, is left to the caller.
+std::string mappingOfOtherCodes(const AlertMapping& mapping);
 
 // text: the whole file's. What is wrong goes to the findings.
 AlertMapping readAlertMapping(const std::string& text, const std::string& path,

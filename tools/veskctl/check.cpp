@@ -3,6 +3,7 @@
 #include "veskctl/format.h"
 #include "veskctl/printable.h"
 #include "veskctl/report.h"
+#include "veskctl/spelling.h"
 
 #include <algorithm>
 #include <cctype>
@@ -87,6 +88,21 @@ std::string checkLine(const Snapshot& snapshot, const Verdict& verdict,
     return line;
 }
 
+namespace {
+
+std::string knownCode(const std::string& code) {
+    const std::vector<std::string> known = reasonCodes();
+    if (std::find(known.begin(), known.end(), code) == known.end()) {
+        const std::optional<std::string> meant = nearest(code, known);
+        throw UsageError(
+            format("--ignore: '{}' is no code of a reason; {}", code,
+                   meant ? "did you mean '" + *meant + "'?" : "'check --json' shows the codes"));
+    }
+    return code;
+}
+
+}  // namespace
+
 void ThresholdOptions::declare(Options& options) {
     options.addNumber("--used-warning", thresholds.usedWarning, 1, 255, "PERCENT [90]",
                       "Used share of the rated life from which on to warn");
@@ -104,16 +120,12 @@ Thresholds ThresholdOptions::result() const {
                                 thresholds.usedWarning, thresholds.usedCritical));
     }
     Thresholds wanted = thresholds;
-    std::istringstream codes(ignored);
-    std::string code;
-    while (std::getline(codes, code, ',')) {
-        const std::size_t bad = code.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_");
-        if (code.empty() || bad != std::string::npos) {
-            throw UsageError(format("--ignore: '{}' is no code of a reason; 'check --json' shows "
-                                    "the codes",
-                                    code));
+    if (!ignored.empty()) {
+        std::istringstream codes(ignored + ',');  // a comma at the end is an empty code
+        std::string code;
+        while (std::getline(codes, code, ',')) {
+            wanted.ignored.push_back(knownCode(code));
         }
-        wanted.ignored.push_back(code);
     }
     return wanted;
 }

@@ -85,10 +85,12 @@ public:
     }
 
     void addDisk(std::string& idOrSerial, bool required) override {
-        // What is as short as an id was meant as one: no serial number is.
-        constexpr std::size_t kLeastSerial = 4;
+        // A number as short as an id was meant as one, and so was a single letter.
         const auto check = [](const std::string& value) {
-            return isId(value) || value.size() >= kLeastSerial
+            constexpr std::size_t kLeastSerial = 4;
+            const bool number = value.find_first_not_of("-0123456789") == std::string::npos;
+            const bool serial = value.size() >= (number ? kLeastSerial : 2);
+            return isId(value) || serial
                        ? std::string()
                        : format("there is no disk '{}', the ids are 0 and 1", value);
         };

@@ -27,6 +27,9 @@ struct PcieLink {
     std::optional<unsigned> currentWidth() const;
     std::optional<unsigned> maxWidth() const;
 
+    // Both speeds are: a link of 16 lanes has no known width.
+    bool isKnown() const { return currentSpeedGts() && maxSpeedGts(); }
+
     // Slower or narrower than the controller could; empty where what is known does not tell.
     std::optional<bool> downgraded() const;
 };

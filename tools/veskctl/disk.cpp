@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 
 namespace veskctl {
 
@@ -215,16 +216,23 @@ unsigned findSlot(const LibraryFunctions& functions, const std::string& idOrSeri
     }
     std::string known;
     bool allAnswered = true;
+    std::vector<unsigned> found;
     for (unsigned slot = 0; slot < kIdCount; ++slot) {
         const Disk disk = readDiskInfo(functions, slot, problems);
         if (isSerialOf(disk, idOrSerial)) {
-            return slot;
+            found.push_back(slot);
         }
         allAnswered = allAnswered && disk.presence != Presence::Unknown;
         if (disk.presence == Presence::Present) {
             known += format("{}disk {} has {}", known.empty() ? "" : ", ", slot,
                             disk.serialNumber(Padding::Trim).value_or("none"));
         }
+    }
+    if (found.size() == 1) {
+        return found.front();
+    }
+    if (!found.empty()) {
+        throw UsageError(format("both disks have the serial number '{}': use 0 or 1", idOrSerial));
     }
     const std::string message =
         format("no disk {}has the serial number '{}' ({})", allAnswered ? "" : "that answers ",
@@ -233,6 +241,17 @@ unsigned findSlot(const LibraryFunctions& functions, const std::string& idOrSeri
         throw UsageError(message);
     }
     throw ProblemError({ProblemKind::DiskNotResponding, message});
+}
+
+std::optional<std::string> serialOfSeveral(const std::vector<Disk>& disks) {
+    std::set<std::string> serials;
+    for (const Disk& disk : disks) {
+        const std::optional<std::string> serial = disk.serialNumber(Padding::Trim);
+        if (serial && !serials.insert(*serial).second) {
+            return serial;
+        }
+    }
+    return std::nullopt;
 }
 
 std::vector<unsigned> wantedSlots(const LibraryFunctions& functions, const std::string& idOrSerial,

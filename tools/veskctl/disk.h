@@ -51,8 +51,11 @@ Disk readDisk(const LibraryFunctions& functions, unsigned slot, std::vector<Prob
 // Presence and PD_Info alone. May throw what the library throws.
 Disk readDiskInfo(const LibraryFunctions& functions, unsigned slot, std::vector<Problem>& problems);
 
+// The serial number that several disks have.
+std::optional<std::string> serialOfSeveral(const std::vector<Disk>& disks);
+
 // The slot of the disk with this id or serial number. Throws ProblemError: a usage error if there
-// is none, unless a disk that may be it did not answer.
+// is none, or several, unless a disk that may be it did not answer.
 unsigned findSlot(const LibraryFunctions& functions, const std::string& idOrSerial,
                   std::vector<Problem>& problems);
 

@@ -5,12 +5,11 @@
 #include "veskctl/printable.h"
 #include "veskctl/report.h"
 #include "veskctl/session.h"
+#include "veskctl/unlisted_events.h"
 #include "veskctl/verdict.h"
 
 #include <algorithm>
 #include <chrono>
-#include <map>
-#include <utility>
 
 namespace veskctl {
 
@@ -77,7 +76,7 @@ private:
                 "them by host, sequence and time_raw");
         }
         for (const FileText* file : {&files.pci.addresses, &files.pci.dumps}) {
-            if (file->state == FileState::Read) {
+            if (file->state == FileState::Read && file->size > 0) {
                 add("pci_file", file->path, format("{} bytes", file->size));
             }
         }
@@ -125,9 +124,8 @@ void addUnmapped(const CommandContext& context, const Snapshot& snapshot,
     std::vector<Problem> problems;
     guarded("the event log", problems, [&] {
         EventLog log(context, kLookTime);
-        log.useMapping(mappingOfEveryCode());
         const std::vector<Finding> unmapped =
-            findUnmapped(snapshot.hostFiles, log.readHeld().events);
+            findUnlisted(log.readUnlisted(0), snapshot.hostFiles.mapping.path);
         findings.insert(findings.end(), unmapped.begin(), unmapped.end());
     });
     for (const Problem& problem : problems) {
@@ -165,30 +163,6 @@ void runDoctor(const CommandContext& context, Report& report) {
 }
 
 }  // namespace
-
-std::vector<Finding> findUnmapped(const HostFiles& files, const std::vector<Event>& events) {
-    std::map<std::pair<unsigned, unsigned>, std::vector<Event>> unmapped;
-    for (const Event& event : events) {
-        if (event.className() && !files.alerts->rowOf(event.classCode, event.code) &&
-            !files.alerts->isDropped(event.classCode, event.code)) {
-            unmapped[{event.classCode, event.code}].push_back(event);
-        }
-    }
-    std::vector<Finding> findings;
-    for (const auto& [key, alike] : unmapped) {
-        const Event& last = alike.back();
-        findings.push_back(
-            {Severity::Warning, "mapping_row_missing", files.mapping.path, std::nullopt,
-             format(
-                 "there is no row for code {} of class {}, so {} {} that the controller holds {} "
-                 "not reported, the last one '{}'",
-                 last.code, *last.className(), alike.size(), alike.size() == 1 ? "event" : "events",
-                 alike.size() == 1 ? "is" : "are", last.message),
-             format("write {}=CODE in its section, or {}=65535 if it is not wanted", last.code,
-                    last.code)});
-    }
-    return findings;
-}
 
 LoadedLibraries loadLibraries(const CommandContext& context) {
     try {

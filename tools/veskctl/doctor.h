@@ -23,10 +23,6 @@ LoadedLibraries loadLibraries(const CommandContext& context);
 // stands there as information.
 std::vector<Finding> examine(const Snapshot& snapshot, const LoadedLibraries& libraries);
 
-// Which of the events the mapping leaves out; one finding for each code. events: with the codes of
-// the controller.
-std::vector<Finding> findUnmapped(const HostFiles& files, const std::vector<Event>& events);
-
 // And of the codes that the controller's log holds, those that the mapping lacks: that is asked of
 // the library.
 std::vector<Finding> diagnose(const CommandContext& context, const Snapshot& snapshot,

@@ -44,6 +44,11 @@ bool Event::isGrave() const {
     return severity() && severityCode >= kMajor;
 }
 
+bool Event::isRanked() const {
+    constexpr unsigned kInfo = 2;
+    return severity() && severityCode >= kInfo;
+}
+
 // Asking the library.
 
 namespace {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "veskctl/library.h"
+#include "veskctl/log_reads.h"
 #include "veskctl/problem.h"
 
 #include <cstdint>
@@ -24,7 +25,9 @@ struct Event {
     std::optional<std::string> time() const;
     std::optional<std::string> className() const;
     std::optional<std::string> severity() const;
-    bool isGrave() const;  // major, critical, fatal
+    bool isGrave() const;   // major, critical, fatal
+    bool isRanked() const;  // the severity has a place among the others: not unknown, not other
+    bool callsForSomebody() const { return isGrave() || !isRanked(); }
 };
 
 // One delivery by the library.
@@ -34,6 +37,7 @@ struct EventDelivery {
     // next start.
     bool full = false;
     std::optional<Problem> problem;  // the library did not get through
+    LogReads reads;                  // by then
 };
 
 EventDelivery takeEvents(const LibraryFunctions& functions);

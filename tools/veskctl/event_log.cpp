@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <thread>
-#include <utility>
 
 #include <unistd.h>
 
@@ -20,10 +19,7 @@ namespace veskctl {
 namespace {
 
 constexpr std::chrono::milliseconds kPause(20);
-// A delivery waits for the library's own look that is going on, so a look that has begun is never
-// missed: this is only for its beginning.
 constexpr std::chrono::milliseconds kPeekWait(2000);
-constexpr std::chrono::milliseconds kUsualWait(500);
 
 // The name that the library opens in its third place, the current folder.
 constexpr const char* kMappingName = "libVeskNVMeAlertMapping.ini";
@@ -88,7 +84,11 @@ std::string EventLog::mappingPath() const {
 }
 
 EventDelivery EventLog::look(std::uint32_t above) {
-    const PrivateCopy copy(copyWithMark(m_files.mapping.text, above));
+    return lookBy(copyWithMark(m_files.mapping.text, above));
+}
+
+EventDelivery EventLog::lookBy(const std::string& mapping) {
+    const PrivateCopy copy(mapping);
     LibrarySetup setup = librarySetup(m_context);
     const std::string from = m_files.inCurrentFolder ? kMappingName : m_files.mapping.path;
     setup.hooks.enter = [&, given = setup.hooks.enter] {
@@ -103,21 +103,25 @@ EventDelivery EventLog::look(std::uint32_t above) {
             given();
         }
     };
-    const Session session(setup, m_problems, m_simulated);
+    Session session(setup, m_problems, m_simulated);
     if (!m_answered) {
         demandAnswer(session.functions());
         m_answered = true;
     }
-    EventDelivery delivery = takeEvents(session.functions());
     std::chrono::milliseconds left = m_wait;
-    while (delivery.events.empty() && !delivery.problem && left.count() > 0 &&
-           pause(std::min(left, kPause))) {
-        left -= std::min(left, kPause);
+    EventDelivery delivery;
+    for (;;) {
+        // A delivery waits for the library's own look that is going on.
+        const bool finished = session.logReads().finished;
         delivery = takeEvents(session.functions());
+        if (finished || !delivery.events.empty() || delivery.problem || left.count() <= 0 ||
+            !pause(std::min(left, kPause))) {
+            break;
+        }
+        left -= std::min(left, kPause);
     }
-    if (!delivery.events.empty()) {
-        m_wait = std::min(m_wait, kUsualWait);  // the controller is not slow
-    } else if (!delivery.problem) {
+    delivery.reads = session.logReads();
+    if (delivery.events.empty() && !delivery.problem) {
         // One that fell silent in the middle reads as an empty log.
         demandAnswer(session.functions());
     }
@@ -127,26 +131,31 @@ EventDelivery EventLog::look(std::uint32_t above) {
 EventReading EventLog::readNew(EventExtent extent, NumberCheck check) {
     EventReading reading =
         readNewEvents([this](std::uint32_t above) { return look(above); }, mark(), extent, check);
-    if (check != NumberCheck::Never && !reading.looked && !reading.problem) {
-        reading.looked = holdsAnything();
+    if (check == NumberCheck::Yes && reading.looked && !reading.problem) {
+        reading.unlisted = readUnlisted(contiguousEnd(reading));
+    }
+    if (reading.more) {  // those behind its last event come with the rest
+        std::vector<Event>& unlisted = reading.unlisted;
+        const std::uint32_t last = reading.events.back().sequence;
+        unlisted.erase(std::remove_if(unlisted.begin(), unlisted.end(),
+                                      [&](const Event& event) { return event.sequence > last; }),
+                       unlisted.end());
     }
     return reading;
-}
-
-bool EventLog::holdsAnything() {
-    const std::string mapping = std::exchange(m_files.mapping.text, mappingOfEveryCode());
-    const EventDelivery delivery = look(0);
-    m_files.mapping.text = mapping;
-    return !delivery.events.empty();
 }
 
 EventReading EventLog::readHeld() {
     EventReading reading = readHeldEvents([this](std::uint32_t above) { return look(above); });
     reading.mark = mark();
-    if (!reading.looked && !reading.problem) {
-        reading.looked = holdsAnything();
-    }
     return reading;
+}
+
+std::vector<Event> EventLog::readUnlisted(std::uint32_t above) {
+    const std::string mapping = mappingOfOtherCodes(m_files.alerts.value_or(AlertMapping()));
+    const auto look = [&](std::uint32_t from) {
+        return lookBy(mapping + std::to_string(std::max(from, above)) + '\n');
+    };
+    return readHeldEvents(look).events;
 }
 
 void EventLog::storeMark(std::uint32_t number) {
@@ -174,7 +183,7 @@ void EventLog::storeMark(std::uint32_t number) {
 
 EventReading peekEvents(const CommandContext& context) {
     EventLog log(context, kPeekWait);
-    return log.readNew(EventExtent::Everything, NumberCheck::IfNothingIsNew);
+    return log.readNew(EventExtent::Everything, NumberCheck::Yes);
 }
 
 }  // namespace veskctl

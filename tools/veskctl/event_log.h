@@ -25,9 +25,6 @@ public:
     // False: stop waiting. By default it waits on.
     std::function<bool(std::chrono::milliseconds)> pause;
 
-    // The library maps the events by this text from now on, instead of the host's file.
-    void useMapping(const std::string& text) { m_files.mapping.text = text; }
-
     // The mark as the library reads it; 0 if it is below.
     std::uint32_t mark() const;
     const HostFiles& files() const { return m_files; }
@@ -40,6 +37,9 @@ public:
     // Both through look.
     EventReading readNew(EventExtent extent, NumberCheck check);
     EventReading readHeld();
+    // What the controller holds above the number and the library does not report, for want of a
+    // row of the alert mapping. With the controller's own codes.
+    std::vector<Event> readUnlisted(std::uint32_t above);
 
     // Moves the mark up to this number, never down. To be called under a MarkLock. Throws
     // ProblemError.
@@ -50,8 +50,7 @@ public:
     const std::vector<Problem>& problems() const { return m_problems; }
 
 private:
-    // Whether the library finds any event at all in the controller's log, mapped or not.
-    bool holdsAnything();
+    EventDelivery lookBy(const std::string& mapping);
 
     CommandContext m_context;
     std::chrono::milliseconds m_wait;

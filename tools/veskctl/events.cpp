@@ -5,14 +5,18 @@
 #include "veskctl/format.h"
 #include "veskctl/mark_file.h"
 #include "veskctl/output.h"
+#include "veskctl/printable.h"
 #include "veskctl/process.h"
+#include "veskctl/record.h"
 #include "veskctl/report.h"
+#include "veskctl/unlisted_events.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -31,14 +35,17 @@ other programs that have the library loaded do not.)";
 
 constexpr const char* kTaken =
     "these events are marked as delivered: neither a later run nor another program gets them again";
+constexpr const char* kFellSilent =
+    "the controller fell silent: nothing is known of its events until it answers again";
+constexpr const char* kMarkStays = "the mark stays where it is, so these events come again";
 constexpr const char* kMore = "there are more: run the command again, or use --all";
 constexpr const char* kBeganAnew =
     "the controller counts its events anew, below the mark {}: no new event will be above it for a "
     "long time; run 'veskctl mark set 0' to get all that the controller holds";
-
-constexpr const char* kNotSeen =
-    "the controller's log is empty, or could not be read: not even event {}, which was delivered, "
-    "or a later one is there";
+constexpr const char* kBeganAnewBesideOld =
+    "the controller counts its events anew, below the mark {}: {} came since, the last one #{} "
+    "'{}', severity {}. It holds old ones too, so no mark parts them: 'veskctl events --since {}' "
+    "shows all from then on; 'veskctl mark set 0' once the old ones are overwritten";
 
 // "info": what is below it calls for nobody.
 const std::vector<std::string> kSeverities = {"unknown", "other", "info",     "warning",
@@ -60,10 +67,9 @@ struct EventFilter {
     unsigned leastSeverity = 0;
 
     bool passes(const Event& event) const {
-        const bool known = event.severityCode != 0 && event.severityCode < kSeverities.size();
         const bool young =
             !since || event.timeRaw == 0 || static_cast<std::time_t>(event.timeRaw) >= *since;
-        return young && (!known || event.severityCode >= leastSeverity);
+        return young && (!event.isRanked() || event.severityCode >= leastSeverity);
     }
 };
 
@@ -132,11 +138,25 @@ Json gapsToJson(const std::optional<EventGap>& gap) {
     return array;
 }
 
-std::string textOf(const EventReading& reading, const EventFilter& filter,
+// What else is to be said of what was read. path: of the alert mapping.
+std::vector<std::string> sentencesOf(const EventReading& reading, const std::string& path) {
+    std::vector<std::string> sentences;
+    if (reading.gap) {
+        sentences.push_back(describe(*reading.gap));
+    }
+    if (!reading.unlisted.empty()) {
+        sentences.push_back(describeUnlisted(reading.unlisted, path));
+    }
+    return sentences;
+}
+
+std::string textOf(const EventReading& reading, const EventFilter& filter, const std::string& path,
                    const CommandContext& context) {
     std::string text;
-    if (reading.gap && context.format == OutputFormat::Table) {
-        text += "! " + describe(*reading.gap) + '\n';
+    if (context.format == OutputFormat::Table) {
+        for (const std::string& sentence : sentencesOf(reading, path)) {
+            text += "! " + printable(sentence) + '\n';
+        }
     }
     for (const Event& event : reading.events) {
         if (filter.passes(event)) {
@@ -147,18 +167,19 @@ std::string textOf(const EventReading& reading, const EventFilter& filter,
 }
 
 std::string whyNothing(const EventReading& reading, const EventOptions& options) {
+    if (!reading.looked) {
+        return "The library has not looked at the controller's log yet: allow it time with "
+               "--wait.\n";
+    }
     if (!reading.events.empty()) {
-        return "None of the events is asked for.\n";
+        return format(
+            "No event{}{}.\n", options.since.empty() ? "" : format(" since {}", options.since),
+            options.severity.empty() ? ""
+                                     : format(" of the severity {} or above", options.severity));
     }
-    if (reading.looked) {
-        return options.since.empty()
-                   ? "There are no new events.\n"
-                   : "The controller's log holds no event that the library reports.\n";
-    }
-    return options.waitSeconds == 0
-               ? "The library has not looked at the controller's log yet: allow it time with "
-                 "--wait.\n"
-               : "No event could be seen: the controller's log is empty, or could not be read.\n";
+    return options.since.empty()
+               ? "There are no new events.\n"
+               : "The controller's log holds no event that the library reports.\n";
 }
 
 void fillIn(Report& report, const EventReading& reading, const EventFilter& filter,
@@ -173,17 +194,31 @@ void fillIn(Report& report, const EventReading& reading, const EventFilter& filt
     report.fields["mark"] = reading.mark;
     report.fields["gaps"] = gapsToJson(reading.gap);
     report.fields["looked"] = reading.looked;
+    report.fields["incomplete"] = reading.incomplete;
+    report.fields["unlisted"] = Json::array();
+    for (const Event& event : reading.unlisted) {
+        report.fields["unlisted"].push_back(eventToJson(event, context.host));
+    }
 }
 
 std::string whyNotReported(const HostFiles& files) {
     for (const Finding& finding : files.findings) {
-        const bool ofIni =
-            finding.code.rfind("mapping_", 0) == 0 || finding.code.rfind("ini_", 0) == 0;
-        if (finding.severity == Severity::Error && ofIni) {
+        if (hidesEvents(finding)) {
             return findingSentence(finding);
         }
     }
     return "the alert mapping reports no event";
+}
+
+std::string describeAnew(const EventReading& reading) {
+    if (reading.belowMark.empty()) {
+        return format(kBeganAnew, reading.mark);
+    }
+    const Event& last = reading.belowMark.back();
+    return format(kBeganAnewBesideOld, reading.mark, reading.belowMark.size(), last.sequence,
+                  deviceText(last.message, Padding::Trim).value_or("-"),
+                  last.severity().value_or("unknown"),
+                  reading.belowMark.front().time().value_or("1970-01-01"));
 }
 
 // What makes "no new events" untrue.
@@ -191,21 +226,21 @@ std::optional<Problem> hiddenEvents(const EventReading& reading, const HostFiles
     if (!files.eventsAreReported()) {
         return Problem{ProblemKind::EventsNotReported, whyNotReported(files)};
     }
-    if (reading.problem) {
-        return reading.problem;
+    if (const std::optional<Problem> doubt = doubtAbout(reading)) {
+        return doubt;
     }
     if (reading.numbersBeganAnew) {
-        return Problem{ProblemKind::EventNumbersBeganAnew, format(kBeganAnew, reading.mark)};
-    }
-    if (!reading.looked && reading.mark > 0) {
-        return Problem{ProblemKind::EventsNotSeen, format(kNotSeen, reading.mark)};
+        return Problem{ProblemKind::EventNumbersBeganAnew, describeAnew(reading)};
     }
     return std::nullopt;
 }
 
-void noteFindings(Report& report, const EventReading& reading, bool forPeople) {
-    if (!forPeople && reading.gap) {
-        report.notes.push_back(describe(*reading.gap));
+void noteFindings(Report& report, const EventReading& reading, const std::string& path,
+                  bool forPeople) {
+    if (!forPeople) {
+        for (const std::string& sentence : sentencesOf(reading, path)) {
+            report.notes.push_back(sentence);
+        }
     }
     if (reading.more) {
         report.notes.emplace_back(kMore);
@@ -242,12 +277,15 @@ void runOnce(const CommandContext& context, const EventOptions& options, Report&
     };
     const EventExtent extent =
         options.all || options.peek ? EventExtent::Everything : EventExtent::OneLook;
-    const NumberCheck check =
-        options.waitSeconds == 0 ? NumberCheck::Never : NumberCheck::IfNothingIsNew;
+    const NumberCheck check = options.waitSeconds == 0 ? NumberCheck::No : NumberCheck::Yes;
     EventReading reading;
     try {
-        reading =
-            options.since.empty() ? locked->log.readNew(extent, check) : locked->log.readHeld();
+        if (options.since.empty()) {
+            reading = locked->log.readNew(extent, check);
+        } else {
+            reading = locked->log.readHeld();
+            reading.unlisted = locked->log.readUnlisted(0);
+        }
     } catch (...) {
         report.simulated = locked->log.simulated();
         throw;
@@ -260,20 +298,25 @@ void runOnce(const CommandContext& context, const EventOptions& options, Report&
 
     const bool forPeople = context.format == OutputFormat::Table;
     fillIn(report, reading, filter, context);
-    noteFindings(report, reading, forPeople);
-    const bool looked = check != NumberCheck::Never && !signals.arrived();
+    const std::string& path = locked->log.files().mapping.path;
+    noteFindings(report, reading, path, forPeople);
+    const bool looked = check == NumberCheck::Yes && !signals.arrived();
     const std::optional<Problem> hidden =
         looked ? hiddenEvents(reading, locked->log.files()) : reading.problem;
     if (hidden) {
         report.problems.push_back(*hidden);
     }
     if (forPeople) {
-        report.text = textOf(reading, filter, context);
+        report.text = textOf(reading, filter, path, context);
         if (report.text.empty() && report.problems.empty()) {
             report.text = whyNothing(reading, options);
         }
     }
     if (!taking || reading.events.empty()) {
+        return;
+    }
+    if (reading.incomplete) {  // lower numbers may be among what is missing
+        report.notes.emplace_back(kMarkStays);
         return;
     }
     noteHidden(report, reading, filter);
@@ -292,6 +335,12 @@ void say(const std::string& text) {
     static_cast<void>(writeAndFlush(stderr, text));
 }
 
+// What need not end a following that begins with it.
+bool mayPass(ProblemKind kind) {
+    return kind == ProblemKind::EventsNotSeen || kind == ProblemKind::EventsIncomplete ||
+           kind == ProblemKind::EventNumbersBeganAnew;
+}
+
 class Follower {
 public:
     Follower(const CommandContext& context, const EventOptions& options, const EventFilter& filter)
@@ -301,20 +350,19 @@ public:
         const StopSignals signals;
         for (bool first = true; first || signals.pause(m_interval, STDOUT_FILENO); first = false) {
             try {
-                if (!look(signals, first, report)) {
+                if (!look(signals, report)) {
                     return;
                 }
                 recover();
             } catch (const ProblemError& error) {
-                // An empty log may fill.
-                if (first && error.problem().kind != ProblemKind::EventsNotSeen) {
+                if (first && !mayPass(error.problem().kind)) {
                     throw;
                 }
                 complain(error.problem());
             }
         }
-        if (m_trouble) {
-            report.problems.push_back(*m_trouble);
+        if (m_trouble) {  // it was told
+            report.exitCode = static_cast<int>(exitCodeOf({*m_trouble}));
         }
         if (signals.arrived() && m_context.terminal) {
             report.notes.push_back(
@@ -324,31 +372,28 @@ public:
 
 private:
     // False: nobody reads any more.
-    bool look(const StopSignals& signals, bool first, Report& report) {
+    bool look(const StopSignals& signals, Report& report) {
         constexpr std::chrono::milliseconds kWait(2000);
         LockedLog locked(m_context, kWait);
         locked.log.pause = [&signals](std::chrono::milliseconds time) {
             return signals.pause(time, STDOUT_FILENO);
         };
-        EventReading reading =
-            locked.log.readNew(EventExtent::Everything,
-                               first ? NumberCheck::IfNothingIsNew : NumberCheck::IfMarkIsGone);
+        EventReading reading = locked.log.readNew(EventExtent::Everything, NumberCheck::Yes);
         sayHost(locked.log.simulated());
         m_mark = std::max(m_mark, reading.mark);
+        const std::uint32_t last = reading.events.empty() ? 0 : reading.events.back().sequence;
         dropRepeated(reading);
-        if (!write(reading, report)) {
+        if (!write(reading, locked.log.files().mapping.path, report)) {
             return false;
+        }
+        // Of a log that was not read in full, lower numbers may be missing.
+        if (last > locked.log.mark() && !reading.incomplete) {
+            locked.log.storeMark(last);
+            m_mark = last;
         }
         const std::optional<Problem> hidden = hiddenEvents(reading, locked.log.files());
         if (hidden && !signals.arrived()) {
             throw ProblemError(*hidden);
-        }
-        if (!reading.events.empty()) {
-            m_shown = reading.events.back().sequence;
-        }
-        if (m_shown > locked.log.mark()) {
-            locked.log.storeMark(m_shown);
-            m_mark = m_shown;
         }
         return true;
     }
@@ -361,32 +406,47 @@ private:
         m_saidHost = true;
     }
 
-    // They come again where the mark could not be stored.
-    void dropRepeated(EventReading& reading) const {
-        auto& events = reading.events;
-        events.erase(
-            std::remove_if(events.begin(), events.end(),
-                           [this](const Event& event) { return event.sequence <= m_shown; }),
-            events.end());
-        if (reading.gap && reading.gap->after < m_shown) {
+    // They come again where the mark is not moved, and those without a row until it passes them.
+    void dropRepeated(EventReading& reading) {
+        for (std::vector<Event>* events : {&reading.events, &reading.unlisted}) {
+            events->erase(std::remove_if(events->begin(), events->end(),
+                                         [this](const Event& event) {
+                                             return m_shown.count(keyOf(event)) != 0;
+                                         }),
+                          events->end());
+        }
+        if (reading.gap && !m_gaps.insert(reading.gap->after).second) {
             reading.gap.reset();  // told before
         }
     }
 
-    bool write(const EventReading& reading, Report& report) const {
-        if (reading.gap && m_context.format != OutputFormat::Table && !m_context.quiet) {
-            say(renderNotes({describe(*reading.gap)}));
+    using EventKey = std::pair<std::uint32_t, std::uint32_t>;
+    static EventKey keyOf(const Event& event) { return {event.sequence, event.timeRaw}; }
+
+    bool write(const EventReading& reading, const std::string& path, Report& report) {
+        if (m_context.format != OutputFormat::Table && !m_context.quiet) {
+            say(renderNotes(sentencesOf(reading, path)));
         }
-        const int failure = writeAndFlush(stdout, textOf(reading, m_filter, m_context));
+        const int failure = writeAndFlush(stdout, textOf(reading, m_filter, path, m_context));
         if (failure != 0 && failure != EPIPE) {
             report.problems.push_back(
                 {ProblemKind::Internal,
                  std::string("standard output cannot be written: ") + std::strerror(failure)});
         }
+        if (failure == 0) {
+            for (const std::vector<Event>* events : {&reading.events, &reading.unlisted}) {
+                for (const Event& event : *events) {
+                    m_shown.insert(keyOf(event));
+                }
+            }
+        }
         return failure == 0;
     }
 
-    void complain(const Problem& problem) {
+    void complain(Problem problem) {
+        if (problem.kind == ProblemKind::ControllerNotResponding) {
+            problem.message = kFellSilent;
+        }
         if (!m_trouble || m_trouble->message != problem.message) {
             say(renderProblems({problem}));
         }
@@ -404,7 +464,8 @@ private:
     const EventFilter& m_filter;
     std::chrono::seconds m_interval;
     std::uint32_t m_mark = 0;
-    std::uint32_t m_shown = 0;
+    std::set<EventKey> m_shown;      // also those that were told as unlisted
+    std::set<std::uint32_t> m_gaps;  // that were told, by the number in front
     bool m_saidHost = false;
     std::optional<Problem> m_trouble;  // of the last look
 };

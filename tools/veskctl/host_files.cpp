@@ -206,6 +206,11 @@ Json markToJson(const std::optional<SequenceMark>& mark) {
 
 }  // namespace
 
+bool hidesEvents(const Finding& finding) {
+    const bool ofIni = finding.code.rfind("mapping_", 0) == 0 || finding.code.rfind("ini_", 0) == 0;
+    return finding.severity == Severity::Error && ofIni;
+}
+
 HostFiles readHostFiles(const std::string& hostRoot) {
     HostFiles files;
     IniPair(hostRoot, files).read();

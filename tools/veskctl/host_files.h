@@ -35,6 +35,9 @@ struct HostFiles {
     bool eventsAreReported() const { return alerts && !alerts->rows.empty(); }
 };
 
+// Whether the finding is why no event is reported, if none is.
+bool hidesEvents(const Finding& finding);
+
 // hostRoot: stands before every absolute path.
 HostFiles readHostFiles(const std::string& hostRoot);
 

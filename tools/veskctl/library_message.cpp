@@ -30,6 +30,8 @@ const char* nameOf(LibraryFunction function) {
         return "ZT_LD_GetConfig";
     case LibraryFunction::GetEvents:
         return "ZT_EVT_GetEvent";
+    case LibraryFunction::LogReads:
+        return "the count of reads";
     }
     return "an unknown function";
 }

@@ -23,7 +23,8 @@ enum class LibraryFunction : std::uint32_t {
     DiskLocate,
     VolumeInfo,
     VolumeConfig,
-    GetEvents
+    GetEvents,
+    LogReads  // no function of the library either
 };
 
 // As the library exports it; "the loading" for Load.

@@ -201,6 +201,14 @@ void LibraryProcess::call(LibraryMessage& message) {
     receive(message, function);
 }
 
+LogReads LibraryProcess::logReads() {
+    LibraryMessage message = messageFor(LibraryFunction::LogReads);
+    call(message);
+    LogReads reads;
+    std::memcpy(&reads, message.data.data(), sizeof(reads));
+    return reads;
+}
+
 void LibraryProcess::receive(LibraryMessage& message, LibraryFunction function) {
     auto* bytes = reinterpret_cast<std::uint8_t*>(&message);
     const Clock::time_point end = Clock::now() + m_timeout;

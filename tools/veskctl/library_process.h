@@ -4,6 +4,7 @@
 
 #include "veskctl/library.h"
 #include "veskctl/library_message.h"
+#include "veskctl/log_reads.h"
 
 #include <chrono>
 #include <functional>
@@ -20,6 +21,7 @@ struct ChildHooks {
     std::function<void()> leave;  // at the end, however the program ended
     // From now on the library finds the file `to` where it opens `from`.
     std::function<void(const std::string& from, const std::string& to)> redirectFile;
+    std::function<LogReads()> logReads;
 };
 
 struct LibrarySetup {
@@ -44,6 +46,8 @@ public:
     // Each call goes to the process. Throws ProblemError if that has ended or does not answer (and
     // then at each later call), std::runtime_error with the text of what the library threw.
     const LibraryFunctions& functions() const { return m_functions; }
+    // Of the controller's event log, by then. The same is thrown.
+    LogReads logReads();
 
     const std::string& path() const { return m_path; }  // of the library file
     const std::string& platformPath() const { return m_platformPath; }

@@ -72,6 +72,7 @@ void callFunction(const LibraryFunctions& functions, LibraryMessage& message) {
     const auto function = [&]() -> UCHAR_ {
         switch (message.function) {
         case LibraryFunction::Load:
+        case LibraryFunction::LogReads:
             break;
         case LibraryFunction::Initialize:
             return functions.initialize();
@@ -105,6 +106,11 @@ void callFunction(const LibraryFunctions& functions, LibraryMessage& message) {
     message.result = function();
 }
 
+void putLogReads(const ChildHooks& hooks, LibraryMessage& message) {
+    const LogReads reads = hooks.logReads ? hooks.logReads() : LogReads();
+    std::memcpy(message.data.data(), &reads, sizeof(reads));
+}
+
 // Signals of the terminal are for the program, which ends this process by closing its end.
 void detach(int output) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
@@ -134,7 +140,9 @@ void serveLibrary(int connection, int output, const LibrarySetup& setup) {
     });
     while (send(connection, message) && receive(connection, message)) {
         answer(message, [&] {
-            if (library) {
+            if (message.function == LibraryFunction::LogReads) {
+                putLogReads(setup.hooks, message);
+            } else if (library) {
                 callFunction(library->functions(), message);
             }
         });

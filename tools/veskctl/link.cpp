@@ -9,9 +9,9 @@ namespace veskctl {
 
 namespace {
 
-constexpr const char* kUnknown = "the library takes the link from the host's PCI files; 'veskctl "
-                                 "doctor' looks whether they hold "
-                                 "this controller";
+constexpr const char* kUnknown =
+    "the link is not known: the library takes it from the host's PCI files, and 'veskctl doctor' "
+    "tells what is wrong with them";
 
 void runLink(const CommandContext& context, Report& report) {
     report.fields["pci_address"] = nullptr;
@@ -21,8 +21,8 @@ void runLink(const CommandContext& context, Report& report) {
     report.fields["pci_address"] = valueOrNull(controller.pci.address());
     report.fields["pcie_link"] = pcieLinkToJson(controller.link);
     addPcieLinkSection(controller.link, report.blocks);
-    if (!controller.link.currentSpeedGts() && !controller.link.maxSpeedGts()) {
-        report.notes.emplace_back(kUnknown);
+    if (!controller.link.isKnown()) {
+        addOnce(report.problems, {ProblemKind::LinkUnknown, kUnknown});
     }
 }
 

@@ -69,6 +69,11 @@ void putEvents(const Snapshot& snapshot, Exposition& metrics) {
     if (!snapshot.newEvents) {
         return;
     }
+    metrics.gauge("vesk_events_mark", "Number of the last event that was delivered.")
+        .add({}, snapshot.newEvents->mark);
+    if (doubtAbout(*snapshot.newEvents)) {
+        return;
+    }
     auto& family = metrics.gauge("vesk_events_new", "Events above the mark of delivered ones.");
     std::map<std::string, unsigned> counts = countBySeverity(snapshot.newEvents->events);
     Event named;
@@ -76,8 +81,6 @@ void putEvents(const Snapshot& snapshot, Exposition& metrics) {
         family.add({{"severity", *named.severity()}}, counts[*named.severity()]);
     }
     family.add({{"severity", kUnnamedSeverity}}, counts[kUnnamedSeverity]);
-    metrics.gauge("vesk_events_mark", "Number of the last event that was delivered.")
-        .add({}, snapshot.newEvents->mark);
 }
 
 void putController(const Controller& controller, Exposition& metrics) {

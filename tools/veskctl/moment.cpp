@@ -26,8 +26,8 @@ Moment takeMoment(const CommandContext& context, Report& report) {
     if (moment.snapshot.reach == Reach::Answering) {
         guarded("the event log", problems,
                 [&] { moment.events = EventLog(context, kWait).readHeld(); });
-        if (moment.events.problem) {
-            problems.push_back(*moment.events.problem);
+        if (const std::optional<Problem> doubt = doubtAbout(moment.events)) {
+            addOnce(problems, *doubt);
         }
     }
     report.problems = problems;

@@ -79,6 +79,10 @@ std::vector<PciDump> readDumps(const std::string& text) {
 
 void reportUnread(const FileText& file, const std::string& lost, std::vector<Finding>& findings) {
     if (file.state == FileState::Read) {
+        if (file.size == 0) {
+            findings.push_back({Severity::Warning, "pci_file_empty", file.path, std::nullopt,
+                                "it is empty, so " + lost + " is not known", kRemedy});
+        }
         return;
     }
     const bool hangs = file.state == FileState::Special;
@@ -124,10 +128,10 @@ void judgePciFiles(const PciFiles& files, const Controller& controller,
         findings.push_back({Severity::Warning, code, file.path, std::nullopt, text, kRemedy});
     };
     const std::optional<std::string> address = controller.pci.address();
-    if (files.addresses.state == FileState::Read && !address) {
+    if (files.addresses.state == FileState::Read && files.addresses.size > 0 && !address) {
         warn("pci_address_missing", files.addresses, "the controller's adapter is not in it");
     }
-    if (files.dumps.state == FileState::Read) {
+    if (files.dumps.state == FileState::Read && files.dumps.size > 0) {
         const auto own =
             std::find_if(files.adapters.begin(), files.adapters.end(),
                          [&](const PciDump& dump) { return address && dump.address == *address; });

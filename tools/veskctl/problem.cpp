@@ -84,12 +84,24 @@ const char* problemName(ProblemKind kind) {
         return "event_numbers_began_anew";
     case ProblemKind::EventsNotSeen:
         return "events_not_seen";
+    case ProblemKind::EventsIncomplete:
+        return "events_incomplete";
     case ProblemKind::EventsNotReported:
         return "events_not_reported";
+    case ProblemKind::LinkUnknown:
+        return "link_unknown";
     case ProblemKind::Internal:
         break;
     }
     return "internal_error";
+}
+
+std::vector<std::string> problemNames() {
+    std::vector<std::string> names;
+    for (int kind = 0; kind <= static_cast<int>(ProblemKind::Internal); ++kind) {
+        names.emplace_back(problemName(static_cast<ProblemKind>(kind)));
+    }
+    return names;
 }
 
 Problem libraryCallFailed(const std::string& function, int resultCode, const std::string& about) {

@@ -37,8 +37,10 @@ enum class ProblemKind {
     MarkInUse,
     EventNumbersBeganAnew,
     EventsNotSeen,
+    EventsIncomplete,
     EventsNotReported,
-    Internal
+    LinkUnknown,
+    Internal  // the last one
 };
 
 struct Problem {
@@ -58,6 +60,7 @@ Problem didNotAnswer(ProblemKind kind, const std::string& name, const std::strin
 
 // Its name in documents, as "no_controller".
 const char* problemName(ProblemKind kind);
+std::vector<std::string> problemNames();
 
 Json problemToJson(const Problem& problem);
 

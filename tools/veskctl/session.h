@@ -28,6 +28,7 @@ public:
     Session(const CommandContext& context, Report& report);
 
     const LibraryFunctions& functions() const { return m_process.functions(); }
+    LogReads logReads() { return m_process.logReads(); }
 
 private:
     LibraryProcess m_process;

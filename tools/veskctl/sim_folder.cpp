@@ -48,13 +48,16 @@ std::string makeState(const std::string& state) {
     std::error_code error;
     fs::create_directories(state, error);
     if (error || !fs::is_directory(state, error)) {
-        throw std::runtime_error(
-            format("the state folder {} cannot be used: {}", state,
-                   error ? error.message() : std::string("it is not a folder")));
+        throw std::runtime_error(format(
+            "the state folder {} cannot be used: {}; name one that you may write to, or leave out "
+            "--state",
+            state, error ? error.message() : std::string("it is not a folder")));
     }
     if (access(state.c_str(), R_OK | W_OK | X_OK) != 0) {
-        throw std::runtime_error(
-            format("the state folder {} cannot be used: {}", state, std::strerror(errno)));
+        throw std::runtime_error(format(
+            "the state folder {} cannot be used: {}; name one that you may write to, or leave out "
+            "--state",
+            state, std::strerror(errno)));
     }
     return fs::absolute(state).string();
 }

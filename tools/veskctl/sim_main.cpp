@@ -5,6 +5,7 @@
 #include "sim/scenario/scenario.h"
 #include "veskctl/cli.h"
 #include "veskctl/format.h"
+#include "veskctl/log_reads.h"
 #include "veskctl/process.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
@@ -58,6 +59,7 @@ void startHost(const SimOptions& options, std::optional<vesksim::SimFolder>& fol
         folder->leave();
     };
     context.child.redirectFile = vesksim::redirectFile;
+    context.child.logReads = veskctl::logReads;
 }
 
 const std::set<std::string> kCommandsOfEvents = {"events", "status",  "check", "doctor",

@@ -68,8 +68,8 @@ void readEvents(const CommandContext& context, unsigned timeoutSeconds, Snapshot
     patient.timeoutSeconds = context.timeoutSeconds.value_or(timeoutSeconds);
     guarded("the event log", snapshot.problems, [&] {
         snapshot.newEvents = peekEvents(patient);
-        if (snapshot.newEvents->problem) {
-            snapshot.problems.push_back(*snapshot.newEvents->problem);
+        if (const std::optional<Problem> doubt = doubtAbout(*snapshot.newEvents)) {
+            snapshot.problems.push_back(*doubt);
         }
     });
 }
@@ -86,8 +86,13 @@ Json eventsToJson(const std::optional<EventReading>& reading, const std::string&
     for (const auto& [severity, count] : countBySeverity(reading->events)) {
         json["by_severity"][severity] = count;
     }
-    json["events"] = listToJson(reading->events,
-                                [&host](const Event& event) { return eventToJson(event, host); });
+    json["looked"] = reading->looked;
+    json["incomplete"] = reading->incomplete;
+    const auto convert = [&host](const Event& event) {
+        return eventToJson(event, host);
+    };
+    json["events"] = listToJson(reading->events, convert);
+    json["unlisted"] = listToJson(reading->unlisted, convert);
     return json;
 }
 

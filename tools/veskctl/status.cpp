@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <sstream>
 
 namespace veskctl {
 
@@ -17,6 +18,17 @@ namespace {
 
 // With them, one volume and two disks it is a dozen lines.
 constexpr std::size_t kMostReasons = 4;
+// On such a screen a reason keeps to its line.
+constexpr unsigned kOneLineEach = 72;
+constexpr std::size_t kIndent = 4;  // of what follows a reason's first line
+
+std::string cutAtWord(const std::string& line, std::size_t columns) {
+    if (columnsOf(line) <= columns) {
+        return line;
+    }
+    const std::string cut = shortened(line, columns);
+    return cut.substr(0, cut.rfind(' ')) + " …";
+}
 
 class StatusView {
 public:
@@ -74,8 +86,16 @@ private:
         const std::size_t shown = count > most ? most - 1 : count;
         for (std::size_t index = 0; index < shown; ++index) {
             const Reason& reason = m_verdict.reasons[index];
-            addLine(
-                format("  ! {}: {} ({})", reason.subject, reason.text, levelName(reason.level)));
+            const std::string line =
+                format("  ! {}: {} ({})", reason.subject, reason.text, levelName(reason.level));
+            if (m_columns >= kOneLineEach) {
+                addLine(cutAtWord(printable(line), m_columns));
+                continue;
+            }
+            std::istringstream pieces(wrapped(printable(line), m_columns, kIndent));
+            for (std::string piece; std::getline(pieces, piece);) {
+                addLine(piece);  // a path may be longer than the screen
+            }
         }
         if (shown < count) {
             addLine(format("  ! and {} more: veskctl check", count - shown));
@@ -118,12 +138,15 @@ private:
     }
 
     std::string eventsText() const {
-        if (!m_snapshot.newEvents || m_snapshot.newEvents->problem) {
+        if (!m_snapshot.newEvents || doubtAbout(*m_snapshot.newEvents)) {
             return "unknown (veskctl doctor)";
         }
         const std::vector<Event>& events = m_snapshot.newEvents->events;
+        const std::size_t unlisted = m_snapshot.newEvents->unlisted.size();
+        const std::string more =
+            unlisted == 0 ? "" : format(", and {} not listed (veskctl events --peek)", unlisted);
         if (events.empty()) {
-            return m_snapshot.newEvents->looked ? "none" : "none could be seen";
+            return "none" + more;
         }
         Event gravest;
         for (const Event& event : events) {
@@ -131,8 +154,9 @@ private:
                 gravest.severityCode = std::max(gravest.severityCode, event.severityCode);
             }
         }
-        return format("{}, the gravest {} (veskctl events)", events.size(),
-                      gravest.severity().value_or(kUnnamedSeverity));
+        return format("{}, the gravest {}{}", events.size(),
+                      gravest.severity().value_or(kUnnamedSeverity),
+                      more.empty() ? " (veskctl events)" : more);
     }
 
     void addDisk(const Disk& disk, const Health& health) {

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <functional>
 
 namespace veskctl {
 
@@ -171,6 +172,19 @@ private:
             add(Level::Warning, "link_below_maximum", "link",
                 format("{}, and it can do {}", linkText(controller.link),
                        maxLinkText(controller.link)));
+        } else if (!controller.link.isKnown()) {
+            add(Level::Warning, "link_unknown", "link",
+                "it is not known: the host's PCI files do not tell (veskctl doctor)");
+        }
+        judgeSerials();
+    }
+
+    // Whoever names a disk by it may get the other one.
+    void judgeSerials() {
+        const std::optional<std::string> serial = serialOfSeveral(m_snapshot.disks);
+        if (serial) {
+            add(Level::Warning, "serial_number_twice", "controller",
+                format("both disks have the serial number '{}'", *serial));
         }
     }
 
@@ -214,37 +228,58 @@ private:
             add(Level::Unknown, "events_unknown", "events", "they could not be looked at");
             return;
         }
+        if (const std::optional<Problem> doubt = doubtAbout(*events)) {
+            add(Level::Unknown, problemName(doubt->kind), "events", doubt->message);
+        }
         if (events->numbersBeganAnew) {
-            add(Level::Warning, "events_below_mark", "events",
-                format("the controller's numbers are below the mark {}: they began anew, and no "
-                       "event is reported until they pass it",
-                       events->mark));
-        } else if (!events->looked) {
-            add(Level::Unknown, "events_not_seen", "events",
-                "the controller's log is empty, or could not be read");
+            add(Level::Warning, "events_below_mark", "events", describeAnew(*events));
         }
         if (events->gap) {
             add(Level::Warning, "events_missed", "events",
                 format("the controller overwrote {} before they were read",
                        events->gap->missing()));
         }
-        judgeGraveEvents(events->events);
+        judgeSeverities(events->events);
+        judgeUnlisted(events->unlisted);
     }
 
-    void judgeGraveEvents(const std::vector<Event>& events) {
-        const Event* last = nullptr;
-        unsigned count = 0;
-        for (const Event& event : events) {
-            if (event.isGrave()) {
-                last = &event;
-                ++count;
-            }
+    static std::string describeAnew(const EventReading& events) {
+        if (events.belowMark.empty()) {
+            return format("the controller's numbers are below the mark {}: they began anew, and no "
+                          "event is reported until they pass it",
+                          events.mark);
         }
-        if (last != nullptr) {
-            add(Level::Warning, "grave_events", "events",
-                format("{} major or worse, last '{}'", count,
-                       deviceText(last->message, Padding::Trim).value_or("-")));
+        return format("the controller's numbers began anew: {} below the mark {}, last '{}'",
+                      events.belowMark.size(), events.mark, messageOf(events.belowMark.back()));
+    }
+
+    static std::string messageOf(const Event& event) {
+        return deviceText(event.message, Padding::Trim).value_or("-");
+    }
+
+    template <class Wanted>
+    void judgeSome(const std::vector<Event>& events, Wanted wanted, const std::string& code,
+                   const std::string& what) {
+        const auto last = std::find_if(events.rbegin(), events.rend(), wanted);
+        if (last != events.rend()) {
+            add(Level::Warning, code, "events",
+                format("{} {}, last '{}'", std::count_if(events.begin(), events.end(), wanted),
+                       what, messageOf(*last)));
         }
+    }
+
+    void judgeSeverities(const std::vector<Event>& events) {
+        const auto unranked = [](const Event& event) {
+            return !event.isRanked();
+        };
+        judgeSome(events, std::mem_fn(&Event::isGrave), "grave_events", "major or worse");
+        judgeSome(events, unranked, "events_of_unknown_severity", "of unknown severity");
+    }
+
+    // Nobody gets to see them.
+    void judgeUnlisted(const std::vector<Event>& events) {
+        judgeSome(events, std::mem_fn(&Event::callsForSomebody), "events_not_listed",
+                  "not reported (veskctl events --peek): the alert mapping lacks the code");
     }
 
     void judgeVolume(const Volume& volume) {
@@ -305,7 +340,10 @@ private:
     void judgeFindings() {
         for (const Finding& finding : m_snapshot.hostFiles.findings) {
             if (finding.severity == Severity::Error) {
-                add(Level::Warning, finding.code, "host files",
+                // Without a row no event is reported, so none is known.
+                const bool blind =
+                    !m_snapshot.hostFiles.eventsAreReported() && hidesEvents(finding);
+                add(blind ? Level::Unknown : Level::Warning, finding.code, "host files",
                     finding.text + (finding.path.empty() ? "" : " (" + finding.path + ")"));
             } else if (finding.code == "controller_not_followed") {
                 add(Level::Warning, finding.code, "controller", finding.text);
@@ -408,6 +446,44 @@ bool wantsAttention(const Volume& volume, const Thresholds& thresholds) {
 bool hasReason(const std::vector<Reason>& reasons, const std::string& code) {
     return std::any_of(reasons.begin(), reasons.end(),
                        [&code](const Reason& reason) { return reason.code == code; });
+}
+
+std::vector<std::string> reasonCodes() {
+    std::vector<std::string> codes = problemNames();
+    codes.insert(codes.end(), {"controller_not_followed",
+                               "disk_health_alert",
+                               "disk_health_unknown",
+                               "disk_not_online",
+                               "disk_state_unknown",
+                               "disk_status_unnamed",
+                               "disks_not_counted",
+                               "disks_not_listed",
+                               "events_below_mark",
+                               "events_missed",
+                               "events_not_listed",
+                               "events_of_unknown_severity",
+                               "events_unknown",
+                               "grave_events",
+                               "life_used",
+                               "link_below_maximum",
+                               "members_missing",
+                               "no_disk",
+                               "no_volume",
+                               "serial_number_twice",
+                               "smart_status_unknown",
+                               "spare_below_threshold",
+                               "spare_near_threshold",
+                               "volume_status",
+                               "volumes_not_counted",
+                               "volumes_not_listed"});
+    // Of findings about the host's files that are errors.
+    codes.insert(codes.end(),
+                 {"ini_line_without_equals", "ini_none_found", "ini_unusable", "log_file_unusable",
+                  "mapping_elsewhere", "mapping_empty", "mapping_missing", "mapping_unusable",
+                  "mark_blanks", "mark_crlf", "mark_followed", "mark_leading_blanks",
+                  "mark_missing", "mark_not_a_number", "mark_not_last", "mark_not_writable",
+                  "mark_nul_bytes", "mark_too_large", "pci_file_unusable"});
+    return codes;
 }
 
 Verdict judge(const Snapshot& snapshot, const Thresholds& thresholds) {

@@ -46,6 +46,9 @@ bool wantsAttention(const Disk& disk, const Thresholds& thresholds = Thresholds(
 bool wantsAttention(const Health& health, const Thresholds& thresholds = Thresholds());
 bool wantsAttention(const Volume& volume, const Thresholds& thresholds = Thresholds());
 
+// All that a reason's code may be.
+std::vector<std::string> reasonCodes();
+
 bool hasReason(const std::vector<Reason>& reasons, const std::string& code);
 
 // "ok", "warning", "critical", "unknown".
