@@ -16,6 +16,7 @@
 #include <cstring>
 #include <functional>
 #include <future>
+#include <initializer_list>
 #include <string>
 #include <thread>
 #include <variant>
@@ -114,7 +115,7 @@ TEST_F(DeviceThatDies, InMidPollCostsNoEvent) {
 }
 
 TEST_F(DeviceThatDies, InMidPageCostsNoEvent) {
-    for (const std::size_t written : {1, 45, 1000, 2048, 4095}) {
+    for (const std::size_t written : std::initializer_list<std::size_t>{1, 45, 1000, 2048, 4095}) {
         SCOPED_TRACE(written);
         for (const int lastRead : {0, 1, 2, 14, 15, kReadsOfAPoll - 1}) {
             expectAllEventsOnce(lastRead, written);
