@@ -37,15 +37,17 @@ TEST(Doctor, NamesEachCodeWithoutARowOnce) {
 
 TEST(Doctor, LooksAtEveryCodeThatIsNotListedWithAMappingOfItsOwn) {
     std::vector<Finding> findings;
-    const AlertMapping own = readAlertMapping("[Adapter]\n101=2101\n0=1\n2=65535\n", "", findings);
-    const std::string text = mappingOfOtherCodes(own) + "17\n";
+    const AlertMapping own =
+        readAlertMapping("[Adapter]\n101=2101\n0=1\n2=65535\n10101=7\n", "", findings);
+    const std::string text = mappingOfOtherCodes(own, {10101, 54321}) + "17\n";
     const AlertMapping mapping = readAlertMapping(text, "", findings);
     EXPECT_TRUE(findings.empty());
     EXPECT_EQ(readSequenceMark(text, "", findings).value, 17);
-    for (const unsigned code : {0U, 1U, 2U, 10U, 101U}) {  // 1 and 10 begin the key of 101
+    for (const unsigned code :
+         {0U, 1U, 2U, 10U, 101U, 1010U, 10101U}) {  // 1 and 10 begin the key of 101
         EXPECT_TRUE(mapping.isDropped(0, code)) << code;
     }
-    for (const unsigned code : {3U, 11U, 999U, 9999U}) {
+    for (const unsigned code : {3U, 11U, 999U, 9999U, 54321U}) {
         EXPECT_EQ(mapping.rowOf(0, code)->reported, code);
     }
     for (const unsigned classCode : {1U, 2U, 3U, 6U, 255U}) {

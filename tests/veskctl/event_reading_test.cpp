@@ -183,7 +183,7 @@ TEST(EventReading, AnEmptyLogThatWasReadIsEmpty) {
 }
 
 TEST(EventReading, ALogOfWhichNothingWasReadIsNotSeen) {
-    for (const LogReads reads :
+    for (const LogReads& reads :
          {LogReads{false, 0, 0}, LogReads{false, 3, 0}, LogReads{true, 0, 16}}) {
         Log log;
         log.reads = reads;

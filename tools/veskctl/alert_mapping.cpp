@@ -2,6 +2,7 @@
 
 #include "veskctl/format.h"
 #include "veskctl/ini_text.h"
+#include "veskctl/long_codes.h"
 #include "veskctl/sequence_mark.h"
 
 #include <algorithm>
@@ -142,10 +143,13 @@ bool AlertMapping::isDropped(unsigned classCode, unsigned code) const {
     return row && row->reported == kNotReported;
 }
 
-std::string mappingOfOtherCodes(const AlertMapping& mapping) {
+std::string mappingOfOtherCodes(const AlertMapping& mapping, const std::set<unsigned>& longCodes) {
     // The library reads the file from its begin for each event: with all of 65535 codes a full log
     // takes it seconds.
-    constexpr unsigned kCodes = 10000;
+    std::set<unsigned> codes = longCodes;
+    for (unsigned code = 0; code < LongCodes::kFirst; ++code) {
+        codes.insert(code);
+    }
     std::array<std::set<unsigned>, kSections.size()> listed;
     for (const MappingRow& row : mapping.rows) {
         for (unsigned code = row.code; code > 0; code /= 10) {  // a key serves its beginnings too
@@ -159,7 +163,7 @@ std::string mappingOfOtherCodes(const AlertMapping& mapping) {
     for (std::size_t section = 0; section < kSections.size(); ++section) {
         text += format("[{}]\n", kSections.at(section));
         // Rising, so that each key stands in front of those that begin with it.
-        for (unsigned code = 0; code < kCodes; ++code) {
+        for (const unsigned code : codes) {
             const std::string key = std::to_string(code);
             const bool other = listed.at(section).count(code) == 0;
             text.append(key).append("=").append(other ? key : "65535").append("\n");

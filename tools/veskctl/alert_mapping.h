@@ -5,6 +5,7 @@
 #include "veskctl/finding.h"
 
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -27,10 +28,10 @@ struct AlertMapping {
     bool isDropped(unsigned classCode, unsigned code) const;
 };
 
-// A mapping that reports every code of up to four digits as itself but for those that this one has
-// a row for: for looking at what the controller's log holds beside what is reported. The number of
-// the mark, at its end, is left to the caller.
-std::string mappingOfOtherCodes(const AlertMapping& mapping);
+// A mapping that reports every code of up to four digits, and these longer ones, as itself but for
+// those that this one has a row for: for looking at what the controller's log holds beside what is
+// reported. The number of the mark, at its end, is left to the caller.
+std::string mappingOfOtherCodes(const AlertMapping& mapping, const std::set<unsigned>& longCodes);
 
 // text: the whole file's. What is wrong goes to the findings.
 AlertMapping readAlertMapping(const std::string& text, const std::string& path,

@@ -121,6 +121,8 @@ EventDelivery EventLog::lookBy(const std::string& mapping) {
         left -= std::min(left, kPause);
     }
     delivery.reads = session.logReads();
+    const auto& codes = delivery.reads.longCodes;
+    m_longCodes.insert(codes.begin(), std::find(codes.begin(), codes.end(), 0));
     if (delivery.events.empty() && !delivery.problem) {
         // One that fell silent in the middle reads as an empty log.
         demandAnswer(session.functions());
@@ -151,11 +153,18 @@ EventReading EventLog::readHeld() {
 }
 
 std::vector<Event> EventLog::readUnlisted(std::uint32_t above) {
-    const std::string mapping = mappingOfOtherCodes(m_files.alerts.value_or(AlertMapping()));
-    const auto look = [&](std::uint32_t from) {
-        return lookBy(mapping + std::to_string(std::max(from, above)) + '\n');
+    const auto read = [&] {
+        const std::string mapping =
+            mappingOfOtherCodes(m_files.alerts.value_or(AlertMapping()), m_longCodes);
+        const auto look = [&](std::uint32_t from) {
+            return lookBy(mapping + std::to_string(std::max(from, above)) + '\n');
+        };
+        return readHeldEvents(look).events;
     };
-    return readHeldEvents(look).events;
+    const std::size_t known = m_longCodes.size();
+    std::vector<Event> events = read();
+    // Where no look came before, this one has just shown for which codes rows were missing.
+    return m_longCodes.size() == known ? events : read();
 }
 
 void EventLog::storeMark(std::uint32_t number) {

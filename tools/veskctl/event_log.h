@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -56,7 +57,8 @@ private:
     std::chrono::milliseconds m_wait;
     HostFiles m_files;
     bool m_simulated = false;
-    bool m_answered = false;  // the controller did
+    bool m_answered = false;         // the controller did
+    std::set<unsigned> m_longCodes;  // that the looks so far came by
     std::vector<Problem> m_problems;
 };
 

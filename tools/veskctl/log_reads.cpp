@@ -5,10 +5,12 @@
 #include "transport/nvme_uio.h"
 #include "transport/vmk_mgmt.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
+#include <mutex>
 
 #include <dlfcn.h>
 
@@ -27,6 +29,8 @@ constexpr unsigned kMostParameters = 16;
 std::atomic<bool> finished{false};
 std::atomic<unsigned> readCount{0};
 std::atomic<unsigned> failedCount{0};
+std::mutex codesMutex;
+LongCodes longCodes;
 
 // Behind this program: in what was loaded with it (a capture library, the simulated platform), or
 // where the library has the platform's from, which it keeps to itself.
@@ -54,6 +58,11 @@ const nvme_uio* logRead(unsigned long callbackId, unsigned parameterCount, void*
 void count(const nvme_uio& command, int result) {
     const bool failed = result != 0 || (command.completionStatus & kStatusMask) != 0;
     ++(failed ? failedCount : readCount);
+    if (!failed && command.dataAddress != nullptr) {
+        const std::lock_guard<std::mutex> lock(codesMutex);
+        longCodes.look(static_cast<const char*>(command.dataAddress),
+                       std::min(command.cdw14, command.dataLength));
+    }
     if (command.cdw13 == kEventAreaSize - kEventPageSize && command.cdw14 == kEventPageSize) {
         finished = true;
     }
@@ -66,6 +75,8 @@ LogReads logReads() {
     reads.finished = finished;  // first: what is finished is counted
     reads.read = readCount;
     reads.failed = failedCount;
+    const std::lock_guard<std::mutex> lock(codesMutex);
+    reads.longCodes = longCodes.all();
     return reads;
 }
 
