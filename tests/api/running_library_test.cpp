@@ -143,6 +143,8 @@ std::size_t threadsOfThisProcess() {
 
 // A controller is counted, and the thread is gone without having asked for an event.
 void expectNextStartToPollNothing(SimHost& host) {
+    // The next scan would leave the connection of the last one open.
+    CLibInitializer::deleteOSdeviceTalkerInstance();
     const std::size_t before = threadsOfThisProcess();
     ZNV_Library_Initialize();
     EXPECT_EQ(ZT_Adapter_GetCount(), 1);
