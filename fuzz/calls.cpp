@@ -22,6 +22,8 @@ using veskfuzz::require;
 constexpr unsigned kMostCalls = 24;
 constexpr std::size_t kHeader = sizeof(Info_Request);
 constexpr std::size_t kMostDisks = 2;
+// Of the polling thread, in seconds. libFuzzer has a thread of its own, which sleeps for one.
+constexpr unsigned kShortestInterval = 50;
 
 // Library, host files and polling thread for all inputs.
 class RunningLibrary {
@@ -43,7 +45,7 @@ public:
     // The polling thread looks at the log once.
     void poll() {
         m_gate->release();
-        m_gate->waitForSleeper(++m_sleeps);
+        require(m_gate->waitForSleeper(++m_sleeps), "a poll ends");
     }
 
     void restart() {
@@ -54,12 +56,12 @@ public:
 private:
     void start() {
         m_gate.reset();  // its handler goes before the next one comes
-        m_gate = std::make_unique<vesktest::SleepGate>();
+        m_gate = std::make_unique<vesktest::SleepGate>(kShortestInterval);
         m_sleeps = 1;
         veskfuzz::FuzzedDriver::instance().showController();
         ZNV_Library_Initialize();
         require(ZT_Adapter_GetCount() == 1, "the controller is found");
-        m_gate->waitForSleeper(m_sleeps);
+        require(m_gate->waitForSleeper(m_sleeps), "the first poll ends");
     }
     void stop() {
         m_gate->releaseAll();

@@ -331,6 +331,17 @@ TEST_P(SleepGateTest, HoldsSleepersUntilReleased) {
     EXPECT_EQ(calls().sleep(90), 0U) << "later ones too end at once";
 }
 
+TEST_P(SleepGateTest, LeavesShorterSleepsAlone) {
+    SleepGate gate(50);
+    EXPECT_EQ(calls().sleep(0), 0U) << "it would stay there for good";
+    EXPECT_EQ(gate.secondsAsked(), std::vector<unsigned>{});
+    std::thread sleeper([&] { EXPECT_EQ(calls().sleep(50), 0U); });
+    EXPECT_TRUE(gate.waitForSleeper(1));
+    gate.releaseAll();
+    sleeper.join();
+    EXPECT_EQ(gate.secondsAsked(), std::vector<unsigned>{50});
+}
+
 TEST_P(SleepGateTest, LetsGoWhenItGoes) {
     std::thread sleeper;
     std::atomic<bool> wakened{false};

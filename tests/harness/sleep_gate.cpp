@@ -7,6 +7,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <thread>
 
 namespace vesktest {
 
@@ -29,8 +30,14 @@ struct SleepGate::State {
     }
 };
 
-SleepGate::SleepGate() : m_state(std::make_shared<State>()) {
-    vesksim::setSleepHandler([state = m_state](unsigned seconds) { return state->sleep(seconds); });
+SleepGate::SleepGate(unsigned leastSeconds) : m_state(std::make_shared<State>()) {
+    vesksim::setSleepHandler([state = m_state, leastSeconds](unsigned seconds) {
+        if (seconds < leastSeconds) {
+            std::this_thread::sleep_for(std::chrono::seconds(seconds));
+            return 0U;
+        }
+        return state->sleep(seconds);
+    });
 }
 
 SleepGate::~SleepGate() {

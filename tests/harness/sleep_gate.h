@@ -1,4 +1,4 @@
-// Holds every sleep() of the process until the test lets it go, so that a test steps a thread that
+// Holds the sleep()s of the process until the test lets them go, so that a test steps a thread that
 // works at intervals. Any thread may sleep; the other operations belong to the test.
 #pragma once
 
@@ -10,7 +10,8 @@ namespace vesktest {
 
 class SleepGate {
 public:
-    SleepGate();
+    // Sleeps of fewer seconds are neither held nor counted: others' threads sleep, too.
+    explicit SleepGate(unsigned leastSeconds = 0);
     ~SleepGate();  // lets go of all sleepers; the real sleep() is back
     SleepGate(const SleepGate&) = delete;
     SleepGate& operator=(const SleepGate&) = delete;
