@@ -4,9 +4,8 @@
 #include "fault.h"
 #include "operation.h"
 #include "rows.h"
-#include "sleep_gate.h"
 #include "sweep.h"
-#include "swept_host.h"
+#include "swept_life.h"
 
 #include "VeskNvme.h"
 #include "api/command_handler.h"
@@ -21,8 +20,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <functional>
-#include <memory>
 #include <mutex>
 #include <new>
 #include <set>
@@ -34,68 +31,12 @@ namespace {
 
 using namespace vesktest;
 
-// As the library is loaded: nothing was found yet, and the text has no room for a folder.
-void forgetFolder() {
-    std::string().swap(VeskNVMeLibrary_Helper::m_LibPath);
-}
-
-// Many lives of the library in one process.
-class LifeSweep : public ::testing::TestWithParam<Row> {
+class LifeSweep : public SweptLife {
 protected:
-    LifeSweep() : m_host(scenarioFor(GetParam().logged)) {
-        m_mapping = m_host.files().read(kMappingIniPath);
-        // What is made once in a process is made now.
-        begin();
-        startSoundly();
-        stop();
-        end();
-    }
-
-    bool is(const char* operation) const { return std::string(GetParam().operation) == operation; }
-
-    // As if the library had just been loaded.
-    void begin() {
-        m_gate = std::make_unique<SleepGate>();
-        CommandHandler::m_libraryInitialized = 0;
-        CommandHandler::m_libraryFinalized = 0;
-        CommandHandler::m_ControllerCount = 0;
-        forgetFolder();
-        m_host.driver().load(scenarioFor(GetParam().logged));  // it knows all handles that it gave
-        m_host.files().writeMappingIni(m_mapping);
-        if (GetParam().logged) {
-            m_host.files().write(kLogPath, "");
-            if (is("ZNV_Library_Initialize")) {
-                stg::lout.startDebug();
-            }
-        }
-    }
-    void end() {
-        stg::lout.stopDebug();
-        m_gate.reset();
-        while (waitpid(-1, nullptr, 0) > 0) {
-            ++m_commandsRun;
-        }
-    }
-
-    // A command that looked for the folder leaves its stream open.
-    void expectResources(Resources expected) const {
-        expected.descriptors += m_commandsRun;
-        EXPECT_EQ(Resources(), expected);
-    }
-    std::function<bool()> ranACommand() {
-        return [this, known = std::size_t{0}]() mutable {
-            return std::exchange(known, m_commandsRun) != m_commandsRun;
-        };
-    }
-
     void startSoundly() {
         EXPECT_EQ(ZT_API_Initialize(), 0);
         EXPECT_EQ(ZT_Adapter_GetCount(), 1);
         EXPECT_TRUE(m_gate->waitForSleeper(1));
-    }
-    void stop() {
-        m_gate->releaseAll();
-        ZNV_Library_Finalize();
     }
 
     // The library after a start that may have failed is a library that can be started.
@@ -110,11 +51,6 @@ protected:
         end();
         expectResources(before);
     }
-
-    SimHost m_host;
-    std::string m_mapping;
-    std::unique_ptr<SleepGate> m_gate;
-    std::size_t m_commandsRun = 0;
 };
 
 class StartSweep : public LifeSweep {
@@ -130,20 +66,7 @@ protected:
 TEST_P(StartSweep, StartFailsAsPromisedAndTheNextOneWorks) {
     const Resources before;
     Answer answer;
-    sweep({[this] { begin(); },
-           [this, &answer] {
-               answer = guarded([this] {
-                   Answer result;
-                   const bool withConfiguration = is("ZT_API_Initialize");
-                   const InLibrary inside;
-                   if (withConfiguration) {
-                       result.result = ZT_API_Initialize();
-                   } else {
-                       ZNV_Library_Initialize();
-                   }
-                   return result;
-               });
-           },
+    sweep({[this] { begin(); }, [this, &answer] { answer = start(); },
            [&](const Injection& injection) {
                EXPECT_TRUE(answer.thrown.empty() || answer.thrown == "std::bad_alloc" ||
                            answer.thrown == "std::system_error")
@@ -155,12 +78,11 @@ TEST_P(StartSweep, StartFailsAsPromisedAndTheNextOneWorks) {
                        << "a refused thread, and nothing else";
                }
                EXPECT_TRUE(answer.result == 0 || answer.result == 1);
-               const bool polls = Resources().threads > before.threads;
-               EXPECT_EQ(polls, answer.thrown.empty() && CommandHandler::m_ControllerCount == 1)
+               const bool polling = polls(before);
+               EXPECT_EQ(polling, answer.thrown.empty() && CommandHandler::m_ControllerCount == 1)
                    << "a start that says it is one polls";
-               if (polls) {
+               if (polling) {
                    EXPECT_EQ(ZT_Adapter_GetCount(), 1);
-                   EXPECT_TRUE(m_gate->waitForSleeper(1));
                    stop();
                } else {
                    removeWithoutThread();
@@ -300,7 +222,7 @@ protected:
         const Resources before;
         std::size_t commandsRun = 0;
         Answer answer;
-        sweep({forgetFolder,
+        sweep({[] { setFolder(""); },
                [&answer] {
                    answer = guarded([] {
                        const InLibrary inside;
