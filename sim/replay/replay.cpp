@@ -33,7 +33,7 @@ namespace {
 std::atomic<Replay*> theReplay{nullptr};
 
 constexpr UNSIGNED_INTEGER kMostRows = 64;
-constexpr unsigned kParameters = 2;  // of each callback that the library invokes
+constexpr unsigned kInvokeParameters = 2;  // of each callback that the library invokes
 
 // A text that says what a call asks for, to compare calls by. Bytes go in without the zeros at
 // their end, as the capture stores them.
@@ -360,7 +360,7 @@ int Replay::open(const void* signature, std::uint64_t cookie, std::uint64_t* han
 
 int Replay::invoke(std::uint64_t handle, std::uint64_t instanceId, std::uint64_t callbackId,
                    std::uint32_t parameterCount, void* parameter0, void* parameter1) {
-    void* const parameters[kParameters] = {parameter0, parameter1};
+    void* const parameters[kInvokeParameters] = {parameter0, parameter1};
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto connection = m_connections.find(handle);
     const std::string name =
@@ -371,12 +371,12 @@ int Replay::invoke(std::uint64_t handle, std::uint64_t instanceId, std::uint64_t
     question.add(parameterCount);
     std::string inWords = fmt::format("callback {} of \"{}\"", callbackId, name);
 
-    std::size_t sizes[kParameters] = {};
+    std::size_t sizes[kInvokeParameters] = {};
     nvme_uio* command = nullptr;
     if (connection != m_connections.end()) {
         for (const ManagementCallback& row : connection->second->table) {
             for (unsigned i = 0; row.callbackId == callbackId && i < row.numParms &&
-                                 i < parameterCount && i < kParameters;
+                                 i < parameterCount && i < kInvokeParameters;
                  ++i) {
                 if (parameters[i] == nullptr) {
                     continue;
@@ -416,7 +416,7 @@ int Replay::invoke(std::uint64_t handle, std::uint64_t instanceId, std::uint64_t
             fill(command->dataAddress, command->dataLength, piece);
         } else if (piece.header.kind == veskcap::kMetaOut && command != nullptr) {
             fill(command->metaAddress, command->metaLength, piece);
-        } else if (piece.header.kind != veskcap::kArgumentOut || index >= kParameters ||
+        } else if (piece.header.kind != veskcap::kArgumentOut || index >= kInvokeParameters ||
                    sizes[index] == 0) {
             continue;
         } else if (isCommand(callbackId, index, sizes[index])) {

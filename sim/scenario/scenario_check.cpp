@@ -18,7 +18,7 @@ constexpr std::uint8_t kMaxSpeedCode = 15;  // 4 bits of the link registers
 constexpr std::uint8_t kMaxWidthCode = 63;  // 6 bits of the link registers
 constexpr double kShortestInterval = 0.01;  // seconds; an hour of it is still made up at once
 constexpr double kLongestInterval = 1e6;
-constexpr double kLastSecond = 1e9;
+constexpr double kLatestEvent = 1e9;
 constexpr std::uint32_t kMaxInitialEvents = 100000;
 
 class Checker {
@@ -122,9 +122,9 @@ void checkEvents(const Checker& check, const std::string& place, const Adapter& 
         const ScheduledEvent& scheduled = adapter.eventSchedule[i];
         const std::string here = fmt::format("{}/event_schedule/{}", place, i);
         checkEvent(check, here + "/event", scheduled.event);
-        if (!(scheduled.at >= 0 && scheduled.at <= kLastSecond)) {
+        if (!(scheduled.at >= 0 && scheduled.at <= kLatestEvent)) {
             check.fail(here + "/at", fmt::format("{} is not a time of the log", scheduled.at),
-                       fmt::format("Write seconds from 0 to {}", kLastSecond));
+                       fmt::format("Write seconds from 0 to {}", kLatestEvent));
         }
     }
     if (adapter.randomEvents) {

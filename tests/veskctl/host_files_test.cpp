@@ -63,11 +63,11 @@ protected:
     std::vector<std::string> findings() {
         files = veskctl::readHostFiles(root);
         std::vector<std::string> found;
-        const std::string current = root + "/current/";
+        const std::string folder = root + "/current/";
         for (const veskctl::Finding& finding : files.findings) {
-            const bool inCurrent = finding.path.rfind(current, 0) == 0;
+            const bool inCurrent = finding.path.rfind(folder, 0) == 0;
             found.push_back(finding.code + ' ' +
-                            (inCurrent ? finding.path.substr(current.size()) : finding.path));
+                            (inCurrent ? finding.path.substr(folder.size()) : finding.path));
         }
         return found;
     }

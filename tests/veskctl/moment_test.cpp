@@ -12,7 +12,7 @@ using namespace veskctl;
 
 namespace {
 
-Event eventOf(std::uint32_t sequence) {
+Event eventNumbered(std::uint32_t sequence) {
     Event event;
     event.sequence = sequence;
     return event;
@@ -23,8 +23,8 @@ TEST(Moment, HoldsNewEventsAndAllThatAreHeldApart) {
     moment.snapshot.host = "esx1";
     moment.snapshot.newEvents = EventReading();
     moment.snapshot.newEvents->mark = 4;
-    moment.snapshot.newEvents->events = {eventOf(5)};
-    moment.events.events = {eventOf(4), eventOf(5)};
+    moment.snapshot.newEvents->events = {eventNumbered(5)};
+    moment.events.events = {eventNumbered(4), eventNumbered(5)};
     moment.findings = {{Severity::Warning, "a_code", "/a", 3, "text", "remedy"}};
     moment.verdict = {Level::Warning, {{Level::Warning, "a_code", "host files", "text"}}};
     const Json json = momentToJson(moment);

@@ -59,7 +59,7 @@ Snapshot goodSnapshot() {
     return snapshot;
 }
 
-Event eventOf(unsigned severityCode) {
+Event eventOfSeverity(unsigned severityCode) {
     Event event;
     event.severityCode = severityCode;
     event.message = "Drive removed ";
@@ -293,33 +293,35 @@ const VerdictCase kVerdicts[] = {
          snapshot.problems = {*doubtAbout(*snapshot.newEvents)};
      },
      {"unknown events_incomplete events"}},
-    {"MinorEvent", [](Snapshot& snapshot) { snapshot.newEvents->events = {eventOf(4)}; }, {}},
+    {"MinorEvent",
+     [](Snapshot& snapshot) { snapshot.newEvents->events = {eventOfSeverity(4)}; },
+     {}},
     {"EventWithoutAName",
      [](Snapshot& snapshot) {
-         snapshot.newEvents->events = {eventOf(4), eventOf(255)};
+         snapshot.newEvents->events = {eventOfSeverity(4), eventOfSeverity(255)};
      },
      {"warning events_of_unknown_severity events"}},
     {"EventOfOtherSeverity",
-     [](Snapshot& snapshot) { snapshot.newEvents->events = {eventOf(1)}; },
+     [](Snapshot& snapshot) { snapshot.newEvents->events = {eventOfSeverity(1)}; },
      {"warning events_of_unknown_severity events"}},
     {"MinorEventWithoutARow",
-     [](Snapshot& snapshot) { snapshot.newEvents->unlisted = {eventOf(4)}; },
+     [](Snapshot& snapshot) { snapshot.newEvents->unlisted = {eventOfSeverity(4)}; },
      {}},
     {"GraveEventWithoutARow",
      [](Snapshot& snapshot) {
-         snapshot.newEvents->unlisted = {eventOf(6), eventOf(2)};
+         snapshot.newEvents->unlisted = {eventOfSeverity(6), eventOfSeverity(2)};
      },
      {"warning events_not_listed events"}},
     {"EventOfUnknownSeverityWithoutARow",
-     [](Snapshot& snapshot) { snapshot.newEvents->unlisted = {eventOf(0)}; },
+     [](Snapshot& snapshot) { snapshot.newEvents->unlisted = {eventOfSeverity(0)}; },
      {"warning events_not_listed events"}},
     {"MajorEvent",
      [](Snapshot& snapshot) {
-         snapshot.newEvents->events = {eventOf(2), eventOf(5), eventOf(2)};
+         snapshot.newEvents->events = {eventOfSeverity(2), eventOfSeverity(5), eventOfSeverity(2)};
      },
      {"warning grave_events events"}},
     {"FatalEvent",
-     [](Snapshot& snapshot) { snapshot.newEvents->events = {eventOf(7)}; },
+     [](Snapshot& snapshot) { snapshot.newEvents->events = {eventOfSeverity(7)}; },
      {"warning grave_events events"}},
     {"EventsWithoutAMapping",
      [](Snapshot& snapshot) {

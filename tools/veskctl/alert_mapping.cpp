@@ -18,7 +18,6 @@ namespace {
 // In the order of the class codes. The library looks for events of any other class in a section
 // without a name.
 constexpr std::array<const char*, 4> kSections = {"Adapter", "VirtualDevice", "PhysicalDevice", ""};
-constexpr const char* kDigits = "0123456789";
 constexpr unsigned kNotReported = 65535;
 
 bool isNumber(const std::string& text) {

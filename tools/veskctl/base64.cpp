@@ -8,7 +8,7 @@ namespace veskctl {
 
 namespace {
 
-constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::uint8_t kNone = 64;
 
 constexpr std::array<std::uint8_t, 256> makeValues() {
@@ -17,7 +17,7 @@ constexpr std::array<std::uint8_t, 256> makeValues() {
         value = kNone;
     }
     for (std::uint8_t digit = 0; digit < 64; ++digit) {
-        values[static_cast<unsigned char>(kDigits[digit])] = digit;
+        values[static_cast<unsigned char>(kAlphabet[digit])] = digit;
     }
     return values;
 }
@@ -37,7 +37,7 @@ std::string toBase64(const std::string& bytes) {
         }
         for (std::size_t i = 0; i < 4; ++i) {
             const bool is = at + i <= bytes.size();
-            text += is ? kDigits[group >> (18 - 6 * i) & 0x3FU] : '=';
+            text += is ? kAlphabet[group >> (18 - 6 * i) & 0x3FU] : '=';
         }
     }
     return text;

@@ -8,6 +8,7 @@
 #include "veskctl/format.h"
 #include "veskctl/library.h"
 #include "veskctl/printable.h"
+#include "veskctl/record.h"
 #include "veskctl/report.h"
 
 #include <algorithm>
@@ -117,7 +118,7 @@ std::string randomKey() {
 
 // ---- Showing one.
 
-std::string timeText(std::uint64_t nanoseconds) {
+std::string preciseTimeText(std::uint64_t nanoseconds) {
     constexpr std::uint64_t kPerSecond = 1000000000;
     const auto seconds = static_cast<std::time_t>(nanoseconds / kPerSecond);
     std::tm parts = {};
@@ -127,15 +128,12 @@ std::string timeText(std::uint64_t nanoseconds) {
     return format("{}.{:06}Z", text, nanoseconds % kPerSecond / 1000);
 }
 
+// As much as there is of it.
 template <class Value>
-Value valueOf(const std::string& bytes) {
+Value copied(const std::string& bytes) {
     Value value = {};
     std::memcpy(&value, bytes.data(), std::min(bytes.size(), sizeof(value)));
     return value;
-}
-
-std::string fieldText(const char* field, std::size_t size) {
-    return std::string(field, strnlen(field, size));
 }
 
 const char* callName(std::uint32_t call) {
@@ -180,7 +178,7 @@ std::unique_ptr<nvme_uio> commandOf(const Record& record, veskcap::PieceKind kin
         piece->header.length != sizeof(nvme_uio)) {
         return nullptr;
     }
-    return std::make_unique<nvme_uio>(valueOf<nvme_uio>(piece->bytes));
+    return std::make_unique<nvme_uio>(copied<nvme_uio>(piece->bytes));
 }
 
 // What the exchange was about.
@@ -194,8 +192,8 @@ std::string exchangeName(const Record& record) {
     if (record.exchange.call == veskcap::kInit) {
         const Piece* const piece = record.find(veskcap::kSignature);
         const auto signature =
-            piece == nullptr ? ManagementSignature() : valueOf<ManagementSignature>(piece->bytes);
-        return format("open \"{}\"", printable(fieldText(signature.name, 32)));
+            piece == nullptr ? ManagementSignature() : copied<ManagementSignature>(piece->bytes);
+        return format("open \"{}\"", printable(fieldText(signature.name)));
     }
     if (record.find(veskcap::kArgumentIn) == nullptr &&
         record.exchange.callbackId == kAdapterListCallback) {
@@ -285,8 +283,8 @@ std::uint64_t timeOf(const Record& record) {
 }
 
 std::string recordLines(const Record& record, bool hex) {
-    std::string text =
-        format("#{}  {}  pid {}  ", record.number, timeText(timeOf(record)), record.header.pid);
+    std::string text = format("#{}  {}  pid {}  ", record.number, preciseTimeText(timeOf(record)),
+                              record.header.pid);
     switch (record.header.type) {
     case veskcap::kStartRecord:
         return text + format("start of {}\n", printable(record.text));
@@ -357,7 +355,7 @@ Json recordToJson(const Record& record, bool hex) {
     if (record.header.type > veskcap::kExchangeRecord) {
         return json;
     }
-    json["time"] = timeText(timeOf(record));
+    json["time"] = preciseTimeText(timeOf(record));
     switch (record.header.type) {
     case veskcap::kStartRecord:
         json["type"] = "start";
@@ -383,7 +381,7 @@ Json recordToJson(const Record& record, bool hex) {
     return json;
 }
 
-CommandRunner declareShow(Options& options) {
+CommandRunner declareCaptureShow(Options& options) {
     struct Choice {
         std::string file;
         bool hex = false;
@@ -500,7 +498,7 @@ Command captureCommand() {
             nullptr,
             {{"show",
               "List what a capture holds",
-              declareShow,
+              declareCaptureShow,
               {},
               false,
               {{"capture show host.cap", "what was asked and answered"},

@@ -6,7 +6,6 @@
 #include "veskctl/spelling.h"
 
 #include <algorithm>
-#include <cctype>
 #include <memory>
 #include <sstream>
 
@@ -15,12 +14,6 @@ namespace veskctl {
 namespace {
 
 constexpr unsigned kTimeoutSeconds = 30;  // monitoring systems wait for some 60
-
-std::string upperCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::toupper(letter)); });
-    return text;
-}
 
 // A bar would begin the performance data, and there is one line only.
 std::string inOneLine(std::string text) {

@@ -154,14 +154,6 @@ private:
     CLI::App& m_app;
 };
 
-struct Runnable {
-    CLI::App* app;
-    std::string words;
-    bool watchable;
-    bool aboutProgram;
-    CommandRunner run;
-};
-
 template <class Kind>
 bool isA(const CLI::ParseError& error) {
     return dynamic_cast<const Kind*>(&error) != nullptr;
@@ -199,6 +191,14 @@ public:
     }
 
 private:
+    struct Runnable {
+        CLI::App* app;
+        std::string words;
+        bool watchable;
+        bool aboutProgram;
+        CommandRunner run;
+    };
+
     void addCommands(CLI::App& parent, const std::string& prefix,
                      const std::vector<Command>& commands, const CliHooks& hooks) {
         for (const Command& command : commands) {

@@ -359,7 +359,7 @@ end
 
 namespace {
 
-CommandRunner declare(Options& options) {
+CommandRunner declareCompletion(Options& options) {
     const auto shell = std::make_shared<std::string>();
     options.addWord("SHELL", *shell, {"bash", "zsh", "fish"}, "The shell: bash, zsh or fish");
     return [shell](const CommandContext& context, Report& report) {
@@ -377,7 +377,7 @@ CommandRunner declare(Options& options) {
 Command completionCommand() {
     return {"completion",
             "Write a script with which a shell completes words",
-            declare,
+            declareCompletion,
             {},
             false,
             {{"completion bash > ~/.local/share/bash-completion/completions/PROGRAM",

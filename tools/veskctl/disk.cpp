@@ -443,7 +443,7 @@ void runDisks(const CommandContext& context, const DiskOptions& wanted, Report& 
     }
 }
 
-CommandRunner declare(Options& options, bool one) {
+CommandRunner declareDisks(Options& options, bool one) {
     const auto wanted = std::make_shared<DiskOptions>();
     if (one) {
         options.addDisk(wanted->disk, true);
@@ -459,14 +459,14 @@ CommandRunner declare(Options& options, bool one) {
 Command disksCommand() {
     const Command show = {"show",
                           "Show all that is known of one of them",
-                          [](Options& options) { return declare(options, true); },
+                          [](Options& options) { return declareDisks(options, true); },
                           {},
                           true,
                           {{"disks show 1", "all of disk 1"},
                            {"disks show VD00480A000171", "the same by its serial number"}}};
     return {"disks",
             "Show the physical disks: identity, state, capacity",
-            [](Options& options) { return declare(options, false); },
+            [](Options& options) { return declareDisks(options, false); },
             {show},
             true,
             {{"disks", "one line for each disk"},

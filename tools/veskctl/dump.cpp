@@ -1,6 +1,7 @@
 #include "veskctl/dump.h"
 
 #include "veskctl/command.h"
+#include "veskctl/descriptor.h"
 #include "veskctl/dumped_capture.h"
 #include "veskctl/file_replacement.h"
 #include "veskctl/format.h"
@@ -22,30 +23,11 @@ namespace veskctl {
 namespace {
 
 constexpr const char* kName = "dump";
-constexpr unsigned kForAll = 0644;
-constexpr unsigned kForOwnerOnly = 0600;
-constexpr off_t kLargest = 256 << 20U;
+constexpr off_t kLargestDump = 256 << 20U;
 
 [[noreturn]] void refuse(const std::string& path, const std::string& reason) {
     throw UsageError(format("{} {}; name a file that 'veskctl dump' wrote", path, reason));
 }
-
-class Descriptor {
-public:
-    explicit Descriptor(int number) : m_number(number) {}
-    ~Descriptor() {
-        if (m_number >= 0) {
-            close(m_number);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int number() const { return m_number; }
-
-private:
-    int m_number;
-};
 
 // Does not wait for a pipe, and reads no endless device.
 std::string textOf(const std::string& path) {
@@ -54,7 +36,7 @@ std::string textOf(const std::string& path) {
     if (file.number() < 0 || fstat(file.number(), &status) != 0) {
         refuse(path, format("cannot be read ({})", std::strerror(errno)));
     }
-    if (!S_ISREG(status.st_mode) || status.st_size > kLargest) {
+    if (!S_ISREG(status.st_mode) || status.st_size > kLargestDump) {
         refuse(path, S_ISREG(status.st_mode) ? "is too large" : "is no file");
     }
     std::string text(static_cast<std::size_t>(status.st_size), '\0');

@@ -19,8 +19,7 @@ namespace veskctl {
 namespace {
 
 // A document is read as a whole.
-constexpr std::uint64_t kLargest = 64U << 20U;
-constexpr unsigned kForOwnerOnly = 0600;  // as the capture library makes its files
+constexpr std::uint64_t kLargestCapture = 64U << 20U;
 
 void leaveOut(Report& report, const std::string& path, const std::string& reason) {
     report.problems.push_back(
@@ -85,8 +84,8 @@ Json captureForDump(Report& report) {
     std::ifstream stream(path, std::ios::binary | std::ios::ate);
     const std::streamoff size = stream.tellg();
     std::string bytes;
-    if (size >= 0 && static_cast<std::uint64_t>(size) > kLargest) {
-        leaveOut(report, path, format("is larger than {}", sizeText(kLargest)));
+    if (size >= 0 && static_cast<std::uint64_t>(size) > kLargestCapture) {
+        leaveOut(report, path, format("is larger than {}", sizeText(kLargestCapture)));
         return nullptr;
     }
     if (size >= 0) {

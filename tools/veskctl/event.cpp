@@ -17,8 +17,6 @@ namespace veskctl {
 namespace {
 
 constexpr std::array<const char*, 3> kClasses = {"adapter", "virtual_disk", "physical_disk"};
-constexpr std::array<const char*, 8> kSeverities = {"unknown", "other", "info",     "warning",
-                                                    "minor",   "major", "critical", "fatal"};
 
 template <std::size_t Count>
 std::optional<std::string> nameOf(const std::array<const char*, Count>& names, unsigned code) {
@@ -36,7 +34,7 @@ std::optional<std::string> Event::className() const {
 }
 
 std::optional<std::string> Event::severity() const {
-    return nameOf(kSeverities, severityCode);
+    return nameOf(kSeverityNames, severityCode);
 }
 
 bool Event::isGrave() const {

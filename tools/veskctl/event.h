@@ -5,12 +5,17 @@
 #include "veskctl/log_reads.h"
 #include "veskctl/problem.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace veskctl {
+
+// By severity code. What is below "info" calls for nobody.
+constexpr std::array<const char*, 8> kSeverityNames = {"unknown", "other", "info",     "warning",
+                                                       "minor",   "major", "critical", "fatal"};
 
 struct Event {
     std::uint32_t sequence = 0;

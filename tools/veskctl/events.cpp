@@ -47,10 +47,6 @@ constexpr const char* kBeganAnewBesideOld =
     "'{}', severity {}. It holds old ones too, so no mark parts them: 'veskctl events --since {}' "
     "shows all from then on; 'veskctl mark set 0' once the old ones are overwritten";
 
-// "info": what is below it calls for nobody.
-const std::vector<std::string> kSeverities = {"unknown", "other", "info",     "warning",
-                                              "minor",   "major", "critical", "fatal"};
-
 struct EventOptions {
     bool peek = false;
     bool all = false;
@@ -84,9 +80,9 @@ EventFilter filterOf(const EventOptions& options) {
                                     options.since));
         }
     }
-    const auto found = std::find(kSeverities.begin(), kSeverities.end(), options.severity);
-    if (found != kSeverities.end()) {
-        filter.leastSeverity = static_cast<unsigned>(found - kSeverities.begin());
+    const auto found = std::find(kSeverityNames.begin(), kSeverityNames.end(), options.severity);
+    if (found != kSeverityNames.end()) {
+        filter.leastSeverity = static_cast<unsigned>(found - kSeverityNames.begin());
     }
     return filter;
 }
@@ -483,7 +479,7 @@ void runFollow(const CommandContext& context, const EventOptions& options, Repor
     Follower(context, options, filter).run(report);
 }
 
-CommandRunner declare(Options& options) {
+CommandRunner declareEvents(Options& options) {
     const auto wanted = std::make_shared<EventOptions>();
     options.addRemark(kHelp);
     options.addFlag("--peek", wanted->peek, "Show all new events, and leave the mark alone");
@@ -491,7 +487,8 @@ CommandRunner declare(Options& options) {
     options.addText("--since", wanted->since, "TIME",
                     "Show what the controller holds from then on, new or not, and leave the mark "
                     "alone: 2026-09-21T14:13:20Z, 2026-09-21, or 30m, 2h, 3d ago");
-    options.addChoice("--severity", wanted->severity, kSeverities, "NAME",
+    options.addChoice("--severity", wanted->severity,
+                      {kSeverityNames.begin(), kSeverityNames.end()}, "NAME",
                       "Show events of this severity and above");
     options.addFlag("--follow", wanted->follow, "Go on until SIGINT, SIGTERM or SIGHUP");
     options.addNumber("--wait", wanted->waitSeconds, 0, 600, "SECONDS [2]",
@@ -544,7 +541,7 @@ std::optional<std::time_t> parseSince(const std::string& text, std::time_t now) 
 Command eventsCommand() {
     return {"events",
             "Show the new events of the controller, oldest first",
-            declare,
+            declareEvents,
             {},
             true,
             {{"events --peek", "look, and leave the mark where it is"},

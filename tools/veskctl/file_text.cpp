@@ -1,5 +1,6 @@
 #include "veskctl/file_text.h"
 
+#include "veskctl/descriptor.h"
 #include "veskctl/format.h"
 
 #include <array>
@@ -13,23 +14,6 @@
 namespace veskctl {
 
 namespace {
-
-class Descriptor {
-public:
-    explicit Descriptor(int number) : m_number(number) {}
-    ~Descriptor() {
-        if (m_number >= 0) {
-            close(m_number);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int number() const { return m_number; }
-
-private:
-    int m_number;
-};
 
 void fail(FileText& file, int error) {
     if (error == ENOENT || error == ENOTDIR) {

@@ -207,7 +207,7 @@ void runHealth(const CommandContext& context, const std::string& wanted, Report&
     }
 }
 
-CommandRunner declare(Options& options, bool one) {
+CommandRunner declareHealth(Options& options, bool one) {
     const auto disk = std::make_shared<std::string>();
     options.addDisk(*disk, one);
     return [disk](const CommandContext& context, Report& report) {
@@ -220,14 +220,14 @@ CommandRunner declare(Options& options, bool one) {
 Command healthCommand() {
     const Command show = {"show",
                           "Show all that is known of the health of one of them",
-                          [](Options& options) { return declare(options, true); },
+                          [](Options& options) { return declareHealth(options, true); },
                           {},
                           true,
                           {{"health show 0", "status, wear and attributes of disk 0"}}};
     return {
         "health",
         "Show the health of the physical disks: wear, spare, alert",
-        [](Options& options) { return declare(options, false); },
+        [](Options& options) { return declareHealth(options, false); },
         {show},
         true,
         {{"health", "one line for each disk"}, {"health --ndjson", "one document for each disk"}}};

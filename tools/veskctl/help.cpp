@@ -20,9 +20,9 @@ constexpr unsigned kMostColumns = 100;  // longer lines are hard to read
 
 using Entries = std::vector<std::pair<std::string, std::string>>;  // what, and what it means
 
-class Page {
+class HelpPage {
 public:
-    explicit Page(unsigned columns)
+    explicit HelpPage(unsigned columns)
         : m_columns(std::min(columns == 0 ? kUsualColumns : columns, kMostColumns)) {}
 
     void addParagraph(const std::string& text, std::size_t indent = 0) {
@@ -128,7 +128,7 @@ std::string exampleLine(const ProgramDescription& program, const Example& exampl
 std::string helpText(const ProgramDescription& program, const CommandDescription& command,
                      unsigned columns) {
     const bool whole = command.words.empty();
-    Page page(columns);
+    HelpPage page(columns);
     page.addParagraph("Usage: " + usageLine(program, command), 7);
     page.addLine();
     page.addParagraph(command.summary + '.');
@@ -183,7 +183,7 @@ void runHelp(const CommandContext& context, const std::vector<std::string>& word
     report.forPrograms = true;  // it is fitted already
 }
 
-CommandRunner declare(Options& options) {
+CommandRunner declareHelp(Options& options) {
     const auto words = std::make_shared<std::vector<std::string>>();
     options.addWords("COMMAND", *words, "The words of a command; none: the program itself");
     return [words](const CommandContext& context, Report& report) {
@@ -194,11 +194,13 @@ CommandRunner declare(Options& options) {
 }  // namespace
 
 Command helpCommand() {
-    return {
-        "help",  "Show what a command does, its options and examples",
-        declare, {},
-        false,   {{"help", "all commands"}, {"help disks show", "the same as disks show --help"}},
-        true};
+    return {"help",
+            "Show what a command does, its options and examples",
+            declareHelp,
+            {},
+            false,
+            {{"help", "all commands"}, {"help disks show", "the same as disks show --help"}},
+            true};
 }
 
 }  // namespace veskctl

@@ -8,6 +8,9 @@
 
 namespace veskctl {
 
+// Of the numbers that the library reads.
+constexpr const char* kDigits = "0123456789";
+
 struct IniLine {
     unsigned number = 0;  // from 1
     std::string text;     // without its line feed

@@ -5,6 +5,7 @@
 #include "veskctl/printable.h"
 #include "veskctl/program_version.h"
 #include "veskctl/report.h"
+#include "veskctl/spelling.h"
 
 #include <algorithm>
 #include <cctype>
@@ -101,13 +102,6 @@ std::string examples(const ProgramDescription& program, const CommandDescription
         text += format(".It {}\n.Dl {}\n", argument(example.what),
                        plain(exampleLine(program, example)));
     }
-    return text;
-}
-
-std::string upperCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char character) {
-        return static_cast<char>(std::toupper(character));
-    });
     return text;
 }
 

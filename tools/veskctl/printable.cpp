@@ -111,7 +111,7 @@ std::string escapeOf(std::uint32_t point) {
     return format("\\u{:04x}\\u{:04x}", 0xD800U + (above >> 10U), 0xDC00U + (above & 0x3FFU));
 }
 
-std::size_t columnsOf(std::uint32_t point) {
+std::size_t columnsOfPoint(std::uint32_t point) {
     return isIn(kZeroColumns, point) ? 0 : isIn(kTwoColumns, point) ? 2 : 1;
 }
 
@@ -144,7 +144,7 @@ std::size_t columnsOf(const std::string& text) {
     std::size_t columns = 0;
     for (std::size_t at = 0; at < text.size();) {
         const Character character = characterAt(text, at);
-        columns += columnsOf(character.point);
+        columns += columnsOfPoint(character.point);
         at += character.bytes;
     }
     return columns;
@@ -157,7 +157,7 @@ std::string shortened(const std::string& text, std::size_t columns) {
     std::size_t end = 0;
     for (std::size_t used = 1; end < text.size();) {
         const Character character = characterAt(text, end);
-        used += columnsOf(character.point);
+        used += columnsOfPoint(character.point);
         if (used > columns) {
             break;
         }

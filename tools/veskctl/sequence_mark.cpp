@@ -12,7 +12,6 @@ namespace veskctl {
 
 namespace {
 
-constexpr const char* kDigits = "0123456789";
 constexpr const char* kAllAgain =
     "so the library reads 0, and each delivery brings everything again that the controller holds";
 

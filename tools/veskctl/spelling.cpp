@@ -1,6 +1,7 @@
 #include "veskctl/spelling.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
 
 namespace veskctl {
@@ -33,6 +34,12 @@ std::size_t slips(const std::string& left, const std::string& right) {
 }
 
 }  // namespace
+
+std::string upperCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::toupper(letter)); });
+    return text;
+}
 
 std::optional<std::string> nearest(const std::string& word,
                                    const std::vector<std::string>& candidates) {

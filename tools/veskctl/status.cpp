@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kMostReasons = 4;
 // On such a screen a reason keeps to its line.
 constexpr unsigned kOneLineEach = 72;
-constexpr std::size_t kIndent = 4;  // of what follows a reason's first line
+constexpr std::size_t kReasonIndent = 4;  // of what follows a reason's first line
 
 std::string cutAtWord(const std::string& line, std::size_t columns) {
     if (columnsOf(line) <= columns) {
@@ -92,7 +92,7 @@ private:
                 addLine(cutAtWord(printable(line), m_columns));
                 continue;
             }
-            std::istringstream pieces(wrapped(printable(line), m_columns, kIndent));
+            std::istringstream pieces(wrapped(printable(line), m_columns, kReasonIndent));
             for (std::string piece; std::getline(pieces, piece);) {
                 addLine(piece);  // a path may be longer than the screen
             }

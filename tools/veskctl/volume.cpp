@@ -227,7 +227,7 @@ void runVolumes(const CommandContext& context, Report& report) {
     }
 }
 
-CommandRunner declareShow(Options& options) {
+CommandRunner declareVolumesShow(Options& options) {
     const auto id = std::make_shared<std::optional<unsigned>>();
     options.addVolumeId(*id);
     return [id](const CommandContext& context, Report& report) {
@@ -243,7 +243,7 @@ CommandRunner declareShow(Options& options) {
 }  // namespace
 
 Command volumesCommand() {
-    const Command show = {"show", "Show all that is known of one of them", declareShow, {},
+    const Command show = {"show", "Show all that is known of one of them", declareVolumesShow, {},
                           true,   {{"volumes show 0", "all of volume 0"}}};
     return {"volumes",
             "Show the virtual disks: RAID level, members, state, capacity",
