@@ -45,6 +45,14 @@ function(vesk_target_options target)
   endif()
 endfunction()
 
+# vesk_compile_together(<target> <count>): its sources in batches of so many, each batch as one. What
+# they all instantiate of other libraries, which takes longest, is then compiled once a batch.
+function(vesk_compile_together target count)
+  if(VESK_UNITY)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE ${count})
+  endif()
+endfunction()
+
 # vesk_test_options(<target>): the same for what is not shipped. Tests are run once and built often.
 function(vesk_test_options target)
   vesk_target_options(${target})
