@@ -22,6 +22,8 @@ SWAPPED = (NAME, 'libvesk-capture.so')
 
 
 CHANCE = ' (by chance)'  # threads decide
+# They look at packages, documents and recipes, which this library changes nothing of.
+OF_OTHERS = r'^(Packaging|Listings/.*|Documents|Fleet)\.'
 
 
 def excluded(unwinder):
@@ -74,7 +76,7 @@ def run(copy, library):
     environment = {**os.environ, 'LD_LIBRARY_PATH': str(copy / 'lib'),
                    'VESK_OWN_NEW': own_new(library)}
     result = subprocess.run(['ctest', '--test-dir', copy, '--parallel', str(os.cpu_count()),
-                             '--output-junit', report, '--quiet', '--no-tests=error'],
+                             '--exclude-regex', OF_OTHERS, '--output-junit', report, '--quiet', '--no-tests=error'],
                             env=environment, check=False)
     if not report.exists():
         sys.exit(f'run_tests: ctest failed with {result.returncode}')
