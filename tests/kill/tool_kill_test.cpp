@@ -113,7 +113,7 @@ const Row kRows[] = {
 class KilledReplacement : public ::testing::TestWithParam<Row> {
 protected:
     KilledReplacement() {
-        for (std::string word : GetParam().words) {
+        for (const std::string& word : GetParam().words) {
             m_words.push_back(word == "FILE" ? m_files.path(kFile) : word);
         }
         // What the host itself needs is made now, and only what the command does is interrupted.

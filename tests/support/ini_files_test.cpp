@@ -238,7 +238,7 @@ TEST(IniReader, FileIsReadAnewEachTimeAndLeftAsItWas) {
 }
 
 TEST(IniReader, NulBytesAreOrdinaryCharacters) {
-    const std::string text("[S]\nA\0=1\nKey=a\0b\n", 18);
+    const std::string text("[S]\nA\0=1\nKey=a\0b\n", 17);
     EXPECT_EQ(value(text, "Key"), std::string("a\0b", 3));
     EXPECT_EQ(value(text, std::string("A\0", 2)), "1");
 }

@@ -111,10 +111,11 @@ TEST(AdapterScan, NoAdaptersGiveNoLineBeyondEntryAndExit) {
 }
 
 TEST(AdapterScan, AdapterThatDoesNotOpenIsPassedOver) {
+    const std::string notOpened =
+        "stg::CVmwareZNVDeviceTalker_Helper::getDeviceHandle: vmk_MgmtUserInit failed with "
+        "return code: 12";
     expectScan({refused(), answering({0x4B, 0x1B})}, 2,
-               {"stg::CVmwareZNVDeviceTalker_Helper::getDeviceHandle: vmk_MgmtUserInit failed with "
-                "return code: 12",
-                kIoctlSuccess, kVendor + "6987", kFound, kNoAddressFile});
+               {notOpened, kIoctlSuccess, kVendor + "6987", kFound, kNoAddressFile});
 }
 
 TEST(AdapterScan, AdapterThatFailsIdentifyIsClosedAndPassedOver) {

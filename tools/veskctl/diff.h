@@ -3,6 +3,8 @@
 
 #include "veskctl/problem.h"
 
+#include <nlohmann/json.hpp>
+
 #include <string>
 #include <vector>
 
