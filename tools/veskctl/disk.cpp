@@ -246,7 +246,7 @@ unsigned findSlot(const LibraryFunctions& functions, const std::string& idOrSeri
 std::optional<std::string> serialOfSeveral(const std::vector<Disk>& disks) {
     std::set<std::string> serials;
     for (const Disk& disk : disks) {
-        std::optional<std::string> serial = disk.serialNumber(Padding::Trim);
+        const std::optional<std::string> serial = disk.serialNumber(Padding::Trim);
         if (serial && !serials.insert(*serial).second) {
             return serial;
         }

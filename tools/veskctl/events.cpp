@@ -222,7 +222,7 @@ std::optional<Problem> hiddenEvents(const EventReading& reading, const HostFiles
     if (!files.eventsAreReported()) {
         return Problem{ProblemKind::EventsNotReported, whyNotReported(files)};
     }
-    if (std::optional<Problem> doubt = doubtAbout(reading)) {
+    if (const std::optional<Problem> doubt = doubtAbout(reading)) {
         return doubt;
     }
     if (reading.numbersBeganAnew) {
