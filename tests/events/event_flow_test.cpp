@@ -1,5 +1,6 @@
 // Events from the simulated controller to the caller, with the library's own thread between; and
 // poll, delivery, start and stop from several threads.
+#include "failing_calls.h"
 #include "log_file.h"
 #include "sim_host.h"
 
@@ -14,6 +15,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstring>
 #include <mutex>
 #include <numeric>
@@ -156,6 +158,25 @@ TEST(EventFlow, StopDropsWhatWasNotDeliveredAndTheNextStartBringsItBack) {
     ASSERT_TRUE(host.gate().waitForSleeper(sleeps + 1));
     EXPECT_EQ(deliver(), (Numbers{4, 5})) << "and the mark is still that of the first delivery";
     ZNV_Library_Finalize();
+}
+
+// Nobody looks for the folder again in this process.
+TEST(EventFlow, ConfigurationThatCannotBeOpenedAtTheStartLeavesTheEventsToAnotherProcess) {
+    SimHost host(scenarioWith(events(1, 3)));
+    {
+        const vesktest::FailingCalls failing([](const char* function, const std::string& path) {
+            return vesktest::isOpening(function) && path == vesktest::kConfigIniPath ? EMFILE : 0;
+        });
+        ASSERT_TRUE(runsFirstPoll(host));
+    }
+    for (std::size_t poll = 2; poll < 4; ++poll) {
+        CEvent records[64];
+        UCHAR_ count = 0xA5;
+        EXPECT_EQ(ZT_EVT_GetEvent(0, 0, &count, records), 1);
+        EXPECT_EQ(count, 0);
+        ASSERT_TRUE(runsPoll(host, poll));
+    }
+    EXPECT_EQ(host.files().read(kMappingIniPath), kMapping);
 }
 
 TEST(EventFlow, RecordsCutByPageEndsArriveOrAreLostAsTheirTailsSay) {

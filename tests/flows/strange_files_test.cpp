@@ -198,6 +198,17 @@ TEST(EndlessFile, AsConfigurationMakesSetUpThrow) {
     EXPECT_EQ(ZT_Adapter_GetCount(), 0);
 }
 
+TEST(EndlessFile, AsLogTakesAllLinesAndIsNeverRotated) {
+    const PrivateHost files;
+    const std::string path = files.path(vesktest::kLogPath);
+    std::filesystem::create_symlink("/dev/zero", path);
+    stg::lout.startDebug();
+    stg::lout << "a line" << '\n' << "another one" << '\n';
+    stg::lout.stopDebug();
+    EXPECT_EQ(std::filesystem::read_symlink(path), "/dev/zero");
+    EXPECT_FALSE(files.exists(std::string(vesktest::kLogPath) + ".1"));
+}
+
 TEST(EndlessFile, AsPciFilesReadsAsNothing) {
     if (!vesktest::kCanFailNew) {
         GTEST_SKIP() << vesktest::kWhyNewCannotFail;
