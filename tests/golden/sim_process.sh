@@ -32,6 +32,28 @@ for signal in INT TERM HUP KILL; do
     [ -z "$(ls -A "$work/tmp")" ] || fail "SIG$signal left $(ls -A "$work/tmp")"
 done
 
+# Nor after one at its very beginning, wherever that is.
+for moment in $(seq 0 49); do
+    TMPDIR=$work/tmp "$tool" --scenario "$work/slow.json" controller >/dev/null 2>&1 &
+    sleep "0.0$((moment / 10))$((moment % 10))"
+    kill -s KILL $!
+    wait $! 2>/dev/null || true
+done
+for _ in $(seq 300); do
+    [ -z "$(ls -A "$work/tmp")" ] && break
+    sleep 0.01
+done
+[ -z "$(ls -A "$work/tmp")" ] || fail "an early SIGKILL left $(ls -A "$work/tmp")"
+
+# Without standard streams, too, whose numbers others get then.
+TMPDIR=$work/tmp "$tool" controller <&- >"$work/out" || fail "without standard input: $?"
+grep -q '0x1b4b' "$work/out" || fail "without standard input: $(cat "$work/out")"
+for _ in $(seq 300); do
+    [ -z "$(ls -A "$work/tmp")" ] && break
+    sleep 0.01
+done
+[ -z "$(ls -A "$work/tmp")" ] || fail "without standard input $(ls -A "$work/tmp") stays"
+
 # Several at once on one folder lose nothing of each other's.
 for _ in 1 2 3; do
     "$tool" --state "$work/state" locate on 0 >/dev/null &

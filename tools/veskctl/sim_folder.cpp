@@ -7,9 +7,11 @@
 #include "sim/replay/replay.h"
 #include "veskctl/format.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -33,15 +35,10 @@ using veskctl::format;
 
 namespace {
 
-std::string makeTemporary() {
-    std::error_code error;
-    std::string pattern = (fs::temp_directory_path(error) / "veskctl-sim-XXXXXX").string();
-    if (error || mkdtemp(pattern.data()) == nullptr) {
-        throw std::runtime_error(format(
-            "no temporary folder can be made ({}); check TMPDIR, or name a folder with --state",
-            error ? error.message() : std::string(std::strerror(errno))));
-    }
-    return pattern;
+[[noreturn]] void refuseTemporary(const std::string& reason) {
+    throw std::runtime_error(
+        format("no temporary folder can be made ({}); check TMPDIR, or name a folder with --state",
+               reason));
 }
 
 std::string makeState(const std::string& state) {
@@ -94,6 +91,87 @@ FolderLock::~FolderLock() {
     close(m_descriptor);
 }
 
+namespace {
+
+// What the process that makes a temporary folder says of it.
+struct MadeFolder {
+    int error = 0;
+    std::array<char, PATH_MAX> path = {};
+};
+
+// By number: older C libraries have no close_range(), and /proc may be missing.
+void closeBetween(int first, int last) {
+    if (first <= last) {
+        syscall(SYS_close_range, static_cast<unsigned>(first), static_cast<unsigned>(last), 0U);
+    }
+}
+
+// Makes the folder, tells of it, and removes it when nobody has the other end of `alive` any more,
+// which the system closes with the last process that does.
+[[noreturn]] void keepFolder(MadeFolder made, int alive, int told) {
+    // Of no terminal and no process group of the program's, and with none of its streams: who reads
+    // them must not wait for this process, and nothing but the end of the others ends it.
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+        std::signal(signal, SIG_IGN);
+    }
+    setsid();
+    closeBetween(0, std::min(alive, told) - 1);
+    closeBetween(std::min(alive, told) + 1, std::max(alive, told) - 1);
+    closeBetween(std::max(alive, told) + 1, INT_MAX);
+    made.error = mkdtemp(made.path.data()) == nullptr ? errno : 0;
+    const bool isTold = write(told, &made, sizeof(made)) == ssize_t{sizeof(made)};
+    close(told);
+    char byte = 0;
+    while (isTold && read(alive, &byte, 1) == -1 && errno == EINTR) {
+    }
+    if (made.error == 0) {
+        removeFolder(made.path.data());
+    }
+    _exit(0);
+}
+
+}  // namespace
+
+// By a process of its own, which is there before the folder: no kill leaves it behind.
+std::string SimFolder::makeTemporary() {
+    std::error_code error;
+    const std::string pattern = (fs::temp_directory_path(error) / "veskctl-sim-XXXXXX").string();
+    if (error) {
+        refuseTemporary(error.message());
+    }
+    MadeFolder made;
+    if (pattern.size() >= made.path.size()) {
+        refuseTemporary(std::strerror(ENAMETOOLONG));
+    }
+    pattern.copy(made.path.data(), pattern.size());
+    std::array<int, 2> alive = {};
+    std::array<int, 2> told = {};
+    if (pipe2(alive.data(), O_CLOEXEC) != 0 || pipe2(told.data(), O_CLOEXEC) != 0) {
+        refuseTemporary(std::strerror(errno));
+    }
+    const pid_t keeper = fork();
+    if (keeper == -1) {
+        refuseTemporary(std::strerror(errno));
+    }
+    if (keeper == 0) {
+        close(alive[1]);
+        close(told[0]);
+        keepFolder(made, alive[0], told[1]);
+    }
+    m_alive = alive[1];
+    close(alive[0]);
+    close(told[1]);
+    ssize_t size = 0;
+    do {
+        size = read(told[0], &made, sizeof(made));
+    } while (size == -1 && errno == EINTR);
+    close(told[0]);
+    if (size != ssize_t{sizeof(made)} || made.error != 0) {
+        refuseTemporary(std::strerror(made.error != 0 ? made.error : EIO));
+    }
+    return made.path.data();
+}
+
 SimFolder::SimFolder(const std::string& state, const Scenario& scenario)
     : m_path(state.empty() ? makeTemporary() : makeState(state)),
       m_temporary(state.empty()),
@@ -125,9 +203,6 @@ void SimFolder::prepare() {
         throw std::runtime_error(format("no memory: {}", std::strerror(errno)));
     }
     m_notKept = static_cast<bool*>(shared);
-    if (m_temporary) {
-        removeAfterEnd();
-    }
     setHostRoot(m_path);
 }
 
@@ -161,42 +236,6 @@ void SimFolder::leave() {
 
 bool SimFolder::everythingKept() const {
     return !*m_notKept;
-}
-
-namespace {
-
-// By number: older C libraries have no close_range(), and /proc may be missing.
-void closeFrom(int first, unsigned last) {
-    syscall(SYS_close_range, static_cast<unsigned>(first), last, 0U);
-}
-
-}  // namespace
-
-// A process that nothing but the end of the others ends: it reads from a pipe whose other end they
-// have, and which the system closes with the last of them.
-void SimFolder::removeAfterEnd() {
-    std::array<int, 2> ends = {};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        return;  // then the folder stays if the program is killed
-    }
-    const pid_t remover = fork();
-    if (remover == 0) {
-        // Of no terminal and no process group of the program's, and with none of its streams: who
-        // reads them must not wait for this process.
-        setsid();
-        closeFrom(0, static_cast<unsigned>(ends[0]) - 1);
-        closeFrom(ends[0] + 1, ~0U);
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-            std::signal(signal, SIG_IGN);
-        }
-        char byte = 0;
-        while (read(ends[0], &byte, 1) == -1 && errno == EINTR) {
-        }
-        removeFolder(m_path);
-        _exit(0);
-    }
-    close(ends[0]);
-    m_alive = ends[1];
 }
 
 }  // namespace vesksim

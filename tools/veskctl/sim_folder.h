@@ -52,16 +52,16 @@ public:
     bool everythingKept() const;  // asked in the program, about all processes of its library
 
 private:
+    std::string makeTemporary();
     void prepare();
-    void removeAfterEnd();
 
+    int m_alive = -1;  // closes with the last process that uses the folder
     std::string m_path;
     bool m_temporary;
     bool m_remembers = true;  // there are simulated controllers
     std::unique_ptr<FolderLock> m_lock;
     int m_errors = -1;          // the program's standard error
     bool* m_notKept = nullptr;  // shared by all processes
-    int m_alive = -1;           // closes with the last process that uses the folder
 };
 
 }  // namespace vesksim
