@@ -39,10 +39,11 @@ const Operation& eventCall() {
     return operationOf("ZT_EVT_GetEvent");
 }
 
-class DeviceThatDies : public ::testing::Test {
+// With the trace log, and without.
+class DeviceThatDies : public ::testing::TestWithParam<bool> {
 protected:
     static vesksim::Scenario longLines() {
-        vesksim::Scenario scenario = scenarioFor(false, kEventsOfAllPages);
+        vesksim::Scenario scenario = scenarioFor(GetParam(), kEventsOfAllPages);
         for (vesksim::EventEntry& event : scenario.adapters[0].events) {
             std::string& line = std::get<std::string>(event);
             line.insert(line.rfind('_'), kPadding, '.');
@@ -75,6 +76,9 @@ protected:
         SCOPED_TRACE(lastRead);
         CEventBuilder::destroyEventsInEventsMap();
         m_host.files().writeMappingIni(m_mapping);
+        if (GetParam()) {
+            m_host.files().write(kLogPath, "");
+        }
         Records delivered;
         int reads = 0;
         {
@@ -101,6 +105,7 @@ protected:
         const Records rest = deliverAll();
         delivered.insert(delivered.end(), rest.begin(), rest.end());
         EXPECT_TRUE(delivered == m_all) << delivered.size() << " events";
+        expectWholeLog(m_host.files(), GetParam());
     }
 
     SimHost m_host;
@@ -108,20 +113,26 @@ protected:
     Records m_all;
 };
 
-TEST_F(DeviceThatDies, InMidPollCostsNoEvent) {
-    for (int lastRead = 0; lastRead < kReadsOfAPoll; ++lastRead) {
+TEST_P(DeviceThatDies, InMidPollCostsNoEvent) {
+    const int step = GetParam() ? 5 : 1;  // the log multiplies all that is done
+    for (int lastRead = 0; lastRead < kReadsOfAPoll; lastRead += step) {
         expectAllEventsOnce(lastRead, 0);
     }
 }
 
-TEST_F(DeviceThatDies, InMidPageCostsNoEvent) {
+TEST_P(DeviceThatDies, InMidPageCostsNoEvent) {
     for (const std::size_t written : std::initializer_list<std::size_t>{1, 45, 1000, 2048, 4095}) {
         SCOPED_TRACE(written);
-        for (const int lastRead : {0, 1, 2, 14, 15, kReadsOfAPoll - 1}) {
+        const std::vector<int> reads = GetParam()
+                                           ? std::vector<int>{1, 14}
+                                           : std::vector<int>{0, 1, 2, 14, 15, kReadsOfAPoll - 1};
+        for (const int lastRead : reads) {
             expectAllEventsOnce(lastRead, written);
         }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Hostile, DeviceThatDies, ::testing::Bool(), nameOfMode);
 
 // ---- A read of the event log that does not come back ----
 
