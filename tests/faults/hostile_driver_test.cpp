@@ -7,6 +7,7 @@
 
 #include "api/command_handler.h"
 #include "events/event_builder.h"
+#include "support/ini_files.h"
 #include "support/logger.h"
 #include "transport/nvme_adapter_list.h"
 
@@ -26,6 +27,10 @@
 namespace {
 
 using namespace vesktest;
+
+// The library tells 0 from all else and hands no code on: the least and the greatest, the sign, one
+// that is even and one of the platform's.
+constexpr int kCodes[] = {1, -1, 2, 0x0BAD0001, INT_MAX, INT_MIN};
 
 // What a record holds that no controller says.
 struct Constant {
@@ -179,10 +184,8 @@ protected:
     std::vector<Answer> m_zeros;
 };
 
-// The library tells 0 from all else and hands no code on: the least and the greatest, the sign, one
-// that is even and one of the platform's.
 TEST_P(HostileDriverTest, PlatformErrorsAreAnsweredWithWhatWasWritten) {
-    for (const int code : {1, -1, 2, 0x0BAD0001, INT_MAX, INT_MIN}) {
+    for (const int code : kCodes) {
         SCOPED_TRACE(code);
         expectFailureToBeAnsweredWithWhatWasWritten([code](nvme_uio&) { return code; });
     }
@@ -279,11 +282,12 @@ INSTANTIATE_TEST_SUITE_P(Hostile, HostileDriverTest, ::testing::Bool(), nameOfMo
 
 // ---- Set-up ----
 
-// A start that reads no configuration, again and again.
+// Starts that know their folder and read no configuration, again and again.
 class HostileStart : public ::testing::TestWithParam<bool> {
 protected:
     void begin(SimHost& host) {
         CommandHandler::m_ControllerCount = 0;
+        VeskNVMeLibrary_Helper::m_LibPath = kFirstIniFolder;
         if (GetParam()) {
             host.files().write(kLogPath, "");
             stg::lout.startDebug();
@@ -298,6 +302,17 @@ protected:
         EXPECT_TRUE(host.gate().waitForSleeper(1));
         host.gate().releaseAll();
         ZNV_Library_Finalize();
+    }
+    // A start as it should be, with all that a host has of it.
+    static void expectSoundLife(SimHost& host) {
+        const std::size_t sleeps = host.gate().secondsAsked().size();
+        ZNV_Library_Initialize();
+        EXPECT_EQ(ZT_Adapter_GetCount(), 1);
+        EXPECT_EQ(Resources().handles, 1U);
+        EXPECT_TRUE(host.gate().waitForSleeper(sleeps + 1));
+        EXPECT_EQ(guarded(operationOf("ZT_EVT_GetEvent").run).records.size(), 4U);
+        stop(host);
+        EXPECT_EQ(Resources().handles, 0U);
     }
 };
 
@@ -372,6 +387,98 @@ TEST_P(HostileStart, IdentifyThatFailsFindsNoController) {
     stop(host);
     EXPECT_EQ(Resources().handles, 0U);
     end(host);
+}
+
+// A start that reads the configuration, which turns the log on, and that the platform refuses: it
+// is no failure of the call, and no controller is there.
+TEST_P(HostileStart, PlatformErrorFindsNoControllerAndTheNextStartDoes) {
+    const auto listAnswers = [](int code, bool filled) {
+        return [code, filled](unsigned long callbackId, void*, void*,
+                              const std::function<int()>& honest) {
+            const int result = callbackId == kPassThrough || filled ? honest() : 0;
+            return callbackId == kPassThrough ? result : code;
+        };
+    };
+    const struct {
+        const char* what;
+        std::function<void(SimHost& host, int code, const std::function<void()>& start)> run;
+        std::string logged;
+    } kCalls[] = {
+        {"opening the list of adapters",
+         [](SimHost& host, int code, const std::function<void()>& start) {
+             host.driver().failOpen("nvmeMgmt", code);
+             start();
+             host.driver().failOpen("nvmeMgmt", 0);
+         },
+         "stg::CVmwareZNVDeviceTalker_Helper::getAllNVMeAdapters: vmk_MgmtUserInit failed with "
+         "return code: "},
+        {"opening the adapter",
+         [](SimHost& host, int code, const std::function<void()>& start) {
+             host.driver().failOpen("nvmeMgmt-vmhba2", code);
+             start();
+             host.driver().failOpen("nvmeMgmt-vmhba2", 0);
+         },
+         "stg::CVmwareZNVDeviceTalker_Helper::getDeviceHandle: vmk_MgmtUserInit failed with return "
+         "code: "},
+        {"the list of adapters",
+         [&](SimHost&, int code, const std::function<void()>& start) {
+             const DriverInBetween driver(listAnswers(code, false));
+             start();
+         },
+         "stg::CVmwareZNVDeviceTalker_Helper::getAllNVMeAdapters: vmk_MgmtUserCallbackInvoke "
+         "failed with return Code : "},
+        {"the list of adapters, which is there",
+         [&](SimHost&, int code, const std::function<void()>& start) {
+             const DriverInBetween driver(listAnswers(code, true));
+             start();
+         },
+         "stg::CVmwareZNVDeviceTalker_Helper::getAllNVMeAdapters: vmk_MgmtUserCallbackInvoke "
+         "failed with return Code : "},
+        {"Identify",
+         [](SimHost&, int code, const std::function<void()>& start) {
+             const DriverInBetween driver(
+                 driverThat([code](nvme_uio&, const std::function<int()>& honest) {
+                     honest();
+                     return code;
+                 }));
+             start();
+         },
+         "CVMWareZNVDeviceTalker::executeIOCTL: IOCTL call unsuccessful. Return code: "},
+    };
+    for (const auto& call : kCalls) {
+        for (const int code : kCodes) {
+            SCOPED_TRACE(std::string(call.what) + ' ' + std::to_string(code));
+            SimHost host(scenarioFor(GetParam()));
+            CommandHandler::m_libraryInitialized = 0;
+            CommandHandler::m_ControllerCount = 0;
+            call.run(host, code, [] { EXPECT_EQ(ZT_API_Initialize(), ERR_NONE); });
+            EXPECT_EQ(ZT_Adapter_GetCount(), 0);
+            EXPECT_EQ(Resources().handles, 0U);
+            EXPECT_EQ(contains(host.logLines(), call.logged + std::to_string(code)), GetParam());
+            expectSoundLife(host);
+            stg::lout.stopDebug();
+            expectLiveLog(host.files(), GetParam());
+        }
+    }
+}
+
+// Nobody asks whether a connection was closed: there is nothing else to do with it.
+TEST_P(HostileStart, CodesOfClosingAreNobodysConcern) {
+    for (const int code : kCodes) {
+        SCOPED_TRACE(code);
+        SimHost host(scenarioFor(GetParam()));
+        begin(host);
+        {
+            const AnswerOfDestroy answer(code);
+            ZNV_Library_Initialize();
+            EXPECT_EQ(ZT_Adapter_GetCount(), 1);
+            EXPECT_EQ(Resources().handles, 1U);
+            stop(host);
+        }
+        EXPECT_EQ(Resources().handles, 0U);
+        expectSoundLife(host);
+        end(host);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Hostile, HostileStart, ::testing::Bool(), nameOfMode);
