@@ -15,6 +15,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -238,19 +239,20 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (logged) {
         library.beginLog();
     }
-    // A restart takes its time, and so does a poll that is logged: it writes a thousand lines.
+    // Of pages the log gets each character by itself, which takes as long as twenty calls: of the
+    // inputs with a log, one in eight polls, and once.
+    int polls = !logged ? int{kMostCalls} : std::accumulate(data, data + size, 0U) % 8 == 0 ? 1 : 0;
     bool restarted = false;
-    bool polled = false;
     for (const Call& call : calls) {
-        if (call.function == 13) {
-            if (!restarted && !(logged && polled)) {
-                library.restart();
-                polled = true;
-            }
-            restarted = true;
-        } else if (call.function != 11 || !(logged && polled)) {
+        const bool restarts = call.function == 13;
+        if ((restarts || call.function == 11) && polls-- <= 0) {
+            continue;
+        }
+        if (!restarts) {
             run(library, call);
-            polled = polled || call.function == 11;
+        } else if (!restarted) {
+            library.restart();
+            restarted = true;
         }
     }
     if (logged) {
