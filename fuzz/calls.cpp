@@ -1,5 +1,6 @@
 // Sequences of calls into the running library, with caller's buffers of exactly the promised size.
-// Input: number of calls, 4 bytes for each, and what the driver answers.
+// Input: number of calls, 4 bytes for each, and what the driver answers. The number's two top bits
+// turn the trace log on, which prints what the driver sent.
 #include "fuzz_target.h"
 #include "fuzzed_driver.h"
 #include "input.h"
@@ -8,10 +9,13 @@
 
 #include "VeskNvme.h"
 #include "events/event_builder.h"
+#include "support/logger.h"
 
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -20,6 +24,7 @@ namespace {
 using veskfuzz::require;
 
 constexpr unsigned kMostCalls = 24;
+constexpr unsigned kLogged = 0xC0;  // both
 constexpr std::size_t kHeader = sizeof(Info_Request);
 constexpr std::size_t kMostDisks = 2;
 // Of the polling thread, in seconds. libFuzzer has a thread of its own, which sleeps for one.
@@ -42,6 +47,19 @@ public:
         CEventBuilder::destroyEventsInEventsMap();
     }
 
+    void beginLog() {
+        m_host.write(vesktest::kLogPath, "");
+        stg::lout.startDebug();
+    }
+    // A logger once started builds its lines for ever: the next input gets a new one. The polling
+    // thread sleeps, and the library uses the logger on no other.
+    void endLog() {
+        stg::lout.stopDebug();
+        stg::lout.~CLogger();
+        new (&stg::lout) stg::CLogger;
+        requireWholeLines(m_host.read(vesktest::kLogPath));
+    }
+
     // The polling thread looks at the log once.
     void poll() {
         m_gate->release();
@@ -54,6 +72,16 @@ public:
     }
 
 private:
+    // Every call ends with a line that says so, also behind texts of any bytes.
+    static void requireWholeLines(const std::string& log) {
+        static const std::string begin = "(T: ";
+        static const std::string end = " EXIT \n";
+        require(log.empty() ||
+                    (log.compare(0, begin.size(), begin) == 0 && log.size() > end.size() &&
+                     log.compare(log.size() - end.size(), end.size(), end) == 0),
+                "the log has whole lines");
+    }
+
     void start() {
         m_gate.reset();  // its handler goes before the next one comes
         m_gate = std::make_unique<vesktest::SleepGate>(kShortestInterval);
@@ -197,7 +225,9 @@ void run(RunningLibrary& library, const Call& call) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static RunningLibrary library;
     veskfuzz::Input input(data, size);
-    const unsigned count = input.byte() % (kMostCalls + 1);
+    const unsigned first = input.byte();
+    const unsigned count = first % (kMostCalls + 1);
+    const bool logged = (first & kLogged) == kLogged;
     std::vector<Call> calls(count);
     for (Call& call : calls) {
         call.function = input.byte() % 14;
@@ -206,16 +236,27 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         call.third = input.byte();
     }
     library.prepare(veskfuzz::Input(input.rest()));
+    if (logged) {
+        library.beginLog();
+    }
+    // Of pages the log gets each character by itself, which takes as long as twenty calls: of the
+    // inputs with a log, one in eight polls, and once.
+    int polls = !logged ? int{kMostCalls} : std::accumulate(data, data + size, 0U) % 8 == 0 ? 1 : 0;
     bool restarted = false;
     for (const Call& call : calls) {
-        if (call.function == 13) {
-            if (!restarted) {
-                library.restart();
-            }
-            restarted = true;
-        } else {
-            run(library, call);
+        const bool restarts = call.function == 13;
+        if ((restarts || call.function == 11) && polls-- <= 0) {
+            continue;
         }
+        if (!restarts) {
+            run(library, call);
+        } else if (!restarted) {
+            library.restart();
+            restarted = true;
+        }
+    }
+    if (logged) {
+        library.endLog();
     }
     return 0;
 }

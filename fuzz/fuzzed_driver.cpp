@@ -15,6 +15,16 @@ namespace veskfuzz {
 namespace {
 
 constexpr UCHAR_ kIdentify = 6;
+constexpr std::size_t kWholeReply = 0xFF;  // as a length
+
+// So many bytes, these again and again.
+std::string repeated(const std::string& bytes, std::size_t size) {
+    std::string result;
+    while (!bytes.empty() && result.size() < size) {
+        result.append(bytes, 0, size - result.size());
+    }
+    return result;
+}
 
 }  // namespace
 
@@ -75,9 +85,15 @@ int FuzzedDriver::passThrough(nvme_uio& uio) {
     case 2:
         bytes.assign(uio.dataLength, '\xFF');
         break;
-    default:  // the beginning, and the rest as it was
-        bytes = m_input.text(16U * m_input.byte());
+    default: {  // the beginning, and the rest as it was, or the beginning again and again
+        const std::size_t length = m_input.byte();
+        const std::size_t whole = uio.dataLength;
+        bytes = m_input.text(length == kWholeReply ? whole : std::min(16 * length, whole));
+        if ((control & 0x40U) != 0) {
+            bytes = repeated(bytes, whole);
+        }
         break;
+    }
     }
     if (data != nullptr) {
         bytes.copy(reinterpret_cast<char*>(data), uio.dataLength);

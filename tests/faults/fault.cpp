@@ -97,12 +97,14 @@ bool Injection::isToFail(FaultKind kind, const char* call) {
     if (kind != m_fault.kind) {
         return false;
     }
+    const unsigned before = m_callsOfName[call]++;
     ++m_calls;
     if (m_calls < m_fault.nth || m_calls - m_fault.nth > othersThatFail(m_fault.repeat)) {
         return false;
     }
     ++m_failures;
     m_failedCalls.emplace_back(call);
+    m_callsBefore.push_back(before);
     return true;
 }
 

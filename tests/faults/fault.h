@@ -4,6 +4,7 @@
 
 #include "memory_faults.h"
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -42,6 +43,8 @@ public:
     // What failed, the first two of memory, all else: "malloc 64", "new 8191", "fopen64 /opt/...",
     // "vmk_MgmtUserInit".
     const std::vector<std::string>& failedCalls() const { return m_failedCalls; }
+    // Of each of these that is no allocation: how many calls of the same name came before it.
+    const std::vector<unsigned>& callsBefore() const { return m_callsBefore; }
 
     // For the platform's functions: null where none is in force on this thread.
     static Injection* current();
@@ -62,6 +65,8 @@ private:
     unsigned m_calls = 0;
     unsigned m_failures = 0;
     std::vector<std::string> m_failedCalls;
+    std::vector<unsigned> m_callsBefore;
+    std::map<std::string, unsigned> m_callsOfName;
 };
 
 // Around the library's call alone: what the test allocates for itself is not to fail.

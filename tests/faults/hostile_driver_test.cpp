@@ -1,11 +1,14 @@
 // A driver that refuses or lies: each call answers within its promises, in the memory of its
-// caller, and works again when the driver does.
+// caller, and works again when the driver does. With the trace log, which prints much of what a
+// device says, and without.
 #include "hostile_driver.h"
 #include "operation.h"
 #include "swept_host.h"
 
 #include "api/command_handler.h"
 #include "events/event_builder.h"
+#include "support/ini_files.h"
+#include "support/logger.h"
 #include "transport/nvme_adapter_list.h"
 
 #include <gtest/gtest.h>
@@ -24,6 +27,10 @@
 namespace {
 
 using namespace vesktest;
+
+// The library tells 0 from all else and hands no code on: the least and the greatest, the sign, one
+// that is even and one of the platform's.
+constexpr int kCodes[] = {1, -1, 2, 0x0BAD0001, INT_MAX, INT_MIN};
 
 // What a record holds that no controller says.
 struct Constant {
@@ -72,9 +79,9 @@ Answer zerosLike(const std::string& operation, const Answer& healthy) {
     return zeros;
 }
 
-class HostileDriverTest : public ::testing::Test {
+class HostileDriverTest : public ::testing::TestWithParam<bool> {
 protected:
-    HostileDriverTest() : m_host(scenarioFor(false)) {
+    HostileDriverTest() : m_host(scenarioFor(GetParam())) {
         EXPECT_EQ(m_host.start(), 1);
         EXPECT_TRUE(m_host.gate().waitForSleeper(1));
         m_mapping = m_host.files().read(kMappingIniPath);
@@ -85,6 +92,11 @@ protected:
     }
 
     static void poll() { stg::dispatch(VeskNVMe_GetEvent); }
+    void emptyLog() {
+        if (GetParam()) {
+            m_host.files().write(kLogPath, "");
+        }
+    }
     void forgetEvents() {
         CEventBuilder::destroyEventsInEventsMap();
         m_host.files().writeMappingIni(m_mapping);
@@ -100,6 +112,7 @@ protected:
             if (events) {
                 forgetEvents();
             }
+            emptyLog();
             Answer got;
             {
                 const DriverInBetween driver(driverThat(answer));
@@ -109,6 +122,7 @@ protected:
                 got = guarded(operation.run);
             }
             EXPECT_EQ(got.thrown, "");
+            expectWholeLog(m_host.files(), GetParam());
             check(index, got);
             if (events) {
                 forgetEvents();
@@ -170,22 +184,21 @@ protected:
     std::vector<Answer> m_zeros;
 };
 
-// The library tells 0 from all else and hands no code on: the least and the greatest, the sign, one
-// that is even and one of the platform's.
-TEST_F(HostileDriverTest, PlatformErrorsAreAnsweredWithWhatWasWritten) {
-    for (const int code : {1, -1, 2, 0x0BAD0001, INT_MAX, INT_MIN}) {
+TEST_P(HostileDriverTest, PlatformErrorsAreAnsweredWithWhatWasWritten) {
+    for (const int code : kCodes) {
         SCOPED_TRACE(code);
         expectFailureToBeAnsweredWithWhatWasWritten([code](nvme_uio&) { return code; });
     }
 }
 
-TEST_F(HostileDriverTest, EveryTypeOfStatusIsAnsweredWithWhatWasWritten) {
+TEST_P(HostileDriverTest, EveryTypeOfStatusIsAnsweredWithWhatWasWritten) {
     for (unsigned type = 0; type < 8; ++type) {
         for (const unsigned code : {0x00U, 0x01U, 0x02U, 0x80U, 0xFFU}) {
             for (const unsigned more : {0x0000U, 0x0001U, 0xF000U}) {
                 const unsigned status = completion(type, code) | more;
                 SCOPED_TRACE(status);
-                if (completion(type, code) != 0) {
+                // The log multiplies all that is done.
+                if (completion(type, code) != 0 && (more == 0 || !GetParam())) {
                     expectFailureToBeAnsweredWithWhatWasWritten([status](nvme_uio& uio) {
                         uio.completionStatus = static_cast<USHORT_INT>(status);
                         uio.uioStatus = status * 65537;
@@ -197,9 +210,10 @@ TEST_F(HostileDriverTest, EveryTypeOfStatusIsAnsweredWithWhatWasWritten) {
     }
 }
 
-TEST_F(HostileDriverTest, RepliesOfAnyBytesStayWithinTheRecords) {
+TEST_P(HostileDriverTest, RepliesOfAnyBytesStayWithinTheRecords) {
     std::mt19937 random(20261122);
     std::vector<unsigned char> stale(4096);
+    const int many = GetParam() ? 20 : 100;
     const struct {
         const char* what;
         int rounds;
@@ -215,7 +229,7 @@ TEST_F(HostileDriverTest, RepliesOfAnyBytesStayWithinTheRecords) {
              std::memset(Data(uio).begin, 0xFF, Data(uio).size);
              return 0;
          }},
-        {"noise", 100,
+        {"noise", many,
          [&random](nvme_uio& uio, const std::function<int()>&) {
              const Data data(uio);
              std::generate_n(data.begin, data.size,
@@ -230,7 +244,7 @@ TEST_F(HostileDriverTest, RepliesOfAnyBytesStayWithinTheRecords) {
                               stale.begin());
              return result;
          }},
-        {"noise in one byte of an honest reply", 100,
+        {"noise in one byte of an honest reply", many,
          [&random](nvme_uio& uio, const std::function<int()>& honest) {
              const int result = honest();
              const Data data(uio);
@@ -264,13 +278,50 @@ TEST_F(HostileDriverTest, RepliesOfAnyBytesStayWithinTheRecords) {
     }
 }
 
+INSTANTIATE_TEST_SUITE_P(Hostile, HostileDriverTest, ::testing::Bool(), nameOfMode);
+
 // ---- Set-up ----
 
-TEST(HostileStart, AdapterListsOfAnyBytesLeadToAControllerOrToNone) {
+// Starts that know their folder and read no configuration, again and again.
+class HostileStart : public ::testing::TestWithParam<bool> {
+protected:
+    void begin(SimHost& host) {
+        CommandHandler::m_ControllerCount = 0;
+        VeskNVMeLibrary_Helper::m_LibPath = kFirstIniFolder;
+        if (GetParam()) {
+            host.files().write(kLogPath, "");
+            stg::lout.startDebug();
+        }
+    }
+    // What began has ended; the log of all of it is there.
+    void end(SimHost& host) {
+        stg::lout.stopDebug();
+        expectWholeLog(host.files(), GetParam());
+    }
+    static void stop(SimHost& host) {
+        EXPECT_TRUE(host.gate().waitForSleeper(1));
+        host.gate().releaseAll();
+        ZNV_Library_Finalize();
+    }
+    // A start as it should be, with all that a host has of it.
+    static void expectSoundLife(SimHost& host) {
+        const std::size_t sleeps = host.gate().secondsAsked().size();
+        ZNV_Library_Initialize();
+        EXPECT_EQ(ZT_Adapter_GetCount(), 1);
+        EXPECT_EQ(Resources().handles, 1U);
+        EXPECT_TRUE(host.gate().waitForSleeper(sleeps + 1));
+        EXPECT_EQ(guarded(operationOf("ZT_EVT_GetEvent").run).records.size(), 4U);
+        stop(host);
+        EXPECT_EQ(Resources().handles, 0U);
+    }
+};
+
+TEST_P(HostileStart, AdapterListsOfAnyBytesLeadToAControllerOrToNone) {
     std::mt19937 random(20261122);
     int found = 0;
     for (int round = 0; round < 60; ++round) {
-        SimHost host(scenarioFor(false));
+        SimHost host(scenarioFor(GetParam()));
+        begin(host);
         {
             const DriverInBetween driver([&random, round](unsigned long callbackId, void* count,
                                                           void* array,
@@ -296,12 +347,10 @@ TEST(HostileStart, AdapterListsOfAnyBytesLeadToAControllerOrToNone) {
         const Resources after;
         if (ZT_Adapter_GetCount() == 1 && after.handles == 1) {
             ++found;
-            EXPECT_TRUE(host.gate().waitForSleeper(1));
-            host.gate().releaseAll();
-            ZNV_Library_Finalize();
+            stop(host);
         }
         EXPECT_EQ(Resources().handles, 0U);
-        CommandHandler::m_ControllerCount = 0;
+        end(host);
         if (HasFailure()) {
             break;
         }
@@ -310,8 +359,9 @@ TEST(HostileStart, AdapterListsOfAnyBytesLeadToAControllerOrToNone) {
 }
 
 // Who it is, is believed of a device only if the command was good: the connection to it is closed.
-TEST(HostileStart, IdentifyThatFailsFindsNoController) {
-    SimHost host(scenarioFor(false));
+TEST_P(HostileStart, IdentifyThatFailsFindsNoController) {
+    SimHost host(scenarioFor(GetParam()));
+    begin(host);
     for (unsigned type = 0; type < 8; ++type) {
         for (const unsigned code : {0x00U, 0x01U, 0xFFU}) {
             SCOPED_TRACE(completion(type, code));
@@ -334,10 +384,103 @@ TEST(HostileStart, IdentifyThatFailsFindsNoController) {
     }
     ZNV_Library_Initialize();
     EXPECT_EQ(ZT_Adapter_GetCount(), 1);
-    EXPECT_TRUE(host.gate().waitForSleeper(1));
-    host.gate().releaseAll();
-    ZNV_Library_Finalize();
+    stop(host);
     EXPECT_EQ(Resources().handles, 0U);
+    end(host);
 }
+
+// A start that reads the configuration, which turns the log on, and that the platform refuses: it
+// is no failure of the call, and no controller is there.
+TEST_P(HostileStart, PlatformErrorFindsNoControllerAndTheNextStartDoes) {
+    const auto listAnswers = [](int code, bool filled) {
+        return [code, filled](unsigned long callbackId, void*, void*,
+                              const std::function<int()>& honest) {
+            const int result = callbackId == kPassThrough || filled ? honest() : 0;
+            return callbackId == kPassThrough ? result : code;
+        };
+    };
+    const struct {
+        const char* what;
+        std::function<void(SimHost& host, int code, const std::function<void()>& start)> run;
+        std::string logged;
+    } kCalls[] = {
+        {"opening the list of adapters",
+         [](SimHost& host, int code, const std::function<void()>& start) {
+             host.driver().failOpen("nvmeMgmt", code);
+             start();
+             host.driver().failOpen("nvmeMgmt", 0);
+         },
+         "stg::CVmwareZNVDeviceTalker_Helper::getAllNVMeAdapters: vmk_MgmtUserInit failed with "
+         "return code: "},
+        {"opening the adapter",
+         [](SimHost& host, int code, const std::function<void()>& start) {
+             host.driver().failOpen("nvmeMgmt-vmhba2", code);
+             start();
+             host.driver().failOpen("nvmeMgmt-vmhba2", 0);
+         },
+         "stg::CVmwareZNVDeviceTalker_Helper::getDeviceHandle: vmk_MgmtUserInit failed with return "
+         "code: "},
+        {"the list of adapters",
+         [&](SimHost&, int code, const std::function<void()>& start) {
+             const DriverInBetween driver(listAnswers(code, false));
+             start();
+         },
+         "stg::CVmwareZNVDeviceTalker_Helper::getAllNVMeAdapters: vmk_MgmtUserCallbackInvoke "
+         "failed with return Code : "},
+        {"the list of adapters, which is there",
+         [&](SimHost&, int code, const std::function<void()>& start) {
+             const DriverInBetween driver(listAnswers(code, true));
+             start();
+         },
+         "stg::CVmwareZNVDeviceTalker_Helper::getAllNVMeAdapters: vmk_MgmtUserCallbackInvoke "
+         "failed with return Code : "},
+        {"Identify",
+         [](SimHost&, int code, const std::function<void()>& start) {
+             const DriverInBetween driver(
+                 driverThat([code](nvme_uio&, const std::function<int()>& honest) {
+                     honest();
+                     return code;
+                 }));
+             start();
+         },
+         "CVMWareZNVDeviceTalker::executeIOCTL: IOCTL call unsuccessful. Return code: "},
+    };
+    for (const auto& call : kCalls) {
+        for (const int code : kCodes) {
+            SCOPED_TRACE(std::string(call.what) + ' ' + std::to_string(code));
+            SimHost host(scenarioFor(GetParam()));
+            CommandHandler::m_libraryInitialized = 0;
+            CommandHandler::m_ControllerCount = 0;
+            call.run(host, code, [] { EXPECT_EQ(ZT_API_Initialize(), ERR_NONE); });
+            EXPECT_EQ(ZT_Adapter_GetCount(), 0);
+            EXPECT_EQ(Resources().handles, 0U);
+            EXPECT_EQ(contains(host.logLines(), call.logged + std::to_string(code)), GetParam());
+            expectSoundLife(host);
+            stg::lout.stopDebug();
+            expectLiveLog(host.files(), GetParam());
+        }
+    }
+}
+
+// Nobody asks whether a connection was closed: there is nothing else to do with it.
+TEST_P(HostileStart, CodesOfClosingAreNobodysConcern) {
+    for (const int code : kCodes) {
+        SCOPED_TRACE(code);
+        SimHost host(scenarioFor(GetParam()));
+        begin(host);
+        {
+            const AnswerOfDestroy answer(code);
+            ZNV_Library_Initialize();
+            EXPECT_EQ(ZT_Adapter_GetCount(), 1);
+            EXPECT_EQ(Resources().handles, 1U);
+            stop(host);
+        }
+        EXPECT_EQ(Resources().handles, 0U);
+        expectSoundLife(host);
+        end(host);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Hostile, HostileStart, ::testing::Bool(), nameOfMode);
 
 }  // namespace

@@ -39,10 +39,11 @@ const Operation& eventCall() {
     return operationOf("ZT_EVT_GetEvent");
 }
 
-class DeviceThatDies : public ::testing::Test {
+// With the trace log, and without.
+class DeviceThatDies : public ::testing::TestWithParam<bool> {
 protected:
     static vesksim::Scenario longLines() {
-        vesksim::Scenario scenario = scenarioFor(false, kEventsOfAllPages);
+        vesksim::Scenario scenario = scenarioFor(GetParam(), kEventsOfAllPages);
         for (vesksim::EventEntry& event : scenario.adapters[0].events) {
             std::string& line = std::get<std::string>(event);
             line.insert(line.rfind('_'), kPadding, '.');
@@ -75,6 +76,9 @@ protected:
         SCOPED_TRACE(lastRead);
         CEventBuilder::destroyEventsInEventsMap();
         m_host.files().writeMappingIni(m_mapping);
+        if (GetParam()) {
+            m_host.files().write(kLogPath, "");
+        }
         Records delivered;
         int reads = 0;
         {
@@ -101,6 +105,7 @@ protected:
         const Records rest = deliverAll();
         delivered.insert(delivered.end(), rest.begin(), rest.end());
         EXPECT_TRUE(delivered == m_all) << delivered.size() << " events";
+        expectWholeLog(m_host.files(), GetParam());
     }
 
     SimHost m_host;
@@ -108,33 +113,48 @@ protected:
     Records m_all;
 };
 
-TEST_F(DeviceThatDies, InMidPollCostsNoEvent) {
-    for (int lastRead = 0; lastRead < kReadsOfAPoll; ++lastRead) {
+TEST_P(DeviceThatDies, InMidPollCostsNoEvent) {
+    const int step = GetParam() ? 5 : 1;  // the log multiplies all that is done
+    for (int lastRead = 0; lastRead < kReadsOfAPoll; lastRead += step) {
         expectAllEventsOnce(lastRead, 0);
     }
 }
 
-TEST_F(DeviceThatDies, InMidPageCostsNoEvent) {
+TEST_P(DeviceThatDies, InMidPageCostsNoEvent) {
     for (const std::size_t written : std::initializer_list<std::size_t>{1, 45, 1000, 2048, 4095}) {
         SCOPED_TRACE(written);
-        for (const int lastRead : {0, 1, 2, 14, 15, kReadsOfAPoll - 1}) {
+        const std::vector<int> reads = GetParam()
+                                           ? std::vector<int>{1, 14}
+                                           : std::vector<int>{0, 1, 2, 14, 15, kReadsOfAPoll - 1};
+        for (const int lastRead : reads) {
             expectAllEventsOnce(lastRead, written);
         }
     }
 }
 
-// ---- A read of the event log that does not come back ----
+INSTANTIATE_TEST_SUITE_P(Hostile, DeviceThatDies, ::testing::Bool(), nameOfMode);
 
-class SlowRead {
+// ---- A command that does not come back ----
+
+bool readsEventLog(const nvme_uio& uio) {
+    return uio.cdw12 == kReadEventLog;
+}
+bool readsNoEventLog(const nvme_uio& uio) {
+    return !readsEventLog(uio);
+}
+
+// The first of its kind is held up.
+class SlowCommand {
 public:
-    SlowRead()
-        : m_driver(driverThat([this](nvme_uio& uio, const std::function<int()>& honest) {
-              if (uio.cdw12 == kReadEventLog && m_first.exchange(false)) {
-                  m_reached.set_value();
-                  m_letGo.get_future().wait();
-              }
-              return honest();
-          })) {}
+    explicit SlowCommand(bool (*isOfTheKind)(const nvme_uio& uio))
+        : m_driver(
+              driverThat([this, isOfTheKind](nvme_uio& uio, const std::function<int()>& honest) {
+                  if (isOfTheKind(uio) && m_first.exchange(false)) {
+                      m_reached.set_value();
+                      m_letGo.get_future().wait();
+                  }
+                  return honest();
+              })) {}
 
     void waitUntilReached() { m_reached.get_future().wait(); }
     void letGo() { m_letGo.set_value(); }
@@ -146,17 +166,22 @@ private:
     DriverInBetween m_driver;
 };
 
+template <typename Result>
+bool isReady(const std::future<Result>& future) {
+    return future.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+}
+
 class SlowDevice : public ::testing::Test {
 protected:
     SlowDevice() : m_host(scenarioFor(true)) {
         EXPECT_EQ(m_host.start(), 1);
         EXPECT_TRUE(m_host.gate().waitForSleeper(1));
-        const std::string mapping = m_host.files().read(kMappingIniPath);
+        m_mapping = m_host.files().read(kMappingIniPath);
         for (const Operation& operation : operations()) {
             m_healthy.push_back(guarded(operation.run));
         }
         m_events = m_healthy.back().records;
-        m_host.files().writeMappingIni(mapping);
+        m_host.files().writeMappingIni(m_mapping);
     }
 
     std::size_t entriesOfLog(const std::string& function) {
@@ -176,18 +201,14 @@ protected:
         }
     }
 
-    template <typename Result>
-    static bool isReady(const std::future<Result>& future) {
-        return future.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
-    }
-
     SimHost m_host;
+    std::string m_mapping;
     std::vector<Answer> m_healthy;
     Records m_events;
 };
 
 TEST_F(SlowDevice, PollThatWaitsHoldsUpADeliveryAndNoOtherCall) {
-    SlowRead slow;
+    SlowCommand slow(readsEventLog);
     m_host.gate().release();
     slow.waitUntilReached();
     for (std::size_t index = 0; index < operations().size(); ++index) {
@@ -208,9 +229,42 @@ TEST_F(SlowDevice, PollThatWaitsHoldsUpADeliveryAndNoOtherCall) {
     EXPECT_EQ(delivery.get().records, m_events);
 }
 
+// Of each call that sends one, the first.
+TEST_F(SlowDevice, CommandThatWaitsHoldsUpNoOtherCallNoPollAndNoDelivery) {
+    std::size_t sleeps = m_host.gate().secondsAsked().size();
+    for (const char* const name :
+         {"ZT_Adapter_GetInfo", "ZT_PD_GetHDInfo_Ext", "ZT_PD_GetConfig", "ZT_PD_GetHDRaidStatus",
+          "ZT_PD_GetFreeSpaceInfo", "ZT_PD_GET_SMART_INFO", "ZT_PD_OEMData", "ZT_LD_GetInfo",
+          "ZT_LD_GetConfig"}) {
+        SCOPED_TRACE(name);
+        const Operation& held = operationOf(name);
+        SlowCommand slow(readsNoEventLog);
+        std::future<Answer> answer =
+            std::async(std::launch::async, [&held] { return guarded(held.run); });
+        slow.waitUntilReached();
+        m_host.gate().release();
+        EXPECT_TRUE(m_host.gate().waitForSleeper(++sleeps));
+        std::size_t index = 0;
+        for (const Operation& operation : operations()) {
+            SCOPED_TRACE(operation.name);
+            const Answer other = guarded(operation.run);
+            EXPECT_EQ(other.result, m_healthy[index].result);
+            EXPECT_EQ(other.records, m_healthy[index].records);
+            ++index;
+        }
+        m_host.files().writeMappingIni(m_mapping);
+        EXPECT_FALSE(isReady(answer));
+        slow.letGo();
+        const Answer late = answer.get();
+        index = static_cast<std::size_t>(&held - operations().data());
+        EXPECT_EQ(late.result, m_healthy[index].result);
+        EXPECT_EQ(late.records, m_healthy[index].records);
+    }
+}
+
 TEST_F(SlowDevice, TearDownWaitsForThePollAndTheNextStartBringsItsEvents) {
     {
-        SlowRead slow;
+        SlowCommand slow(readsEventLog);
         m_host.gate().release();
         slow.waitUntilReached();
         std::future<void> stop = std::async(std::launch::async, [] { ZNV_Library_Finalize(); });
@@ -227,6 +281,32 @@ TEST_F(SlowDevice, TearDownWaitsForThePollAndTheNextStartBringsItsEvents) {
     EXPECT_EQ(ZT_Adapter_GetCount(), 1);
     EXPECT_TRUE(m_host.gate().waitForSleeper(sleeps + 1));
     EXPECT_EQ(guarded(eventCall().run).records, m_events);
+}
+
+// Nothing may overlap a start: it waits for as long as the device takes to say who it is, with its
+// connection to it open and no polling thread yet, and is then as any other.
+TEST(SlowStart, WaitsForIdentifyAndFindsTheController) {
+    SimHost host(scenarioFor(true));
+    const Resources before;
+    {
+        SlowCommand slow(readsNoEventLog);
+        std::future<UCHAR_> start =
+            std::async(std::launch::async, [] { return ZT_API_Initialize(); });
+        slow.waitUntilReached();
+        EXPECT_FALSE(isReady(start));
+        EXPECT_EQ(host.commandCount(6), 0U);  // it has not come to the device
+        EXPECT_EQ(Resources().handles, before.handles + 1);
+        EXPECT_TRUE(host.gate().secondsAsked().empty());
+        slow.letGo();
+        EXPECT_EQ(start.get(), ERR_NONE);
+    }
+    EXPECT_EQ(host.commandCount(6), 1U);
+    EXPECT_EQ(ZT_Adapter_GetCount(), 1);
+    EXPECT_TRUE(host.gate().waitForSleeper(1));
+    EXPECT_EQ(guarded(eventCall().run).records.size(), 4U);
+    host.gate().releaseAll();
+    ZNV_Library_Finalize();
+    EXPECT_EQ(Resources().handles, before.handles);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "sim/host/simulated_host.h"
 #include "transport/vmk_mgmt.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <memory>
 #include <mutex>
@@ -49,6 +50,7 @@ vesksim::SimulatedHost& host() {
 // Calls of several threads overlap as they do on a host.
 std::mutex s_mutex;
 std::shared_ptr<const vesktest::HostileDriver> s_driver;
+std::atomic<int> s_answerOfDestroy{0};
 
 std::shared_ptr<const vesktest::HostileDriver>
 exchangeDriver(std::shared_ptr<const vesktest::HostileDriver> driver) {
@@ -72,6 +74,14 @@ DriverInBetween::DriverInBetween(HostileDriver driver) {
 
 DriverInBetween::~DriverInBetween() {
     exchangeDriver(nullptr);
+}
+
+AnswerOfDestroy::AnswerOfDestroy(int code) {
+    s_answerOfDestroy = code;
+}
+
+AnswerOfDestroy::~AnswerOfDestroy() {
+    s_answerOfDestroy = 0;
 }
 
 }  // namespace vesktest
@@ -105,5 +115,5 @@ int vmk_MgmtUserDestroy(unsigned long handle) {
     const Outside outside;
     const bool failed = fails("vmk_MgmtUserDestroy");
     const int result = host().close(handle);
-    return failed ? kFailed : result;
+    return failed ? kFailed : result != 0 ? result : s_answerOfDestroy.load();
 }

@@ -21,4 +21,13 @@ public:
     DriverInBetween& operator=(const DriverInBetween&) = delete;
 };
 
+// What vmk_MgmtUserDestroy answers for as long as this lives; it closes all the same.
+class AnswerOfDestroy {
+public:
+    explicit AnswerOfDestroy(int code);
+    ~AnswerOfDestroy();
+    AnswerOfDestroy(const AnswerOfDestroy&) = delete;
+    AnswerOfDestroy& operator=(const AnswerOfDestroy&) = delete;
+};
+
 }  // namespace vesktest

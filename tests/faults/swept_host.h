@@ -74,4 +74,27 @@ inline void expectLiveLog(const PrivateHost& files, bool logged) {
     }
 }
 
+inline std::size_t occurrences(const std::string& text, const std::string& part) {
+    std::size_t found = 0;
+    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+        ++found;
+    }
+    return found;
+}
+
+// The same of a log that was emptied while nothing ran: whatever stands in between, every function
+// has told that it was entered, and that it was left, by a line of its own.
+inline void expectWholeLog(const PrivateHost& files, bool logged) {
+    expectLiveLog(files, logged);
+    if (logged) {
+        const std::string text = files.read(kLogPath);
+        EXPECT_EQ(text.compare(0, 4, "(T: "), 0) << text.substr(0, 200);
+        EXPECT_EQ(occurrences(text, " ENTRY \n"), occurrences(text, " EXIT \n"));
+    }
+}
+
+inline std::string nameOfMode(const ::testing::TestParamInfo<bool>& logged) {
+    return logged.param ? "log" : "no_log";
+}
+
 }  // namespace vesktest

@@ -143,9 +143,6 @@ TEST_P(CallsFromThreads, AnswerAsAloneAndDeliverEachEventOnce) {
     host.driver().setClock(nullptr);
 }
 
-INSTANTIATE_TEST_SUITE_P(Threads, CallsFromThreads, ::testing::Bool(),
-                         [](const ::testing::TestParamInfo<bool>& logged) {
-                             return std::string(logged.param ? "log" : "no_log");
-                         });
+INSTANTIATE_TEST_SUITE_P(Threads, CallsFromThreads, ::testing::Bool(), nameOfMode);
 
 }  // namespace
