@@ -22,6 +22,7 @@
 #include <filesystem>
 #include <mutex>
 #include <new>
+#include <ostream>
 #include <set>
 #include <string>
 #include <sys/wait.h>
@@ -259,38 +260,52 @@ TEST_F(FolderSweep, FolderIsThatOfTheConfigurationOrStaysEmpty) {
     sweepSearch(kFolderWithConfiguration, kFirstIniFolder);
 }
 
+struct IntervalRow {
+    const char* name;
+    const char* value;
+    INTEGER seconds;
+};
+
+void PrintTo(const IntervalRow& row, std::ostream* stream) {
+    *stream << row.value;
+}
+
+class IntervalSweep : public ::testing::TestWithParam<IntervalRow> {};
+
 // On the polling thread, where an exception would end the process.
-TEST(IntervalSweep, IntervalIsThatOfTheFileOrTheDefaultAndNothingIsThrown) {
+TEST_P(IntervalSweep, IntervalIsThatOfTheFileOrTheDefaultAndNothingIsThrown) {
     const PrivateHost files;
     VeskNVMeLibrary_Helper::m_LibPath = kFirstIniFolder;
-    const struct {
-        const char* value;
-        INTEGER seconds;
-    } rows[] = {{"60", 60}, {"text", 50}, {"99999999999", 50}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.value);
-        files.writeConfigIni(std::string("[Polling]\npollingIntervalInSeconds=") + row.value +
-                             '\n');
-        const Resources before;
-        Answer answer;
-        sweep({[] {},
-               [&answer] {
-                   answer = guarded([] {
-                       Answer result;
-                       const InLibrary inside;
-                       result.result = VeskNVMeLibrary_Helper::readPollingIntervalFromINIFile();
-                       return result;
-                   });
-               },
-               [&](const Injection&) {
-                   EXPECT_EQ(answer.thrown, "");
-                   EXPECT_TRUE(answer.result == row.seconds || answer.result == 50)
-                       << answer.result;
-                   EXPECT_EQ(Resources(), before);
-               }},
-              kInterval);
-    }
+    files.writeConfigIni(std::string("[Polling]\npollingIntervalInSeconds=") + GetParam().value +
+                         '\n');
+    const Resources before;
+    Answer answer;
+    sweep({[] {},
+           [&answer] {
+               answer = guarded([] {
+                   Answer result;
+                   const InLibrary inside;
+                   result.result = VeskNVMeLibrary_Helper::readPollingIntervalFromINIFile();
+                   return result;
+               });
+           },
+           [&](const Injection&) {
+               EXPECT_EQ(answer.thrown, "");
+               EXPECT_TRUE(answer.result == GetParam().seconds || answer.result == 50)
+                   << answer.result;
+               EXPECT_EQ(Resources(), before);
+           }},
+          kInterval);
 }
+
+constexpr IntervalRow kIntervalRows[] = {
+    {"Number", "60", 60},
+    {"Text", "text", 50},
+    {"NumberOutOfRange", "99999999999", 50},
+};
+
+INSTANTIATE_TEST_SUITE_P(Life, IntervalSweep, ::testing::ValuesIn(kIntervalRows),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 // What symbols.txt says of calls that are swept holds for a library that makes them.
 TEST(SweptCalls, AllAreMadeByOneLifeOfTheLibrary) {

@@ -52,6 +52,6 @@ constexpr Extent kRotation = {259};
 constexpr Extent kMark = {59};
 constexpr Extent kFolder = {29};
 constexpr Extent kFolderWithConfiguration = {16};
-constexpr Extent kInterval = {20};
+constexpr Extent kInterval = {20};  // for each value
 
 }  // namespace vesktest

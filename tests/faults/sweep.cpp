@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -30,7 +31,7 @@ constexpr unsigned kMostSeconds = 60;
 constexpr int kMostGrowths = 10;
 
 // For the case that the process ends; from a signal handler.
-char s_replay[300] = "";
+char s_replay[1000] = "";
 
 void tellReplay() {
     const ssize_t ignored = write(STDERR_FILENO, s_replay, std::strlen(s_replay));
@@ -58,9 +59,9 @@ void tellReplayWhateverHappens() {
 
 std::string replayOf(const Fault& fault) {
     const ::testing::TestInfo& test = *::testing::UnitTest::GetInstance()->current_test_info();
-    return "to replay: VESK_FAULT='" + nameOf(fault) +
-           "' bin/fault_sweep_test --gtest_filter=" + test.test_suite_name() + '.' + test.name() +
-           '\n';
+    static const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
+    return "to replay: VESK_FAULT='" + nameOf(fault) + "' " + program +
+           " --gtest_filter=" + test.test_suite_name() + '.' + test.name() + '\n';
 }
 
 bool runsAll() {

@@ -5,11 +5,23 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <memory>
+#include <string>
 #include <utility>
 #include <vector>
+
+// Compilers say so in two ways.
+#if defined(__SANITIZE_ADDRESS__)
+#define VESK_ADDRESS_SANITIZER
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VESK_ADDRESS_SANITIZER
+#endif
+#endif
 
 namespace {
 
@@ -52,14 +64,34 @@ TEST(Sweep, MemoryThatIsLostWithEachFaultFails) {
           {1});
 }
 
+// It can be typed as it is, in any folder.
+TEST(Sweep, ReplayNamesTheProgramThatRuns) {
+    setenv("VESK_FAULT", "malloc once 1", 1);
+    ::testing::TestPartResultArray results;
+    {
+        const ::testing::ScopedFakeTestPartResultReporter reporter(
+            ::testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &results);
+        sweep(oneAllocation([] { ADD_FAILURE() << "found"; }), {1});
+    }
+    ASSERT_GE(results.size(), 1);
+    const std::string told = results.GetTestPartResult(0).message();
+    const std::string begin = "to replay: VESK_FAULT='malloc once 1' /";
+    const std::size_t at = told.find(begin);
+    const std::size_t end = told.find(" --gtest_filter=Sweep.ReplayNamesTheProgramThatRuns\n", at);
+    ASSERT_TRUE(at != std::string::npos && end != std::string::npos) << told;
+    const std::size_t path = at + begin.size() - 1;
+    EXPECT_TRUE(std::filesystem::equivalent(told.substr(path, end - path), "/proc/self/exe"))
+        << told;
+}
+
 // However a process ends.
 TEST(SweepDeathTest, ReplayIsTold) {
-    const char* const replay = "to replay: VESK_FAULT='malloc once 1' bin/fault_sweep_test "
+    const char* const replay = "to replay: VESK_FAULT='malloc once 1' /.*/fault_sweep_test "
                                "--gtest_filter=SweepDeathTest.ReplayIsTold";
     for (const int fatal : {SIGABRT, SIGALRM, SIGSEGV, SIGTERM}) {
         EXPECT_DEATH(sweep(oneAllocation([fatal] { std::raise(fatal); }), {1}), replay) << fatal;
     }
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(VESK_ADDRESS_SANITIZER)
     EXPECT_DEATH(sweep(oneAllocation([] {
                            const std::vector<char> room(3);
                            volatile const char* const begin = room.data();
