@@ -43,6 +43,11 @@ TEST(MarkFile, OnlyTheNumberChanges) {
         // Behind the last "=" the library writes, so the mark goes to the end.
         {"[EventSequenceNumber]\nSequenceNumber=9\n[Adapter]\n1=2",
          "[Adapter]\n1=2\n[EventSequenceNumber]\nSequenceNumber=56\n"},
+        // A kill between a write in place and the cut behind it.
+        {"[PhysicalDevice]\n34=1\n[EventSequenceNumber]\nSequenceNumber=7\n34\n",
+         "[PhysicalDevice]\n34=1\n[EventSequenceNumber]\nSequenceNumber=56\n"},
+        {"[EventSequenceNumber]\nSequenceNumber=7\n[PhysicalDevice]\n34\n",
+         "[PhysicalDevice]\n34\n[EventSequenceNumber]\nSequenceNumber=56\n"},
         {"; nothing else", "; nothing else\n[EventSequenceNumber]\nSequenceNumber=56\n"},
         {"", "[EventSequenceNumber]\nSequenceNumber=56\n"}};
     for (const Row& row : rows) {

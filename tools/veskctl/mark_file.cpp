@@ -52,6 +52,13 @@ bool isMark(const std::string& line) {
     return begin != std::string::npos && line.compare(begin, std::strlen(kMarkKey), kMarkKey) == 0;
 }
 
+// Behind the mark: what is left of a longer number where one was written in place and not cut off.
+// As a row it would be one without a code, at which deliveries fail.
+bool isRestOfNumber(const std::string& line) {
+    const std::string text = bare(line);
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
 std::string markHeader() {
     return format("[{}]", kMarkSection);
 }
@@ -117,13 +124,15 @@ std::string withMark(const std::string& text, const std::string& path, std::uint
     const bool crlf = text.find("\r\n") != std::string::npos;
     std::string head;
     std::string header = markHeader() + (crlf ? "\r\n" : "\n");
+    bool behindMark = false;
     // All but the mark and its header, which go to the end: the library writes behind the last "=".
     for (const std::string& line : linesOf(text)) {
         if (bare(line) == markHeader()) {
             header = line;
-        } else if (!isMark(line)) {
+        } else if (!isMark(line) && !(behindMark && isRestOfNumber(line))) {
             head += line;
         }
+        behindMark = isMark(line);
     }
     if (!head.empty() && head.back() != '\n') {
         head += crlf ? "\r\n" : "\n";
