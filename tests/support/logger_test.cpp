@@ -229,6 +229,24 @@ TEST_F(RunningLogger, PieceThatFindsNoMemoryIsDroppedAndNothingIsThrown) {
     EXPECT_EQ(lines[1], "next");
 }
 
+TEST_F(RunningLogger, FirstPieceOfAThreadThatFindsNoMemoryIsDropped) {
+    if (!vesktest::kCanFailNew) {
+        GTEST_SKIP() << vesktest::kWhyNewCannotFail;
+    }
+    std::thread([] {
+        {
+            const vesktest::FailNew fail(vesktest::AllocationSize::any(), 1,
+                                         vesktest::Repeat::kEachLater);
+            EXPECT_NO_THROW(lout << 12);
+            EXPECT_TRUE(fail.triggered());
+        }
+        lout << 34 << '\n';
+    }).join();
+    const LogLines lines = m_log.lines();
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0], "34");
+}
+
 TEST_F(RunningLogger, StepsOfAnInsertionCanBeTakenByThemselves) {
     char given[] = "given\n";
     lout << "unfinished";
