@@ -172,6 +172,7 @@ std::size_t killAtEachCall(const std::function<void()>& prepare, const std::func
         check();
     }
     std::printf("%zu kills\n", kills);
+    std::fflush(stdout);  // or a later child says so, too
     return kills;
 }
 

@@ -2,6 +2,7 @@
 #include "killed_run.h"
 #include "private_host.h"
 
+#include "capture/capture_reader.h"
 #include "sim/host/host_folder.h"
 
 #include <gtest/gtest.h>
@@ -9,8 +10,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <ostream>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
@@ -30,7 +33,10 @@ void becomeTool(const PrivateHost& files, const std::vector<std::string>& words)
         setenv("TMPDIR", state.c_str(), 1) != 0) {
         throw std::runtime_error("the tool's surroundings cannot be made");
     }
-    std::vector<std::string> all = {VESKCTL_SIM, "--state", state};
+    std::vector<std::string> all = {VESKCTL_SIM};
+    if (words.front() != "--replay") {  // which has a host of its own
+        all.insert(all.end(), {"--state", state});
+    }
     all.insert(all.end(), words.begin(), words.end());
     std::vector<char*> arguments;
     for (std::string& word : all) {
@@ -43,6 +49,12 @@ void becomeTool(const PrivateHost& files, const std::vector<std::string>& words)
 
 // Of the host of a test: the trace log would be written to at nearly all calls.
 const char* const kWithoutLog = "[Logging]\nDebug=Off\n";
+
+// What the host itself needs is made here, so that only what a command does is interrupted.
+void makeHost(const PrivateHost& files) {
+    files.writeConfigIni(kWithoutLog);
+    vesktest::runAlone([&files] { becomeTool(files, {"mark", "show"}); });
+}
 
 TEST(KilledTool, NextRunFindsWholeFiles) {
     std::unique_ptr<PrivateHost> files;
@@ -116,9 +128,7 @@ protected:
         for (const std::string& word : GetParam().words) {
             m_words.push_back(word == "FILE" ? m_files.path(kFile) : word);
         }
-        // What the host itself needs is made now, and only what the command does is interrupted.
-        m_files.writeConfigIni(kWithoutLog);
-        vesktest::runAlone([this] { becomeTool(m_files, {"mark", "show"}); });
+        makeHost(m_files);
     }
 
     void prepare() const {
@@ -163,10 +173,155 @@ TEST_P(KilledReplacement, LeavesTheFileBeforeOrTheNewOne) {
         [&] { replaced = isReplaced(); }, vesktest::Calls::kThatChangeFiles);
     EXPECT_TRUE(replaced) << "at the end it runs to its own";
     EXPECT_GT(kills, 8U);
-    std::printf("%zu kills\n", kills);
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, KilledReplacement, ::testing::ValuesIn(kRows),
                          [](const auto& row) { return std::string(row.param.name); });
+
+// ---- A file that cannot be replaced ----
+
+struct InPlaceRow {
+    const char* name;
+    const char* number;
+    std::vector<std::string> left;  // marks that a kill may leave where "1234" was
+    const char* mended;             // by the same command
+};
+
+void PrintTo(const InPlaceRow& row, std::ostream* stream) {
+    *stream << row.name;
+}
+
+class KilledMarkSet : public ::testing::TestWithParam<InPlaceRow> {};
+
+// A file with a second name is written in place, so that both names go on to show the same.
+TEST_P(KilledMarkSet, InPlaceMayMixBothNumbersAndTheNextOneMendsIt) {
+    const PrivateHost files;
+    makeHost(files);
+    const std::string path = files.path(kMappingIniPath);
+    const std::string second = files.path("/second.ini");
+    const auto setMark = [&] {
+        becomeTool(files, {"mark", "set", GetParam().number});
+    };
+    std::set<std::string> allowed;
+    for (const std::string& mark : GetParam().left) {
+        allowed.insert(mappingWithMark(mark));
+    }
+    std::set<std::string> found;
+    vesktest::killAtEachCall(
+        [&] {
+            std::filesystem::remove(second);
+            files.writeMappingIni(mappingWithMark("1234"));
+            std::filesystem::create_hard_link(path, second);
+        },
+        setMark,
+        [&] {
+            found.insert(files.read(kMappingIniPath));
+            vesktest::runAlone(setMark);
+            EXPECT_EQ(files.read(kMappingIniPath), files.read("/second.ini"));
+            EXPECT_EQ(files.read(kMappingIniPath), mappingWithMark(GetParam().mended));
+        },
+        vesktest::Calls::kThatChangeFiles);
+    EXPECT_EQ(found, allowed);
+}
+
+const InPlaceRow kInPlaceRows[] = {
+    {"shorter", "7", {"1234", "7\n34", "7"}, "7"},
+    {"longer", "123456", {"1234", "123456"}, "123456"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Files, KilledMarkSet, ::testing::ValuesIn(kInPlaceRows),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+// ---- Captures ----
+
+// Of a capture without damage.
+std::size_t recordsOf(const PrivateHost& files, const char* path) {
+    std::ifstream stream = veskcap::openCapture(files.path(path));
+    veskcap::CaptureReader reader(stream);
+    veskcap::Record record;
+    std::size_t records = 0;
+    while (reader.next(record)) {
+        ++records;
+    }
+    EXPECT_EQ(reader.damage(), "") << "after " << records << " records";
+    return records;
+}
+
+TEST(KilledCapture, HoldsWholeRecordsAndTheNextRunGoesOnBehindThem) {
+    const char* const kCapture = "/host.cap";
+    const PrivateHost files;
+    makeHost(files);
+    const auto runTool = [&files](std::vector<std::string> words) {
+        vesktest::runAlone([&files, &words] { becomeTool(files, words); });
+    };
+    const std::vector<std::string> captured = {"--capture", files.path(kCapture), "controller"};
+    const auto record = [&] {
+        becomeTool(files, captured);
+    };
+    std::set<std::size_t> found;  // how many records a kill left
+    bool wasAbsent = false;
+    bool wasEmpty = false;
+    const std::size_t kills = vesktest::killAtEachCall(
+        [&] { std::filesystem::remove(files.path(kCapture)); }, record,
+        [&] {
+            wasAbsent = wasAbsent || !files.exists(kCapture);
+            const std::string left = files.exists(kCapture) ? files.read(kCapture) : "";
+            wasEmpty = wasEmpty || (files.exists(kCapture) && left.empty());
+            std::size_t records = 0;
+            if (!left.empty()) {
+                EXPECT_NO_THROW(runTool({"capture", "show", files.path(kCapture)}));
+                records = recordsOf(files, kCapture);
+                found.insert(records);
+            }
+            EXPECT_NO_THROW(runTool(captured));
+            EXPECT_EQ(files.read(kCapture).compare(0, left.size(), left), 0);
+            EXPECT_GT(recordsOf(files, kCapture), records);
+            EXPECT_NO_THROW(runTool({"capture", "show", files.path(kCapture)}));
+            EXPECT_NO_THROW(runTool({"--replay", files.path(kCapture), "controller"}));
+        },
+        vesktest::Calls::kThatChangeFiles);
+    EXPECT_GT(kills, 12U);
+    EXPECT_TRUE(wasAbsent);
+    EXPECT_TRUE(wasEmpty);
+    // A record is one call. How many there are is a matter of the library's background reading.
+    EXPECT_EQ(found.count(0), 1U) << "the header alone";
+    EXPECT_GT(found.size(), 8U);
+}
+
+TEST(KilledExtract, LeavesNoFileTheOneBeforeOrTheWholeCapture) {
+    const PrivateHost files;
+    makeHost(files);
+    vesktest::runAlone([&files] {
+        becomeTool(files, {"--capture", files.path("/host.cap"), "dump", files.path("/dump.json")});
+    });
+    const std::string capture = files.read("/host.cap");
+    const std::string before(2 * capture.size(), '~');
+    for (const bool isThere : {false, true}) {
+        SCOPED_TRACE(isThere);
+        std::size_t replaced = 0;
+        const std::size_t kills = vesktest::killAtEachCall(
+            [&] {
+                std::filesystem::remove(files.path("/again.cap"));
+                if (isThere) {
+                    files.write("/again.cap", before);
+                }
+            },
+            [&files] {
+                becomeTool(files, {"capture", "extract", files.path("/dump.json"),
+                                   files.path("/again.cap")});
+            },
+            [&] {
+                const std::string found =
+                    files.exists("/again.cap") ? files.read("/again.cap") : "absent";
+                EXPECT_TRUE(found == capture || found == (isThere ? before : "absent"))
+                    << found.size() << " bytes";
+                replaced += found == capture ? 1 : 0;
+            },
+            vesktest::Calls::kThatChangeFiles);
+        EXPECT_GT(kills, 3U);
+        EXPECT_GE(replaced, 1U) << "at the end it runs to its own";
+        EXPECT_LT(replaced, kills);
+    }
+}
 
 }  // namespace
