@@ -138,8 +138,7 @@ std::string withMark(const std::string& text, const std::string& path, std::uint
         head += crlf ? "\r\n" : "\n";
     }
     // Two characters behind the number are one too many for the library, so CRLF cannot stand here.
-    const std::string result =
-        head + header + format("{}={}", kMarkKey, number) + (crlf ? "" : "\n");
+    std::string result = head + header + format("{}={}", kMarkKey, number) + (crlf ? "" : "\n");
     std::vector<Finding> findings;
     const SequenceMark mark = readSequenceMark(result, path, findings);
     if (!mark.sound || mark.value != static_cast<std::int32_t>(number)) {
@@ -186,7 +185,7 @@ void replaceText(const std::string& path, const std::string& before, const std::
 }
 
 std::string backUp(const std::string& path, const std::string& text) {
-    const std::string backup = path + ".bak";
+    std::string backup = path + ".bak";
     struct stat status = {};
     const mode_t mode = stat(path.c_str(), &status) == 0 ? status.st_mode & 0777U : 0600;
     try {
