@@ -29,7 +29,7 @@ long takeIterations(int& count, char** arguments) {
     const char* const option = "--iterations=";
     for (int i = 1; i < count; ++i) {
         if (std::strncmp(arguments[i], option, std::strlen(option)) == 0) {
-            const long iterations = std::atol(arguments[i] + std::strlen(option));
+            const long iterations = std::strtol(arguments[i] + std::strlen(option), nullptr, 10);
             std::memmove(arguments + i, arguments + i + 1,
                          static_cast<std::size_t>(count - i) * sizeof(char*));
             --count;

@@ -32,9 +32,9 @@ long residentKib() {
             ours = line.find("libVeskNvme.so") != std::string::npos;
             others = !ours && line.find('/') != std::string::npos;
         } else if (line.compare(0, 4, "Rss:") == 0 && ours) {
-            total += std::atol(line.c_str() + 4);
+            total += std::strtol(line.c_str() + 4, nullptr, 10);
         } else if (line.compare(0, 10, "Anonymous:") == 0 && !ours && !others) {
-            total += std::atol(line.c_str() + 10);
+            total += std::strtol(line.c_str() + 10, nullptr, 10);
         }
     }
     return total;
